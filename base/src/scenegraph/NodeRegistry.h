@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/ClassVersions.h"
+#include "core/Export.h"
+#include "core/Properties.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace tsg
+{
+
+class Node;
+
+/// The node classes that an application knows: how to make one, and how to bring older properties up to date.
+class TAVO_EXPORT NodeRegistry
+{
+public:
+    /// Makes a node of the class with the given object key.
+    using Factory = std::function<std::unique_ptr<Node>(const std::string& objectKey)>;
+    /// Changes a node's properties in place.
+    using UpgradeStep = std::function<void(Properties&)>;
+    using PostUpgradeStep = std::function<void(const ClassVersions&)>;
+
+    NodeRegistry();
+    virtual ~NodeRegistry();
+
+    /// Makes a class known under its name; an earlier factory of that name is replaced.
+    void registerClass(const std::string& className, Factory factory);
+    /// Adds the step that takes a class from version `from` to version `to`; `to` has to be greater (InternalError).
+    void addUpgradeStep(const std::string& className, int from, int to, UpgradeStep step);
+    /// Sets what runs once after the nodes of a scene have been upgraded.
+    void setPostUpgradeStep(PostUpgradeStep step);
+
+    /// A new node of the class that the object key names, or null for an unknown class.
+    std::unique_ptr<Node> create(const std::string& objectKey) const;
+
+    /// Runs the steps of the node's class, beginning with the version that the scene was written with. The class is the
+    /// part of the object key before its last "_". Classes without steps are left as they are.
+    virtual void upgradeNodeProperties(const std::string& objectKey, Properties& properties,
+                                       const ClassVersions& versions);
+    virtual void postUpgradeNodeProperties(const ClassVersions& versions);
+
+private:
+    struct Step
+    {
+        int to;
+        UpgradeStep run;
+    };
+
+    std::map<std::string, Factory> _factories;
+    std::map<std::string, std::map<int, Step>> _steps; ///< class name, then the version that a step starts from
+    PostUpgradeStep _postUpgrade;
+};
+
+/// The part of an object key before its last "_": the class name of its node. The whole key if it has no "_".
+TAVO_EXPORT std::string classNameOf(const std::string& objectKey);
+
+} // namespace tsg

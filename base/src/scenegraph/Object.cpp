@@ -1,0 +1,8 @@
+#include "scenegraph/Object.h"
+
+namespace tsg
+{
+
+Object::~Object() = default;
+
+} // namespace tsg

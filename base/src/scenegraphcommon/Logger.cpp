@@ -1,0 +1,48 @@
+#include "scenegraphcommon/Logger.h"
+
+#include <iostream>
+#include <utility>
+
+Logger& Logger::getSingleton()
+{
+    static Logger logger;
+    return logger;
+}
+
+void Logger::setSink(Sink sink)
+{
+    _sink = std::move(sink);
+}
+
+void Logger::write(const std::string& entry) const
+{
+    if (_sink)
+    {
+        _sink(entry);
+    }
+    else
+    {
+        std::cerr << entry << '\n';
+    }
+}
+
+LogSite::LogSite(Logger::Level level, const char* source, int line)
+    : _level(level)
+    , _source(source)
+    , _line(line)
+{
+}
+
+void LogSite::log(const std::string& message)
+{
+    const Logger& logger = Logger::getSingleton();
+    if (_state == State::Unread)
+    {
+        _state = (logger.getLevelFlags() & _level) != 0 ? State::Enabled : State::Disabled;
+    }
+    if (_state == State::Enabled)
+    {
+        const bool showSource = (logger.getLevelFlags() & Logger::ShowSource) != 0;
+        logger.write(showSource ? std::string(_source) + ":" + std::to_string(_line) + " " + message : message);
+    }
+}

@@ -1,0 +1,51 @@
+# How every target of this project is built: one place for flags, libraries and tests.
+
+add_library(tavo_flags INTERFACE)
+target_compile_options(tavo_flags INTERFACE
+    -Wall -Wextra -Wshadow
+    $<$<BOOL:${TAVO_WARNINGS_AS_ERRORS}>:-Werror>
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+if(TAVO_SANITIZE)
+    target_compile_options(tavo_flags INTERFACE
+        -fsanitize=${TAVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(tavo_flags INTERFACE -fsanitize=${TAVO_SANITIZE})
+endif()
+
+# tavo_library(NAME SOURCES... HEADERS... [LINK...])
+# A shared library of base/. Headers are spelled from base/src and must compile alone.
+function(tavo_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;LINK;PRIVATE_LINK" ${ARGN})
+    add_library(${name} SHARED ${ARG_SOURCES})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/base/src" FILES ${ARG_HEADERS})
+    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tavo_flags ${ARG_PRIVATE_LINK})
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+endfunction()
+
+# tavo_test(NAME SOURCES... LINK...)
+# The only way to add a test binary. Every test gets its own process and the one time limit there is.
+function(tavo_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE tavo_flags tavo_test_main ${ARG_LINK})
+    include(GoogleTest)
+    gtest_discover_tests(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} DISCOVERY_TIMEOUT 60)
+    foreach(source IN LISTS ARG_SOURCES)
+        get_filename_component(absolute "${source}" ABSOLUTE)
+        set_property(GLOBAL APPEND PROPERTY TAVO_TEST_SOURCES "${absolute}")
+    endforeach()
+endfunction()
+
+# Fails the configuration when a *Test.cpp below `folder` belongs to no test binary.
+function(tavo_check_orphan_tests folder)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS "${folder}/*Test.cpp")
+    get_property(listed GLOBAL PROPERTY TAVO_TEST_SOURCES)
+    foreach(source IN LISTS found)
+        if(NOT source IN_LIST listed)
+            message(FATAL_ERROR "${source} belongs to no test binary; list it in a tavo_test() call")
+        endif()
+    endforeach()
+endfunction()

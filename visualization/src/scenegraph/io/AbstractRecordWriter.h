@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/Export.h"
+#include "scenegraph/io/FileIoStatus.h"
+
+#include <string>
+
+namespace tsg
+{
+class Node;
+}
+
+namespace tsg::io
+{
+
+/// Writes files that hold scenes as records.
+class TAVO_EXPORT AbstractRecordWriter
+{
+public:
+    virtual ~AbstractRecordWriter();
+
+    // The order of these operations is the order of their slots.
+    virtual FileIoStatus open(const std::wstring& path, bool append, bool compress) = 0;
+    virtual void close() = 0;
+    virtual FileIoStatus addRecord(const std::string& title, const std::string& description,
+                                   const std::string& sessionId, Node& root, int& recordIndex) = 0;
+};
+
+} // namespace tsg::io

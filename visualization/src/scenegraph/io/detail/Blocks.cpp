@@ -1,0 +1,235 @@
+#include "scenegraph/io/detail/Blocks.h"
+
+#include "scenegraphcommon/Logger.h"
+
+#include <algorithm>
+#include <cstring>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <zlib.h>
+
+namespace sdb
+{
+
+namespace
+{
+
+using tsg::CompressionMethods;
+
+constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDB";
+constexpr std::uint64_t SCRATCH_BYTES = 65536;
+constexpr std::uint64_t GROWTH_STEP = 4096;
+constexpr std::size_t SIZES_BYTES = 16; ///< uncompressed and compressed length in front of a zlib stream
+
+LogSite zeroLengthWrite(Logger::Warning, SOURCE, 61);
+LogSite unknownMethodOnWrite(Logger::Failure, SOURCE, 102);
+LogSite failedRead(Logger::Failure, SOURCE, 130);
+LogSite unknownMethodOnRead(Logger::Failure, SOURCE, 168);
+LogSite longerBlock(Logger::Warning, SOURCE, 175);
+
+void putLittleEndian64(char* bytes, std::uint64_t value)
+{
+    for (int i = 0; i < 8; ++i)
+    {
+        bytes[i] = static_cast<char>(value >> (8 * i));
+    }
+}
+
+std::uint64_t littleEndian64(const char* bytes)
+{
+    std::uint64_t value = 0;
+    for (int i = 0; i < 8; ++i)
+    {
+        value |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+    }
+    return value;
+}
+
+/// Scratch memory of a call: a fixed area for blocks up to 64 KiB, one heap buffer for larger ones.
+class Scratch
+{
+public:
+    char* take(std::uint64_t size)
+    {
+        if (size <= SCRATCH_BYTES)
+        {
+            return _area;
+        }
+        _heap.reset();
+        _heap.reset(new char[size]);
+        return _heap.get();
+    }
+
+private:
+    char _area[SCRATCH_BYTES];
+    std::unique_ptr<char[]> _heap;
+};
+
+/// zlib's lengths are 32 bits wide in this format.
+uLong zlibLength(std::uint64_t length)
+{
+    return static_cast<std::uint32_t>(length);
+}
+
+bool writeZlib(std::ostream& out, const char* data, std::uint64_t size)
+{
+    Scratch scratch;
+    std::uint64_t capacity = std::max(size, SCRATCH_BYTES);
+    const Bytef* const source = reinterpret_cast<const Bytef*>(data);
+    for (;;)
+    {
+        char* const compressed = scratch.take(capacity);
+        uLongf length = zlibLength(capacity);
+        const int result = compress(reinterpret_cast<Bytef*>(compressed), &length, source, zlibLength(size));
+        if (result == Z_OK)
+        {
+            char sizes[SIZES_BYTES];
+            putLittleEndian64(sizes, size);
+            putLittleEndian64(sizes + 8, length);
+            out.write(sizes, SIZES_BYTES);
+            out.write(compressed, static_cast<std::streamsize>(length));
+            return out.good();
+        }
+        const std::uint64_t grown = capacity * 3 / 2 / GROWTH_STEP * GROWTH_STEP + GROWTH_STEP;
+        if (result != Z_BUF_ERROR || grown > UINT32_MAX)
+        {
+            return false;
+        }
+        capacity = grown;
+    }
+}
+
+bool reportFailedRead(std::uint64_t size)
+{
+    failedRead.log("sdb::readCompressed: failed to read " + std::to_string(size) + " bytes from input stream!");
+    return false;
+}
+
+bool readRaw(std::istream& in, char* data, std::uint64_t size)
+{
+    const bool countable = size <= static_cast<std::uint64_t>(INT64_MAX);
+    if (!countable || !in.read(data, static_cast<std::streamsize>(size)))
+    {
+        return reportFailedRead(size);
+    }
+    return true;
+}
+
+/// The compressed bytes of a block, with their memory charged for as long as this object lives.
+class CompressedBytes
+{
+public:
+    CompressedBytes(std::uint64_t size, detail::MemoryBudget& budget)
+        : _budget(budget)
+        , _charged(size > SCRATCH_BYTES ? size : 0)
+        , _bytes(budget.charge(_charged) ? _scratch.take(size) : nullptr)
+    {
+    }
+    ~CompressedBytes()
+    {
+        if (_bytes != nullptr)
+        {
+            _budget.release(_charged);
+        }
+    }
+    CompressedBytes(const CompressedBytes&) = delete;
+    CompressedBytes& operator=(const CompressedBytes&) = delete;
+
+    /// Null if the budget does not suffice.
+    char* get() { return _bytes; }
+
+private:
+    detail::MemoryBudget& _budget;
+    std::uint64_t _charged;
+    Scratch _scratch;
+    char* _bytes;
+};
+
+/// Decodes a zlib block into `data`, which holds `capacity` bytes. With `trusted` the block's own length decides how
+/// many bytes are produced, as the caller of sdb::readCompressed has promised room for them.
+bool readZlib(std::istream& in, char* data, std::uint64_t capacity, bool trusted, detail::MemoryBudget& budget)
+{
+    char sizes[SIZES_BYTES] = {};
+    in.read(sizes, SIZES_BYTES);
+    const std::uint64_t uncompressedSize = littleEndian64(sizes);
+    const std::uint64_t compressedSize = littleEndian64(sizes + 8);
+    CompressedBytes compressed(compressedSize, budget);
+    if (compressed.get() == nullptr)
+    {
+        return reportFailedRead(compressedSize);
+    }
+    if (!readRaw(in, compressed.get(), compressedSize))
+    {
+        return false;
+    }
+    const bool longer = !trusted && uncompressedSize > capacity;
+    uLongf length = zlibLength(longer ? capacity : uncompressedSize);
+    const int result = uncompress(reinterpret_cast<Bytef*>(data), &length,
+                                  reinterpret_cast<const Bytef*>(compressed.get()), zlibLength(compressedSize));
+    if (longer && result == Z_BUF_ERROR && length == capacity)
+    {
+        longerBlock.log("sdb::readCompressed: block of " + std::to_string(uncompressedSize) +
+                        " bytes is longer than the expected " + std::to_string(capacity));
+        return true;
+    }
+    return result == Z_OK;
+}
+
+bool readAnyBlock(std::istream& in, char* data, std::uint64_t size, bool trusted, detail::MemoryBudget& budget)
+{
+    if (size == 0)
+    {
+        return true;
+    }
+    const int method = in.get();
+    switch (method)
+    {
+    case static_cast<int>(CompressionMethods::None):
+        return readRaw(in, data, size);
+    case static_cast<int>(CompressionMethods::Zlib):
+        return readZlib(in, data, size, trusted, budget);
+    default:
+        unknownMethodOnRead.log("sdb::readCompressed: unknown compression method");
+        return false;
+    }
+}
+
+} // namespace
+
+bool writeCompressed(std::ostream& out, const char* data, std::uint64_t size, CompressionMethods method)
+{
+    out.put(static_cast<char>(method));
+    if (size == 0)
+    {
+        zeroLengthWrite.log("sdb::writeCompressed: suspicious request to write an array of zero length");
+        return true;
+    }
+    switch (method)
+    {
+    case CompressionMethods::None:
+        out.write(data, static_cast<std::streamsize>(size));
+        return out.good();
+    case CompressionMethods::Zlib:
+        return writeZlib(out, data, size);
+    default:
+        unknownMethodOnWrite.log("sdb::writeCompressed: unknown compression method");
+        return false;
+    }
+}
+
+bool readCompressed(std::istream& in, char* data, std::uint64_t size)
+{
+    detail::MemoryBudget unlimited(UINT64_MAX);
+    return readAnyBlock(in, data, size, true, unlimited);
+}
+
+bool detail::readBlock(std::istream& in, char* data, std::uint64_t size, MemoryBudget& budget)
+{
+    return readAnyBlock(in, data, size, false, budget);
+}
+
+} // namespace sdb

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+
+/// Every bound that keeps damaged or hostile files from taking memory or time. (Nesting of property tags:
+/// Properties::MAX_DEPTH; pictures: tsg::BitmapBase.)
+namespace sdb::detail
+{
+
+/// Longest property tag in bytes. A longer one is unreadable, and none such is written.
+constexpr std::uint64_t MAX_TAG_BYTES = std::uint64_t{64} << 20;
+
+/// Most components of an array that are handed to VTK, which zero-fills a buffer of that size.
+constexpr std::int64_t MAX_COMPONENTS = 1048576;
+
+/// Longest encoded array name: VTK and this codec read tokens into 256 bytes with the terminator.
+constexpr int MAX_NAME_BYTES = 255;
+
+/// Most of the zero padding behind a short payload that is real memory.
+constexpr std::uint64_t MAX_PADDING_BYTES = 4096;
+
+/// Memory that one load may take: zlib yields at most 1032 bytes for one, so that no honest file reaches it.
+constexpr std::uint64_t loadMemory(std::uint64_t fileSize)
+{
+    constexpr std::uint64_t BASE = std::uint64_t{16} << 20;
+    constexpr std::uint64_t FACTOR = 1100;
+    return fileSize > (UINT64_MAX - BASE) / FACTOR ? UINT64_MAX : BASE + FACTOR * fileSize;
+}
+
+/// Block tags that one index run visits.
+constexpr std::uint64_t indexedBlocks(std::uint64_t fileSize)
+{
+    return 1000000 + fileSize / 8;
+}
+
+} // namespace sdb::detail
