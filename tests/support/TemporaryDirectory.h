@@ -31,8 +31,10 @@ public:
             throw std::runtime_error("cannot make a directory " + _path);
         }
     }
+
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
     ~TemporaryDirectory()
     {
         std::error_code ignored;
@@ -41,6 +43,7 @@ public:
 
     /// Without a slash at its end.
     const std::string& path() const { return _path; }
+
     std::wstring widePath() const { return {_path.begin(), _path.end()}; }
 
     /// The path of an ASCII name in the directory; nothing is created.
