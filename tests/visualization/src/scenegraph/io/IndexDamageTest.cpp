@@ -33,7 +33,8 @@ Edit text(const std::string& key, const std::string& value)
 }
 
 /// Payload bytes with something that looks like an item but is not in its place.
-const std::string LOOKALIKE = R"(x{"DataField":"Header","FilePos":"0","Length":"ffff"}{"DataField":"Head{")";
+const std::string LOOKALIKE = R"(x{"DataField":"Header","FilePos":"0","Length":"ffff"})"
+                              R"({"DataField":"Thumbnail","FilePos":"0","Length":"ffff"}{"DataField":"Head{")";
 
 class UnfinishedRecordTest : public testing::TestWithParam<Edit>
 {
@@ -98,16 +99,14 @@ TEST(IndexDamageTest, blocksThatPointInACircleAreReportedOnce)
     file.record("a", {{"T", "x"}, {"U", "y"}});
     const std::uint64_t firstBlock = file.str().find(R"({"DataField":"BinaryData")");
     file.record("b", {{"V", "", std::pair(firstBlock, 0)}, {"lost", "z"}});
-    const std::uint64_t own = file.size();
     EXPECT_THAT(indexEvents(file.str()),
                 ElementsAre("block T", "block U", "record a", "block V", "block T", "block U", "record b"));
-    ContainerBytes circle(file.str());
-    circle.record("c", {{"W", "", std::pair(own, 0)}}, position("BinaryData", own));
-    const std::uint64_t self = circle.str().rfind(R"({"DataField":"BinaryData")");
-    ContainerBytes selfCircle(file.str());
-    selfCircle.record("c", {{"W", "", std::pair(self, 0)}});
-    EXPECT_THAT(indexEvents(selfCircle.str()), ElementsAre("block T", "block U", "record a", "block V", "block T",
-                                                           "block U", "record b", "block W", "record c"));
+    ContainerBytes toItself(file.str());
+    toItself.record("c", {{"W", "", std::pair(file.size(), 0)}}, position("BinaryData", 0));
+    const std::uint64_t self = toItself.str().rfind(R"({"DataField":"BinaryData")");
+    file.record("c", {{"W", "", std::pair(self, 0)}, {"lost", "z"}});
+    EXPECT_THAT(indexEvents(file.str()), ElementsAre("block T", "block U", "record a", "block V", "block T", "block U",
+                                                     "record b", "block W", "record c"));
 }
 
 struct EndCase
@@ -214,6 +213,27 @@ TEST(IndexDamageTest, aHeaderTornWhileItIsCompletedIsThereAsAWholeOrNotAtAll)
         torn.replace(start.size(), n - start.size(), final, start.size(), n - start.size());
         const IndexEvents events = indexEvents(torn);
         EXPECT_EQ(std::count(events.begin(), events.end(), "record b"), n >= length + 16 ? 1 : 0) << "torn at " << n;
+        expectRefusedOrReadable(torn);
+    }
+}
+
+TEST(IndexDamageTest, aTornThumbnailIsThereAsAWholeOrNotAtAll)
+{
+    const test::LogCapture log;
+    const std::string start = ContainerBytes().record("a").str();
+    const std::string final = ContainerBytes(start).thumbnail(7).str();
+    const std::size_t filePos = final.find("\"FilePos\":\"", start.size()) + 11;
+    const std::size_t length = final.find("\"Length\":\"", start.size()) + 10;
+    for (std::size_t n = start.size(); n <= length + 16; ++n)
+    {
+        std::string torn = final;
+        for (const std::size_t digits : {filePos, length})
+        {
+            const std::size_t written = std::clamp(n, digits, digits + 16) - digits;
+            torn.replace(digits + written, 16 - written, 16 - written, '0');
+        }
+        const bool isWhole = torn == final;
+        EXPECT_EQ(indexEvents(torn).size(), isWhole ? 2 : 1) << "torn at " << n;
         expectRefusedOrReadable(torn);
     }
 }

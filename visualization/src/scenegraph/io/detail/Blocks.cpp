@@ -79,7 +79,7 @@ bool writeZlib(std::ostream& out, const char* data, std::uint64_t size)
 {
     Scratch scratch;
     std::uint64_t capacity = std::max(size, SCRATCH_BYTES);
-    const Bytef* const source = reinterpret_cast<const Bytef*>(data);
+    const auto* const source = reinterpret_cast<const Bytef*>(data);
     for (;;)
     {
         char* const compressed = scratch.take(capacity);

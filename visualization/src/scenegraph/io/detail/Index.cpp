@@ -11,6 +11,7 @@
 #include "scenegraphcommon/Logger.h"
 
 #include <istream>
+#include <optional>
 #include <utility>
 
 namespace sdb::detail
@@ -29,11 +30,12 @@ LogSite spentBudget(Logger::Warning, SOURCE, 371);
 class Walk
 {
 public:
-    Walk(std::istream& in, RecordCallback record, std::optional<BlockCallback> block, ThumbnailCallback thumbnail)
+    /// Borrows everything; without a block callback there is no look at the blocks.
+    Walk(std::istream& in, const RecordCallback& record, const BlockCallback* block, const ThumbnailCallback& thumbnail)
         : _in(in)
-        , _record(std::move(record))
-        , _block(std::move(block))
-        , _thumbnail(std::move(thumbnail))
+        , _record(record)
+        , _block(block)
+        , _thumbnail(thumbnail)
         , _fileSize(streamSize(in))
         , _budget(indexedBlocks(_fileSize))
     {
@@ -110,7 +112,7 @@ private:
 
     void reportRecord(std::uint64_t end)
     {
-        if (_block.has_value())
+        if (_block != nullptr)
         {
             walkBlocks(_in, _tag, end, *_block, _budget);
             if (_budget.isSpent())
@@ -184,9 +186,9 @@ private:
     }
 
     std::istream& _in;
-    RecordCallback _record;
-    std::optional<BlockCallback> _block; ///< none if nobody asks for the blocks; may be empty if somebody does
-    ThumbnailCallback _thumbnail;
+    const RecordCallback& _record;
+    const BlockCallback* _block; ///< null if nobody asks for the blocks
+    const ThumbnailCallback& _thumbnail;
     std::uint64_t _fileSize;
     BlockBudget _budget;
 
@@ -199,9 +201,11 @@ private:
     WalkResult _result;
 };
 
-WalkResult runAndReturn(std::istream& in, Walk&& walk, std::uint64_t here)
+WalkResult index(std::istream& in, const RecordCallback& record, const BlockCallback* block,
+                 const ThumbnailCallback& thumbnail)
 {
-    WalkResult result = walk.run();
+    const std::uint64_t here = readPosition(in);
+    WalkResult result = Walk(in, record, block, thumbnail).run();
     if (result.end == WalkEnd::StrayTag)
     {
         raise(EXPECT_HEADERS);
@@ -213,26 +217,26 @@ WalkResult runAndReturn(std::istream& in, Walk&& walk, std::uint64_t here)
 
 } // namespace
 
-WalkResult walkFile(std::istream& in, RecordCallback record, ThumbnailCallback thumbnail)
+WalkResult walkFile(std::istream& in, const RecordCallback& record, const ThumbnailCallback& thumbnail)
 {
-    return Walk(in, std::move(record), std::nullopt, std::move(thumbnail)).run();
+    return Walk(in, record, nullptr, thumbnail).run();
 }
 
-WalkResult indexRecords(std::istream& in, RecordCallback record, ThumbnailCallback thumbnail)
+WalkResult indexRecords(std::istream& in, const RecordCallback& record, const ThumbnailCallback& thumbnail)
 {
-    const std::uint64_t here = readPosition(in);
-    return runAndReturn(in, Walk(in, std::move(record), std::nullopt, std::move(thumbnail)), here);
+    return index(in, record, nullptr, thumbnail);
 }
 
-WalkResult indexRecords(std::istream& in, RecordCallback record, BlockCallback block, ThumbnailCallback thumbnail)
+WalkResult indexRecords(std::istream& in, const RecordCallback& record, const BlockCallback& block,
+                        const ThumbnailCallback& thumbnail)
 {
-    const std::uint64_t here = readPosition(in);
-    return runAndReturn(in, Walk(in, std::move(record), std::move(block), std::move(thumbnail)), here);
+    return index(in, record, &block, thumbnail);
 }
 
 } // namespace sdb::detail
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes its callbacks by value
 void sdb::indexRecords(std::istream& in, RecordCallback record, BlockCallback block, ThumbnailCallback thumbnail)
 {
-    detail::indexRecords(in, std::move(record), std::move(block), std::move(thumbnail));
+    detail::indexRecords(in, record, block, thumbnail);
 }

@@ -35,12 +35,13 @@ struct WalkResult
 
 /// Walks a file as sdb::indexRecords describes, but raises nothing of its own and leaves the stream where the walk
 /// ended; after StrayTag that is just after the tag.
-WalkResult walkFile(std::istream& in, RecordCallback record, ThumbnailCallback thumbnail);
+WalkResult walkFile(std::istream& in, const RecordCallback& record, const ThumbnailCallback& thumbnail);
 
 /// sdb::indexRecords without a look at the blocks, and with a result.
-WalkResult indexRecords(std::istream& in, RecordCallback record, ThumbnailCallback thumbnail);
+WalkResult indexRecords(std::istream& in, const RecordCallback& record, const ThumbnailCallback& thumbnail);
 
 /// sdb::indexRecords with a result.
-WalkResult indexRecords(std::istream& in, RecordCallback record, BlockCallback block, ThumbnailCallback thumbnail);
+WalkResult indexRecords(std::istream& in, const RecordCallback& record, const BlockCallback& block,
+                        const ThumbnailCallback& thumbnail);
 
 } // namespace sdb::detail
