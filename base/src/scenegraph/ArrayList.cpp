@@ -109,7 +109,7 @@ vtkDataArray* ArrayList::stored(std::size_t place) const
     }
     if (!entry.bytes || entry.bytesTime != bits->GetMTime())
     {
-        entry.bytes = detail::bytesOfBits(*bits);
+        entry.bytes = detail::bytesOfBits(*bits, entry.bytes);
         entry.bytesTime = bits->GetMTime();
     }
     return entry.bytes;

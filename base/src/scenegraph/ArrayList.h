@@ -39,7 +39,7 @@ public:
 
     bool isBits(std::size_t place) const;
     /// The array as streams store it: a bit array as bytes, any other one itself. The same object in every call, until
-    /// the array is replaced or its modification time changes.
+    /// the array is replaced, or bits change and their modification time with them.
     vtkDataArray* stored(std::size_t place) const;
 
 private:

@@ -1,5 +1,6 @@
-#include "core/Properties.h"
 #include "scenegraph/PolyDataNode.h"
+
+#include "core/Properties.h"
 #include "scenegraph/detail/PolyDataParts.h"
 #include "scenegraph/detail/StoredForms.h"
 #include "scenegraphcommon/Logger.h"
@@ -279,7 +280,11 @@ void PolyDataNode::restoreTables(Association association, StoredTables& stored)
             return false;
         }
         auto& table = stored.made[colours->first + " " + detail::rangeText(*range)];
-        if (!table)
+        if (array->GetLookupTable()) // the array is shared with a living node
+        {
+            table = array->GetLookupTable();
+        }
+        else if (!table)
         {
             table = detail::tableOf(*colours->second, *range);
         }

@@ -30,13 +30,13 @@ int arrayCount(vtkPolyData& polys, PolyDataNode::Association association)
 
 void setRecord(Properties& properties, const char* key, Properties&& record)
 {
-    if (record.empty())
-    {
-        properties.remove(key);
-    }
-    else
+    if (!record.empty())
     {
         properties.set(key, std::move(record), Properties::Overwrite);
+    }
+    else if (properties.kind(key) == Properties::Kind::Record)
+    {
+        properties.remove(key);
     }
 }
 

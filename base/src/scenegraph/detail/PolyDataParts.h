@@ -27,7 +27,7 @@ constexpr PolyDataKeys POLY_DATA_KEYS[] = {{"ActivePointData", "PointBitArrays",
 vtkFieldData* fieldsOf(vtkPolyData& polys, PolyDataNode::Association association);
 int arrayCount(vtkPolyData& polys, PolyDataNode::Association association);
 
-/// Sets a nested record that exists only while it has entries.
+/// Sets a nested record that exists only while it has entries. A value that is no record stays until there are some.
 void setRecord(Properties& properties, const char* key, Properties&& record);
 
 } // namespace tsg::detail

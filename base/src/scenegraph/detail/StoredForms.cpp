@@ -29,11 +29,28 @@ vtkSmartPointer<Target> converted(Source& source, const Convert& convert)
     return res;
 }
 
+bool sameName(vtkUnsignedCharArray& a, const char* name)
+{
+    return a.GetName() && name && std::strcmp(a.GetName(), name) == 0;
+}
+
 bool sameColours(vtkUnsignedCharArray& a, vtkUnsignedCharArray& b)
 {
     const vtkIdType count = a.GetNumberOfValues();
     return count == b.GetNumberOfValues() &&
            std::memcmp(a.GetPointer(0), b.GetPointer(0), static_cast<std::size_t>(count)) == 0;
+}
+
+bool sameBits(vtkBitArray& bits, vtkUnsignedCharArray& bytes)
+{
+    bool res = bits.GetNumberOfComponents() == bytes.GetNumberOfComponents() &&
+               bits.GetNumberOfTuples() == bytes.GetNumberOfTuples();
+    const vtkIdType count = bits.GetNumberOfTuples() * bits.GetNumberOfComponents();
+    for (vtkIdType i = 0; res && i < count; ++i)
+    {
+        res = (bits.GetValue(i) != 0) == (bytes.GetValue(i) != 0);
+    }
+    return res;
 }
 
 void appendNumber(std::string& text, double value)
@@ -52,8 +69,12 @@ const char* readNumber(const char* begin, const char* end, double& value)
 
 } // namespace
 
-vtkSmartPointer<vtkUnsignedCharArray> bytesOfBits(vtkBitArray& bits)
+vtkSmartPointer<vtkUnsignedCharArray> bytesOfBits(vtkBitArray& bits, vtkUnsignedCharArray* previous)
 {
+    if (previous && sameName(*previous, bits.GetName()) && sameBits(bits, *previous))
+    {
+        return previous;
+    }
     return converted<vtkUnsignedCharArray>(bits, [](int bit) { return static_cast<unsigned char>(bit); });
 }
 
@@ -74,7 +95,7 @@ vtkSmartPointer<vtkUnsignedCharArray> coloursOf(vtkLookupTable& table, const std
     {
         return nullptr;
     }
-    if (previous && previous->GetName() && name == previous->GetName() && sameColours(colours, *previous))
+    if (previous && sameName(*previous, name.c_str()) && sameColours(colours, *previous))
     {
         return previous;
     }

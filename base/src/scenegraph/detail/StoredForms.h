@@ -15,8 +15,9 @@ namespace tsg::detail
 
 using Range = std::array<double, 2>;
 
-/// A new array of the same name and shape with a byte, 0 or 1, for each bit.
-vtkSmartPointer<vtkUnsignedCharArray> bytesOfBits(vtkBitArray& bits);
+/// An array of the same name and shape with a byte, 0 or 1, for each bit. Answers `previous` if that stands for the
+/// same bits already (it may be null), else a new array.
+vtkSmartPointer<vtkUnsignedCharArray> bytesOfBits(vtkBitArray& bits, vtkUnsignedCharArray* previous);
 /// A new bit array of the same name and shape; bytes other than 0 are set bits.
 vtkSmartPointer<vtkBitArray> bitsOfBytes(vtkUnsignedCharArray& bytes);
 
