@@ -35,6 +35,8 @@ public:
 
     std::size_t size() const { return _entries.size(); }
 
+    const std::string& nameAt(std::size_t place) const { return _entries[place].name; }
+
     vtkDataArray* at(std::size_t place) const { return _entries[place].array; }
 
     bool isBits(std::size_t place) const;

@@ -73,7 +73,7 @@ void attach(const ArrayList& arrays, vtkFieldData& target, vtkIdType tuples, std
         }
         else if (misfits)
         {
-            misfits->emplace_back(arrays.at(i)->GetName());
+            misfits->push_back(arrays.nameAt(i));
         }
     }
 }

@@ -141,7 +141,7 @@ void PolyDataNode::describeBits(Properties& properties) const
         {
             if (arrays.isBits(i))
             {
-                names.set(arrays.at(i)->GetName(), 1, Properties::Overwrite);
+                names.set(arrays.nameAt(i), 1, Properties::Overwrite);
             }
         }
         setRecord(properties, POLY_DATA_KEYS[association].bits, std::move(names));
@@ -166,12 +166,15 @@ void PolyDataNode::describeTables(Properties& properties) const
         for (std::size_t i = 0; i < arrays.size(); ++i)
         {
             vtkLookupTable* table = arrays.at(i)->GetLookupTable();
-            const std::string name = table ? names.nameOf(table, arrays.at(i)->GetName()) : std::string();
-            const auto stored = table ? detail::coloursOf(*table, name, _colours[name]) : nullptr;
-            if (stored)
+            if (!table)
+            {
+                continue;
+            }
+            const std::string& name = names.nameOf(table, arrays.nameAt(i));
+            if (const auto stored = detail::coloursOf(*table, name, _colours[name]))
             {
                 colours[name] = stored;
-                entries.set(arrays.at(i)->GetName(), tableEntry(name, *table), Properties::Overwrite);
+                entries.set(arrays.nameAt(i), tableEntry(name, *table), Properties::Overwrite);
             }
         }
         setRecord(properties, POLY_DATA_KEYS[association].tables, std::move(entries));

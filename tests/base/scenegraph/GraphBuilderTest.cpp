@@ -10,7 +10,6 @@
 #include <vtkNew.h>
 
 using namespace tsg;
-using testing::Test;
 using Keys = std::map<std::string, std::size_t>;
 
 namespace

@@ -56,8 +56,8 @@ bool sameBits(vtkBitArray& bits, vtkUnsignedCharArray& bytes)
 void appendNumber(std::string& text, double value)
 {
     std::array<char, 32> digits{}; // the shortest form of a double has at most 24 characters
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-    text.append(digits.data(), end);
+    const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    text.append(static_cast<const char*>(digits.data()), end);
 }
 
 /// Reads one number; the position after it, or null.
