@@ -29,6 +29,8 @@ public:
     bool truncate(std::uint64_t size);
 
 private:
+    using std::ofstream::open; // another file would have another descriptor
+
     int _descriptor; ///< of the open file, owned by the stream's buffer; -1 when opening failed
 };
 
