@@ -42,9 +42,7 @@ class Writer : public tsg::SDBDataWriter
 public:
     static Writer* New();
     vtkTypeMacro(Writer, tsg::SDBDataWriter);
-    using SDBDataWriter::vtkIsInTheList;
     using SDBDataWriter::WriteScalarData;
-    using SDBDataWriter::WriteTensorData;
     using SDBDataWriter::WriteVectorData;
 };
 
@@ -357,15 +355,6 @@ TEST(SDBDataWriterTest, fieldsAreWrittenIfAnyArrayHasTuples)
     data->SetFieldData(nullptr);
     EXPECT_EQ(out.writer->WriteDataSetData(&out.disk, data), 1);
     EXPECT_EQ(out.take(), "");
-}
-
-TEST(SDBDataWriterTest, membershipInAList)
-{
-    int list[] = {3, -1, 5};
-    EXPECT_EQ(Writer::vtkIsInTheList(5, list, 3), 1);
-    EXPECT_EQ(Writer::vtkIsInTheList(5, list, 2), 0);
-    EXPECT_EQ(Writer::vtkIsInTheList(3, list, 0), 0);
-    EXPECT_EQ(Writer::vtkIsInTheList(3, list, -1), 0);
 }
 
 TEST(SDBDataWriterTest, theGeneralWriterWritesNoDataset)
