@@ -416,7 +416,7 @@ int SDBDataReader::ReadCells(int size, int* list, int skip1, int read2, int /*sk
     {
         return this->Fail(failure);
     }
-    detail::ConnectivityList whole(size, this->RunBudget());
+    detail::ConnectivityBuffer whole(size, this->RunBudget());
     if (whole.get() == nullptr)
     {
         return this->Fail(failure);

@@ -287,7 +287,7 @@ bool SDBPolyDataReader::ReadCellSection(Run& run, int kind)
     int size = 0;
     const bool counted = this->Read(&cellCount) && this->Read(&size) && cellCount >= 0 && size >= 0;
     sdb::detail::MemoryBudget& budget = this->RunBudget();
-    detail::ConnectivityList list(counted ? size : 0, budget);
+    detail::ConnectivityBuffer list(counted ? size : 0, budget);
     if (!counted || list.get() == nullptr || !budget.charge(detail::importedBytes(size)))
     {
         reportError(*this, CELL_KINDS[kind].failure);

@@ -33,7 +33,7 @@ std::int64_t skipCells(const std::int32_t* list, std::int64_t size, std::int64_t
 
 } // namespace
 
-ConnectivityList::ConnectivityList(std::int64_t size, sdb::detail::MemoryBudget& budget)
+ConnectivityBuffer::ConnectivityBuffer(std::int64_t size, sdb::detail::MemoryBudget& budget)
     : _budget(budget)
     , _bytes(static_cast<std::uint64_t>(size) * sizeof(std::int32_t))
 {
@@ -48,7 +48,7 @@ ConnectivityList::ConnectivityList(std::int64_t size, sdb::detail::MemoryBudget&
     }
 }
 
-ConnectivityList::~ConnectivityList()
+ConnectivityBuffer::~ConnectivityBuffer()
 {
     _budget.release(_bytes);
 }

@@ -38,13 +38,13 @@ constexpr std::uint64_t importedBytes(std::int64_t size)
 }
 
 /// A zeroed connectivity list, scratch memory that is charged for as long as this object lives.
-class ConnectivityList
+class ConnectivityBuffer
 {
 public:
-    ConnectivityList(std::int64_t size, sdb::detail::MemoryBudget& budget);
-    ~ConnectivityList();
-    ConnectivityList(const ConnectivityList&) = delete;
-    ConnectivityList& operator=(const ConnectivityList&) = delete;
+    ConnectivityBuffer(std::int64_t size, sdb::detail::MemoryBudget& budget);
+    ~ConnectivityBuffer();
+    ConnectivityBuffer(const ConnectivityBuffer&) = delete;
+    ConnectivityBuffer& operator=(const ConnectivityBuffer&) = delete;
 
     /// Null if the budget or the memory does not suffice.
     std::int32_t* get() { return _list.get(); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include <vtkDataSetAttributes.h>
@@ -108,6 +109,8 @@ constexpr TypeWord TYPE_WORDS[] = {
 
 /// Bytes of one id in the form for ids that are no larger than an unsigned short.
 constexpr int SHORT_ID_WIDTH = 2;
+/// Smallest block in bytes that is compressed.
+constexpr std::uint64_t MIN_COMPRESSED_BYTES = 1024;
 
 /// The row that a type word in a file denotes; null if none does.
 constexpr const TypeWord* findTypeWord(std::string_view token)
@@ -122,7 +125,7 @@ constexpr const TypeWord* findTypeWord(std::string_view token)
     return nullptr;
 }
 
-/// The row of a VTK type code (of ids the 4-byte one); null for the codes that dataset blocks do not store.
+/// The first row of a VTK type code (of ids the 4-byte one); null for the codes that dataset blocks do not store.
 constexpr const TypeWord* typeWordOf(int vtkType)
 {
     for (const TypeWord& row : TYPE_WORDS)

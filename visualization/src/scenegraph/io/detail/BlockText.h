@@ -1,0 +1,34 @@
+#pragma once
+
+#include <initializer_list>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+class vtkWriter;
+
+/// The text of dataset blocks. It is made without any locale and written as bytes, so that locale and format flags of
+/// the caller's stream do not matter.
+namespace tsg::detail
+{
+
+/// The first of the texts that is neither null nor empty; an empty text if none is.
+const char* firstNonEmpty(std::initializer_list<const char*> texts);
+
+/// A number as the default-formatted text of a stream: six significant digits.
+std::string decimal(double value);
+
+/// An array name as one token of a block: bytes below 33 or above 126, quotes and percent signs as "%" and two
+/// hexadecimal digits. Cut to MAX_NAME_BYTES before an escape that would not fit. A null name is empty. `writer` does
+/// the encoding.
+std::string encodedName(vtkWriter& writer, const char* name);
+
+/// Text that comes out of fillTemplate as it is.
+std::string escapedForTemplate(std::string_view text);
+
+/// A header line from its template: "%s" becomes the type word, "%%" a percent sign.
+std::string fillTemplate(std::string_view lineTemplate, std::string_view typeWord);
+
+void writeText(std::ostream& out, std::string_view text);
+
+} // namespace tsg::detail
