@@ -241,6 +241,7 @@ private:
     struct AttributeKind;
 
     struct FieldArrayLine;
+    struct SectionData;
 
     template <class T>
     int ReadNumber(T* result);
@@ -248,8 +249,8 @@ private:
     detail::ArrayReader Arrays();
     vtkSmartPointer<vtkDataArray> ReadWordAndArray(const detail::VtkReport& failure, int tuples, int components);
 
-    int ReadRecord(const char* word, SectionKind kind, vtkDataSetAttributes* set, int count,
-                   detail::FieldArrays& arrays);
+    int ReadRecords(SectionData* sets, SectionKind kind, int count, const SectionCounts& expected);
+    int ReadRecord(const char* word, SectionKind kind, SectionData& data, int count);
     int ReadFieldRecord(detail::FieldArrays& arrays);
     bool ReadFieldArrayLine(FieldArrayLine& line);
 

@@ -54,13 +54,17 @@ unsigned char colorByte(double fraction)
     return value > 0.0 ? static_cast<unsigned char>(std::min(value, LIMIT)) : 0;
 }
 
-/// Reads the decimal number that a word begins with; false if it begins with none.
+/// Reads the decimal number that a word begins with; false, with `count` unchanged, if it begins with none.
 bool beginsWithCount(const char* word, int& count)
 {
     char* end = nullptr;
     const long number = std::strtol(word, &end, 10);
+    if (end == word)
+    {
+        return false;
+    }
     count = static_cast<int>(std::clamp<long>(number, INT32_MIN, INT32_MAX));
-    return end != word;
+    return true;
 }
 
 } // namespace

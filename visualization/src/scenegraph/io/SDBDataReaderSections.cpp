@@ -50,6 +50,19 @@ constexpr Section SECTIONS[] = {
 
 // --- Attribute sections ----------------------------------------------------------------------------------------------
 
+/// The attribute set of a section and the way of adding to it.
+struct SDBDataReader::SectionData
+{
+    explicit SectionData(vtkDataSetAttributes& set)
+        : Set(set)
+        , Arrays(set)
+    {
+    }
+
+    vtkDataSetAttributes& Set;
+    detail::FieldArrays Arrays;
+};
+
 int SDBDataReader::ReadDataSetData(vtkDataSet*)
 {
     return 1;
@@ -81,9 +94,18 @@ int SDBDataReader::ReadRecords(vtkDataSet* data, SectionKind kind, int count, co
     {
         return 0;
     }
-    // The sections open one another any number of times: in one loop, not by calls.
-    vtkDataSetAttributes* const sets[] = {data->GetCellData(), data->GetPointData()};
-    detail::FieldArrays arrays[] = {detail::FieldArrays(*sets[CellSection]), detail::FieldArrays(*sets[PointSection])};
+    SectionData sets[] = {SectionData(*data->GetCellData()), SectionData(*data->GetPointData())};
+    const int result = this->ReadRecords(sets, kind, count, expected);
+    for (SectionData& set : sets)
+    {
+        set.Arrays.finish();
+    }
+    return result;
+}
+
+/// The sections open one another any number of times: in one loop, not by calls.
+int SDBDataReader::ReadRecords(SectionData* sets, SectionKind kind, int count, const SectionCounts& expected)
+{
     char word[detail::TOKEN_BYTES];
     while (this->ReadString(word))
     {
@@ -97,7 +119,7 @@ int SDBDataReader::ReadRecords(vtkDataSet* data, SectionKind kind, int count, co
                 return 0;
             }
         }
-        else if (!this->ReadRecord(word, kind, sets[kind], count, arrays[kind]))
+        else if (!this->ReadRecord(word, kind, sets[kind], count))
         {
             return 0;
         }
@@ -105,8 +127,7 @@ int SDBDataReader::ReadRecords(vtkDataSet* data, SectionKind kind, int count, co
     return 1;
 }
 
-int SDBDataReader::ReadRecord(const char* word, SectionKind kind, vtkDataSetAttributes* set, int count,
-                              detail::FieldArrays& arrays)
+int SDBDataReader::ReadRecord(const char* word, SectionKind kind, SectionData& data, int count)
 {
     struct Record
     {
@@ -127,16 +148,16 @@ int SDBDataReader::ReadRecord(const char* word, SectionKind kind, vtkDataSetAttr
     {
         if (detail::beginsWith(word, record.keyword))
         {
-            return (this->*record.read)(set, count);
+            return (this->*record.read)(&data.Set, count);
         }
     }
     if (detail::beginsWith(word, detail::LOOKUP_TABLE_WORD))
     {
-        return this->ReadLutData(set);
+        return this->ReadLutData(&data.Set);
     }
     if (detail::beginsWith(word, detail::FIELD_WORD))
     {
-        return this->ReadFieldRecord(arrays);
+        return this->ReadFieldRecord(data.Arrays);
     }
     return this->Fail(SECTIONS[kind].unsupportedRecord, word);
 }

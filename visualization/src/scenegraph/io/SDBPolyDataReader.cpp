@@ -308,6 +308,10 @@ bool SDBPolyDataReader::ReadCellSection(Run& run, int kind)
 /// Points may come after the cells, or twice; so that the ids are checked when all is read.
 void SDBPolyDataReader::EmptyFailedSections(Run& run)
 {
+    if (run.Output == nullptr)
+    {
+        return;
+    }
     bool failed = false;
     for (int kind = 0; kind < CELL_KIND_COUNT; ++kind)
     {

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include <vtkAbstractArray.h>
+#include <vtkCallbackCommand.h>
 #include <vtkFieldData.h>
+#include <vtkNew.h>
 
 namespace tsg::detail
 {
@@ -11,16 +13,40 @@ namespace tsg::detail
 namespace
 {
 
-/// Lends vtkFieldData::SetArray, which VTK keeps for derived classes; there is no such object.
+/// Lends what vtkFieldData keeps for derived classes; there is no such object.
 struct Places : vtkFieldData
 {
+    /// Puts an array in the place of another or behind the last. The field data has room for it.
     static void set(vtkFieldData& fields, int place, vtkAbstractArray* array)
     {
+        int& count = fields.*&Places::NumberOfActiveArrays;
+        count = std::max(count, place + 1);
         (fields.*&Places::SetArray)(place, array);
     }
 };
 
 } // namespace
+
+FieldArrays::FieldArrays(vtkFieldData& fields)
+    : _fields(fields)
+{
+    constexpr float FIRST = 1.0F;
+    const vtkNew<vtkCallbackCommand> silence;
+    silence->SetCallback([](vtkObject*, unsigned long, void*, void*) {});
+    silence->AbortFlagOnExecuteOn();
+    _silence = fields.AddObserver(vtkCommand::ModifiedEvent, silence, FIRST);
+}
+
+FieldArrays::~FieldArrays()
+{
+    _fields.RemoveObserver(_silence);
+}
+
+void FieldArrays::finish()
+{
+    _fields.RemoveObserver(_silence);
+    _fields.Modified();
+}
 
 void FieldArrays::learnPlaces()
 {
