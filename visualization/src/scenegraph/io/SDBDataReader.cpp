@@ -47,30 +47,21 @@ std::uint64_t remainingSize(std::istream& in)
     return position < 0 ? 0 : sdb::detail::streamSize(in) - static_cast<std::uint64_t>(position);
 }
 
+/// What the file-type word of a header denotes; 0 if nothing.
+int fileTypeOf(std::string_view word)
+{
+    if (detail::beginsWith(word, detail::ASCII_WORD))
+    {
+        return VTK_ASCII;
+    }
+    return detail::beginsWith(word, detail::BINARY_WORD) ? VTK_BINARY : 0;
+}
+
 } // namespace
 
 vtkObjectFactoryNewMacro(SDBDataReader);
 
 SDBDataReader::SDBDataReader()
-    : Stream(nullptr)
-    , Budget(nullptr)
-    , FileType(VTK_ASCII)
-    , Header(nullptr)
-    , ScalarsName(nullptr)
-    , VectorsName(nullptr)
-    , TensorsName(nullptr)
-    , NormalsName(nullptr)
-    , TCoordsName(nullptr)
-    , LookupTableName(nullptr)
-    , FieldDataName(nullptr)
-    , ScalarLut(nullptr)
-    , ReadAllScalars(0)
-    , ReadAllVectors(0)
-    , ReadAllNormals(0)
-    , ReadAllTensors(0)
-    , ReadAllColorScalars(0)
-    , ReadAllTCoords(0)
-    , ReadAllFields(0)
 {
     this->SetNumberOfInputPorts(0);
     this->SetNumberOfOutputPorts(1);
@@ -188,10 +179,8 @@ int SDBDataReader::ReadHeader()
     {
         return this->Fail(NO_FILE_TYPE);
     }
-    this->LowerCase(line);
-    this->FileType = detail::beginsWith(line, detail::ASCII_WORD)    ? VTK_ASCII
-                     : detail::beginsWith(line, detail::BINARY_WORD) ? VTK_BINARY
-                                                                     : 0;
+    LowerCase(line);
+    this->FileType = fileTypeOf(line);
     return this->FileType != 0 ? 1 : this->Fail(UNRECOGNIZED_FILE_TYPE, line);
 }
 
@@ -202,7 +191,7 @@ void SDBDataReader::InitializeCharacteristics()
 
 void SDBDataReader::CheckFor(const char* keyword, char* line, std::vector<std::string>& names)
 {
-    this->LowerCase(line, std::strlen(keyword));
+    LowerCase(line, std::strlen(keyword));
     if (!detail::beginsWith(line, keyword))
     {
         return;
@@ -230,7 +219,7 @@ vtkSmartPointer<vtkDataArray> SDBDataReader::ReadWordAndArray(const VtkReport& f
         this->Fail(failure);
         return nullptr;
     }
-    return this->Arrays().read(this->LowerCase(word), tuples, components);
+    return this->Arrays().read(LowerCase(word), tuples, components);
 }
 
 vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int components)
@@ -240,7 +229,7 @@ vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int com
         return nullptr;
     }
     std::string word(typeWord);
-    this->LowerCase(word.data(), word.size());
+    LowerCase(word.data(), word.size());
     const vtkSmartPointer<vtkDataArray> array = this->Arrays().read(word, tuples, components);
     if (array != nullptr)
     {

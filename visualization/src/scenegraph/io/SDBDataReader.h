@@ -128,7 +128,7 @@ public:
     int Read(double* result);
 
     /// Lower-cases ASCII letters in place up to the length or the terminating zero; returns the text.
-    char* LowerCase(char* text, std::size_t length = 256);
+    static char* LowerCase(char* text, std::size_t length = 256);
 
     /// Reads the type word and coordinates of `count` points and gives them to the point set.
     int ReadPoints(vtkPointSet* points, int count);
@@ -187,11 +187,11 @@ protected:
     int ReadLutData(vtkDataSetAttributes* set);
 
     /// Reads nothing: datasets have no other data in this format.
-    int ReadDataSetData(vtkDataSet* data);
+    static int ReadDataSetData(vtkDataSet* data);
 
     /// Replaces "%" and two characters by the byte they denote in base 16, as far as they do; a "%" with fewer behind
     /// it is dropped. `result` has 256 bytes.
-    void DecodeArrayName(char* result, const char* name);
+    static void DecodeArrayName(char* result, const char* name);
 
     /// The names of arrays that header lines have announced, a list for each kind of record.
     struct Characteristics
@@ -245,6 +245,7 @@ private:
 
     template <class T>
     int ReadNumber(T* result);
+    bool ReadName(char name[256]);
     bool IsText() const;
     detail::ArrayReader Arrays();
     vtkSmartPointer<vtkDataArray> ReadWordAndArray(const detail::VtkReport& failure, int tuples, int components);
@@ -255,9 +256,9 @@ private:
     bool ReadFieldArrayLine(FieldArrayLine& line);
 
     int ReadAttribute(const AttributeKind& kind, vtkDataSetAttributes* set, int count);
-    int ReadAttributeArray(const AttributeKind& kind, const char* encodedName, const char* typeWord,
-                           vtkDataSetAttributes* set, int count);
-    bool BecomesActive(const AttributeKind& kind, const char* name, vtkDataSetAttributes* set);
+    int ReadAttributeArray(const AttributeKind& kind, const char* name, const char* typeWord, vtkDataSetAttributes* set,
+                           int count);
+    static bool BecomesActive(const AttributeKind& kind, const char* name, vtkDataSetAttributes* set);
     int KeepAttribute(const AttributeKind& kind, const char* name, bool active, vtkDataArray* array,
                       vtkDataSetAttributes* set);
     int ReadScalarHeader(char* name, char* typeWord, int& components, char* table);
@@ -267,29 +268,29 @@ private:
     int Fail(const detail::VtkReport& report, const char* detail = "");
     void SetHeader(const char* header);
 
-    std::istream* Stream;
-    sdb::detail::MemoryBudget* Budget;
+    std::istream* Stream = nullptr;
+    sdb::detail::MemoryBudget* Budget = nullptr;
     std::unique_ptr<sdb::detail::MemoryBudget> OwnBudget; ///< in place of a missing one, made at its first use in a run
 
-    int FileType;
-    char* Header;
+    int FileType = 1;
+    char* Header = nullptr;
 
-    char* ScalarsName;
-    char* VectorsName;
-    char* TensorsName;
-    char* NormalsName;
-    char* TCoordsName;
-    char* LookupTableName;
-    char* FieldDataName;
-    char* ScalarLut;
+    char* ScalarsName = nullptr;
+    char* VectorsName = nullptr;
+    char* TensorsName = nullptr;
+    char* NormalsName = nullptr;
+    char* TCoordsName = nullptr;
+    char* LookupTableName = nullptr;
+    char* FieldDataName = nullptr;
+    char* ScalarLut = nullptr;
 
-    int ReadAllScalars;
-    int ReadAllVectors;
-    int ReadAllNormals;
-    int ReadAllTensors;
-    int ReadAllColorScalars;
-    int ReadAllTCoords;
-    int ReadAllFields;
+    int ReadAllScalars = 0;
+    int ReadAllVectors = 0;
+    int ReadAllNormals = 0;
+    int ReadAllTensors = 0;
+    int ReadAllColorScalars = 0;
+    int ReadAllTCoords = 0;
+    int ReadAllFields = 0;
 };
 
 } // namespace tsg

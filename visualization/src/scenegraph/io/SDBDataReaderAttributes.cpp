@@ -104,12 +104,10 @@ int SDBDataReader::KeepAttribute(const AttributeKind& kind, const char* name, bo
     return 1;
 }
 
-int SDBDataReader::ReadAttributeArray(const AttributeKind& kind, const char* encodedName, const char* typeWord,
+int SDBDataReader::ReadAttributeArray(const AttributeKind& kind, const char* name, const char* typeWord,
                                       vtkDataSetAttributes* set, int count)
 {
-    char name[detail::TOKEN_BYTES];
-    this->DecodeArrayName(name, encodedName);
-    const bool active = this->BecomesActive(kind, name, set);
+    const bool active = BecomesActive(kind, name, set);
     const auto array = vtkSmartPointer<vtkDataArray>::Take(this->ReadArray(typeWord, count, kind.Components));
     return this->KeepAttribute(kind, name, active, array, set);
 }
@@ -117,7 +115,7 @@ int SDBDataReader::ReadAttributeArray(const AttributeKind& kind, const char* enc
 int SDBDataReader::ReadAttribute(const AttributeKind& kind, vtkDataSetAttributes* set, int count)
 {
     char name[detail::TOKEN_BYTES], typeWord[detail::TOKEN_BYTES];
-    if (!this->ReadString(name) || !this->ReadString(typeWord))
+    if (!this->ReadName(name) || !this->ReadString(typeWord))
     {
         return this->Fail(kind.Failure);
     }
@@ -155,7 +153,7 @@ int SDBDataReader::ReadTCoordsData(vtkDataSetAttributes* set, int count)
 {
     char name[detail::TOKEN_BYTES], typeWord[detail::TOKEN_BYTES];
     int dimension = 0;
-    if (!this->ReadString(name) || !this->Read(&dimension) || !this->ReadString(typeWord))
+    if (!this->ReadName(name) || !this->Read(&dimension) || !this->ReadString(typeWord))
     {
         return this->Fail(NO_TCOORDS);
     }
@@ -173,7 +171,7 @@ int SDBDataReader::ReadTCoordsData(vtkDataSetAttributes* set, int count)
 int SDBDataReader::ReadScalarHeader(char* name, char* typeWord, int& components, char* table)
 {
     char word[detail::TOKEN_BYTES];
-    if (!this->ReadString(name) || !this->ReadString(typeWord) || !this->ReadString(word))
+    if (!this->ReadName(name) || !this->ReadString(typeWord) || !this->ReadString(word))
     {
         return this->Fail(NO_SCALARS);
     }
@@ -192,21 +190,19 @@ int SDBDataReader::ReadScalarHeader(char* name, char* typeWord, int& components,
 
 int SDBDataReader::ReadScalarData(vtkDataSetAttributes* set, int count)
 {
-    char encodedName[detail::TOKEN_BYTES], typeWord[detail::TOKEN_BYTES], table[detail::TOKEN_BYTES];
+    char name[detail::TOKEN_BYTES], typeWord[detail::TOKEN_BYTES], table[detail::TOKEN_BYTES];
     int components = 1;
-    if (!this->ReadScalarHeader(encodedName, typeWord, components, table))
+    if (!this->ReadScalarHeader(name, typeWord, components, table))
     {
         return 0;
     }
     const AttributeKind kind{vtkDataSetAttributes::SCALARS, components, this->ScalarsName, this->ReadAllScalars,
                              NO_SCALARS};
-    char name[detail::TOKEN_BYTES];
-    this->DecodeArrayName(name, encodedName);
-    if (this->BecomesActive(kind, name, set))
+    if (BecomesActive(kind, name, set))
     {
         this->SetScalarLut(table);
     }
-    return this->ReadAttributeArray(kind, encodedName, typeWord, set, count);
+    return this->ReadAttributeArray(kind, name, typeWord, set, count);
 }
 
 vtkSmartPointer<vtkDataArray> SDBDataReader::ReadColors(int tuples, int components)
@@ -222,7 +218,7 @@ vtkSmartPointer<vtkDataArray> SDBDataReader::ReadColors(int tuples, int componen
     }
     const auto convert = [&fractions](char* data, std::uint64_t bytes)
     {
-        const float* const values = static_cast<const float*>(fractions->GetVoidPointer(0));
+        const auto* const values = static_cast<const float*>(fractions->GetVoidPointer(0));
         std::transform(values, values + bytes, reinterpret_cast<unsigned char*>(data), colorByte);
         return true;
     };
@@ -232,17 +228,15 @@ vtkSmartPointer<vtkDataArray> SDBDataReader::ReadColors(int tuples, int componen
 
 int SDBDataReader::ReadCoScalarData(vtkDataSetAttributes* set, int count)
 {
-    char encodedName[detail::TOKEN_BYTES];
+    char name[detail::TOKEN_BYTES];
     int components = 0;
-    if (!this->ReadString(encodedName) || !this->Read(&components))
+    if (!this->ReadName(name) || !this->Read(&components))
     {
         return this->Fail(NO_COLORS);
     }
     const AttributeKind kind{vtkDataSetAttributes::SCALARS, components, this->ScalarsName, this->ReadAllColorScalars,
                              NO_COLORS};
-    char name[detail::TOKEN_BYTES];
-    this->DecodeArrayName(name, encodedName);
-    const bool active = this->BecomesActive(kind, name, set);
+    const bool active = BecomesActive(kind, name, set);
     return this->KeepAttribute(kind, name, active, this->ReadColors(count, components), set);
 }
 

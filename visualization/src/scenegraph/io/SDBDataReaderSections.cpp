@@ -109,7 +109,7 @@ int SDBDataReader::ReadRecords(SectionData* sets, SectionKind kind, int count, c
     char word[detail::TOKEN_BYTES];
     while (this->ReadString(word))
     {
-        this->LowerCase(word);
+        LowerCase(word);
         const SectionKind other = kind == CellSection ? PointSection : CellSection;
         if (detail::beginsWith(word, SECTIONS[other].keyword))
         {
@@ -192,7 +192,7 @@ bool SDBDataReader::ReadFieldArrayLine(FieldArrayLine& line)
 {
     const std::ios::iostate state = this->Stream->rdstate();
     const std::streampos position = this->Stream->rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-    if (this->ReadString(line.Name) && this->Read(&line.Components) && this->Read(&line.Tuples) &&
+    if (this->ReadName(line.Name) && this->Read(&line.Components) && this->Read(&line.Tuples) &&
         this->ReadString(line.TypeWord))
     {
         return true;
@@ -223,8 +223,7 @@ vtkFieldData* SDBDataReader::ReadFieldData()
         {
             return nullptr;
         }
-        this->DecodeArrayName(name, line.Name);
-        array->SetName(name);
+        array->SetName(line.Name);
         if (!skipped)
         {
             arrays.add(*array);

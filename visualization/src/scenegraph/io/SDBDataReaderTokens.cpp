@@ -108,4 +108,14 @@ void SDBDataReader::DecodeArrayName(char* result, const char* name)
     *result = '\0';
 }
 
+bool SDBDataReader::ReadName(char name[256])
+{
+    if (!this->ReadString(name))
+    {
+        return false;
+    }
+    DecodeArrayName(name, name);
+    return true;
+}
+
 } // namespace tsg

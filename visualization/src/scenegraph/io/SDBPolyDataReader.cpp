@@ -44,15 +44,23 @@ constexpr VtkReport OUT_OF_MEMORY{"Not enough memory for the data!", SOURCE, 340
 struct CellKind
 {
     std::string_view keyword;
-    void (vtkPolyData::*set)(vtkCellArray*);
+    void (*set)(vtkPolyData& data, vtkCellArray* cells);
     VtkReport failure;
 };
 
 constexpr CellKind CELL_KINDS[] = {
-    {detail::VERTICES_WORD, &vtkPolyData::SetVerts, {"Cannot read vertices!", SOURCE, 143}},
-    {detail::LINES_WORD, &vtkPolyData::SetLines, {"Cannot read lines!", SOURCE, 164}},
-    {detail::POLYGONS_WORD, &vtkPolyData::SetPolys, {"Cannot read polygons!", SOURCE, 185}},
-    {detail::TRIANGLE_STRIPS_WORD, &vtkPolyData::SetStrips, {"Cannot read triangle strips!", SOURCE, 206}},
+    {detail::VERTICES_WORD,
+     [](vtkPolyData& data, vtkCellArray* cells) { data.SetVerts(cells); },
+     {"Cannot read vertices!", SOURCE, 143}},
+    {detail::LINES_WORD,
+     [](vtkPolyData& data, vtkCellArray* cells) { data.SetLines(cells); },
+     {"Cannot read lines!", SOURCE, 164}},
+    {detail::POLYGONS_WORD,
+     [](vtkPolyData& data, vtkCellArray* cells) { data.SetPolys(cells); },
+     {"Cannot read polygons!", SOURCE, 185}},
+    {detail::TRIANGLE_STRIPS_WORD,
+     [](vtkPolyData& data, vtkCellArray* cells) { data.SetStrips(cells); },
+     {"Cannot read triangle strips!", SOURCE, 206}},
 };
 constexpr int CELL_KIND_COUNT = static_cast<int>(std::size(CELL_KINDS));
 
@@ -162,7 +170,7 @@ void SDBPolyDataReader::ReadBlock(Run& run)
         reportError(*this, ENDS_EARLY);
         return;
     }
-    this->LowerCase(word);
+    LowerCase(word);
     if (detail::beginsWith(word, detail::DATASET_WORD))
     {
         this->ReadDataset(run);
@@ -206,7 +214,7 @@ void SDBPolyDataReader::ReadDataset(Run& run)
         reportError(*this, ENDS_EARLY);
         return;
     }
-    if (!detail::beginsWith(this->LowerCase(word), detail::POLYDATA_WORD))
+    if (!detail::beginsWith(LowerCase(word), detail::POLYDATA_WORD))
     {
         reportError(*this, WRONG_DATASET, word);
         return;
@@ -235,7 +243,7 @@ bool SDBPolyDataReader::ReadSections(Run& run)
     char word[detail::TOKEN_BYTES];
     while (this->ReadString(word))
     {
-        this->LowerCase(word);
+        LowerCase(word);
         const bool cellData = detail::beginsWith(word, detail::CELL_DATA_WORD);
         if (cellData || detail::beginsWith(word, detail::POINT_DATA_WORD))
         {
@@ -300,7 +308,7 @@ bool SDBPolyDataReader::ReadCellSection(Run& run, int kind)
     {
         reportError(*this, CELL_KINDS[kind].failure);
     }
-    (run.Output->*CELL_KINDS[kind].set)(imported.cells);
+    CELL_KINDS[kind].set(*run.Output, imported.cells);
     run.Sections[kind] = {cellCount, failed, imported.ids};
     return true;
 }
@@ -319,7 +327,7 @@ void SDBPolyDataReader::EmptyFailedSections(Run& run)
         if (!section.Failed && !section.Ids.fit(run.Output->GetNumberOfPoints()))
         {
             reportError(*this, CELL_KINDS[kind].failure);
-            (run.Output->*CELL_KINDS[kind].set)(nullptr);
+            CELL_KINDS[kind].set(*run.Output, nullptr);
             failed = true;
         }
         failed = failed || section.Failed;

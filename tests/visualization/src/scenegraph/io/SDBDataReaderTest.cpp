@@ -52,7 +52,6 @@ public:
     using SDBDataReader::DecodeArrayName;
     using SDBDataReader::InFile;
     using SDBDataReader::InitializeCharacteristics;
-    using SDBDataReader::ReadDataSetData;
 };
 
 vtkStandardNewMacro(OpenReader);

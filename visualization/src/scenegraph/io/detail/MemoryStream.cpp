@@ -18,10 +18,10 @@ MemoryBuffer::pos_type MemoryBuffer::seekoff(off_type offset, std::ios_base::see
     const bool inside = offset >= -base && offset <= size - base;
     if ((which & std::ios_base::in) == 0 || !inside)
     {
-        return pos_type(off_type(-1));
+        return {off_type(-1)};
     }
     setg(eback(), eback() + base + offset, egptr());
-    return pos_type(base + offset);
+    return {base + offset};
 }
 
 MemoryBuffer::pos_type MemoryBuffer::seekpos(pos_type position, std::ios_base::openmode which)
