@@ -1,0 +1,96 @@
+#include "support/TouchEverything.h"
+
+#include <stdexcept>
+
+#include <vtkCellArray.h>
+#include <vtkCellArrayIterator.h>
+#include <vtkCellData.h>
+#include <vtkDataArray.h>
+#include <vtkLookupTable.h>
+#include <vtkPointData.h>
+#include <vtkPolyData.h>
+#include <vtkSmartPointer.h>
+
+namespace test
+{
+
+namespace
+{
+
+double sumOf(vtkDataArray& array)
+{
+    double sum = 0.0;
+    for (vtkIdType tuple = 0; tuple < array.GetNumberOfTuples(); ++tuple)
+    {
+        for (int component = 0; component < array.GetNumberOfComponents(); ++component)
+        {
+            sum += array.GetComponent(tuple, component);
+        }
+    }
+    if (vtkLookupTable* const table = array.GetLookupTable())
+    {
+        table->Build();
+        sum += sumOf(*table->GetTable());
+    }
+    return sum;
+}
+
+double sumOf(vtkFieldData* fields)
+{
+    double sum = 0.0;
+    for (int i = 0; fields != nullptr && i < fields->GetNumberOfArrays(); ++i)
+    {
+        sum += fields->GetArray(i) != nullptr ? sumOf(*fields->GetArray(i)) : 0.0;
+    }
+    return sum;
+}
+
+/// Sums the coordinates of the points that the cells use; `sound` becomes false if one has fewer than `least` points.
+double sumOf(vtkPolyData& data, vtkCellArray& cells, vtkIdType least, bool& sound)
+{
+    double sum = 0.0;
+    const auto cell = vtk::TakeSmartPointer(cells.NewIterator());
+    for (cell->GoToFirstCell(); !cell->IsDoneWithTraversal(); cell->GoToNextCell())
+    {
+        vtkIdType count = 0;
+        const vtkIdType* ids = nullptr;
+        cell->GetCurrentCell(count, ids);
+        sound = sound && count >= least;
+        for (vtkIdType i = 0; i < count; ++i)
+        {
+            if (ids[i] < 0 || ids[i] >= data.GetNumberOfPoints())
+            {
+                throw std::out_of_range("a cell refers to point " + std::to_string(ids[i]));
+            }
+            sum += data.GetPoint(ids[i])[0];
+        }
+    }
+    return sum;
+}
+
+} // namespace
+
+double touchEverything(vtkPolyData& data)
+{
+    double sum = sumOf(data.GetFieldData()) + sumOf(data.GetPointData()) + sumOf(data.GetCellData());
+    if (data.GetPoints() != nullptr)
+    {
+        sum += sumOf(*data.GetPoints()->GetData());
+    }
+    bool sound = true;
+    sum += sumOf(data, *data.GetVerts(), 1, sound) + sumOf(data, *data.GetLines(), 2, sound) +
+           sumOf(data, *data.GetPolys(), 3, sound) + sumOf(data, *data.GetStrips(), 3, sound);
+    if (sound && data.GetNumberOfCells() > 0)
+    {
+        data.BuildLinks();
+        for (vtkIdType cell = 0; cell < data.GetNumberOfCells(); ++cell)
+        {
+            double bounds[6];
+            data.GetCellBounds(cell, bounds);
+            sum += bounds[0];
+        }
+    }
+    return sum;
+}
+
+} // namespace test

@@ -1,0 +1,282 @@
+#include "scenegraph/io/SDBPolyDataReader.h"
+
+#include "scenegraph/io/detail/MemoryBudget.h"
+#include "support/BlockReading.h"
+#include "support/DatasetBlocks.h"
+
+#include <climits>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <vtkCellArray.h>
+#include <vtkCellData.h>
+#include <vtkDataArray.h>
+#include <vtkPointData.h>
+
+/// What damaged and hostile dataset blocks come to. Every reading touches all that it has read.
+namespace
+{
+
+using test::block;
+using test::cells;
+using test::header;
+using test::points;
+using test::readBlock;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+
+using Messages = std::vector<std::string>;
+
+struct ConnectivityCase
+{
+    const char* what;
+    int cellCount;
+    std::vector<int> list;
+    bool accepted;
+};
+
+TEST(DatasetDamageTest, connectivityIsProvedBeforeVtkSeesIt)
+{
+    const ConnectivityCase cases[] = {
+        {"sound", 2, {3, 0, 1, 2, 3, 2, 1, 0}, true},
+        {"no cells", 0, {}, true},
+        {"empty cells", 3, {0, 0, 0}, true},
+        {"a count beyond the list", 1, {100000000, 0, 1, 2}, false},
+        {"a count one too large", 1, {4, 0, 1, 2}, false},
+        {"the largest count", 1, {INT_MAX}, false},
+        {"a negative count", 1, {-1, 0, 1, 2}, false},
+        {"a negative count that a later one evens out", 2, {-2, 4, 0, 1}, false},
+        {"more cells than the header tells", 1, {3, 0, 1, 2, 3, 2, 1, 0}, false},
+        {"fewer cells than the header tells", 3, {3, 0, 1, 2, 3, 2, 1, 0}, false},
+        {"far fewer cells than the header tells", 300000000, {3, 0, 1, 2}, false},
+        {"cells without a list", 1, {}, false},
+        {"an id of no point", 1, {3, 0, 1, 3}, false},
+        {"a negative id", 1, {3, 0, -1, 2}, false},
+        {"the largest id", 1, {3, 0, 1, INT_MAX}, false},
+    };
+    for (const ConnectivityCase& one : cases)
+    {
+        const test::BlockReading reading =
+            readBlock(header() + points(3) + cells("POLYGONS", one.cellCount, one.list) + "CELL_DATA " +
+                      std::to_string(one.cellCount) + "\nPOINT_DATA 3\nSCALARS s int\nLOOKUP_TABLE default\n" +
+                      block<int>({1, 2, 3}));
+        const Messages failure = {"error: Cannot read polygons!"};
+        EXPECT_THAT(reading.messages, ElementsAreArray(one.accepted ? Messages() : failure)) << one.what;
+        EXPECT_EQ(reading.output().GetNumberOfPolys(), one.accepted ? one.cellCount : 0) << one.what;
+        EXPECT_NE(reading.output().GetPointData()->GetScalars(), nullptr) << one.what;
+    }
+}
+
+struct OrderCase
+{
+    std::string sections;
+    Messages messages;
+    int lines;
+    int vertices;
+};
+
+TEST(DatasetDamageTest, idsHaveToFitThePointsInTheEndHoweverTheBlockEnds)
+{
+    const std::string lines = cells("LINES", 1, {2, 1, 2});
+    const std::string vertices = cells("VERTICES", 1, {1, 0});
+    const std::string data = "CELL_DATA 2\nSCALARS s int\nLOOKUP_TABLE default\n" + block<int>({1, 2});
+    const Messages failed = {"error: Cannot read lines!"};
+    const OrderCase cases[] = {
+        {lines + vertices + points(3) + data, {}, 1, 1},
+        {points(3) + lines + vertices + points(2) + data, failed, 0, 1},
+        {points(3) + lines + vertices + "POINTS 0 float\nPOINTS 1 float\n" + block<float>({0, 0, 0}) + data, failed, 0,
+         1},
+        {points(2) + lines + vertices + data + "JUNK",
+         {"error: Unsupported cell attribute type: junk", failed[0]},
+         0,
+         1},
+        {points(2) + lines + vertices + "CELL_DATA x", {"error: Cannot read cell data!", failed[0]}, 0, 1},
+        {points(2) + lines + cells("LINES", 1, {2, 0, 1}) + vertices + data, {}, 1, 1},
+        {points(3) + cells("LINES", 1, {9, 9}) + lines + vertices + data, {"error: Cannot read lines!"}, 1, 1},
+        {lines + vertices + data, {"warning: No points read!", "error: Cannot read vertices!", failed[0]}, 0, 0},
+    };
+    for (const OrderCase& one : cases)
+    {
+        const test::BlockReading reading = readBlock(header() + one.sections);
+        EXPECT_THAT(reading.messages, ElementsAreArray(one.messages)) << one.sections;
+        EXPECT_EQ(reading.output().GetNumberOfLines(), one.lines) << one.sections;
+        EXPECT_EQ(reading.output().GetNumberOfVerts(), one.vertices) << one.sections;
+        const bool whole = one.lines == 1 && one.vertices == 1;
+        EXPECT_EQ(reading.output().GetCellData()->GetScalars() != nullptr, whole) << one.sections;
+    }
+}
+
+TEST(DatasetDamageTest, countsThatNoBlockCanHoldTakeNoMemory)
+{
+    const std::string start = header() + points(1) + "POINT_DATA 1\n";
+    const std::string warning = "generic warning: Error reading binary data!";
+    const std::pair<std::string, Messages> cases[] = {
+        {header() + "POINTS 2000000000 double\n", {warning, "warning: No points read!"}},
+        {header() + "POINTS 99999999999 double\n", {"error: Cannot read number of points!"}},
+        {header() + "POLYGONS 1 2000000000\n", {"error: Cannot read polygons!"}},
+        {header() + "POLYGONS 2000000000 2\n" + block<int>({1, 0}),
+         {"error: Cannot read polygons!", "warning: No points read!"}},
+        {start + "SCALARS s char 2000000000\nLOOKUP_TABLE default\n", {warning}},
+        {start + "SCALARS s char 99999999999999999999 LOOKUP_TABLE default\n", {warning}},
+        {start + "COLOR_SCALARS s -3\n", {warning}},
+        {start + "COLOR_SCALARS s 2000000\n", {warning}},
+        {start + "LOOKUP_TABLE t 2000000000\n", {"error: Error reading binary lookup table!"}},
+        {start + "LOOKUP_TABLE t 500000000\n", {"error: Error reading binary lookup table!"}},
+        {start + "LOOKUP_TABLE t -1\n", {"error: Cannot read lookup table data!"}},
+        {start + "FIELD f 2000000000\na 1 1 int\n" + block<int>({1}), {}},
+        {start + "FIELD f -1\n", {"error: Cannot read field header!"}},
+        {start + "FIELD f 1\na 2000000000 2000000000 double\n", {warning}},
+        {start + "FIELD f 1\na -1 1 int\n", {warning}},
+        {start + "FIELD f 1\na 1 -1 int\n", {warning}},
+        {start + "FIELD f 1\na -3 -3 int\n", {warning}},
+        {start + "FIELD f 1\na 3 1431655765 bit\n", {warning}},
+        {start + "FIELD f 1\na 1 2000000000 vtkIdType:2\n", {warning}},
+    };
+    for (const auto& [bytes, messages] : cases)
+    {
+        EXPECT_THAT(readBlock(bytes).messages, ElementsAreArray(messages)) << bytes;
+    }
+    const std::string text = header("ASCII") + "POINTS 2000000000 float\n1 2 3\n";
+    EXPECT_THAT(readBlock(text).messages,
+                ElementsAre("generic warning: Error reading ascii data!", "error: Unrecognized keyword: 1"));
+}
+
+TEST(DatasetDamageTest, aRunKeepsToTheBudgetItIsGiven)
+{
+    const std::string bytes = header() + points(4) + cells("VERTICES", 1, {1, 3});
+    // The points, what VTK keeps for their components, the list and the cells made of it.
+    const std::uint64_t needed = 4 * 12 + 3 * sizeof(double) + 2 * sizeof(int) + 3 * sizeof(vtkIdType);
+    for (const std::uint64_t allowed : {needed, needed - 1})
+    {
+        sdb::detail::MemoryBudget budget(allowed);
+        const test::BlockReading reading =
+            readBlock(bytes, [&](tsg::SDBPolyDataReader& reader) { reader.SetMemoryBudget(&budget); });
+        EXPECT_EQ(reading.output().GetNumberOfCells(), allowed == needed ? 1 : 0);
+        EXPECT_EQ(reading.messages.empty(), allowed == needed);
+    }
+}
+
+TEST(DatasetDamageTest, sectionsThatOpenOneAnotherDoNotNest)
+{
+    std::string bytes = header() + points(1) + "POINT_DATA 1\n";
+    while (bytes.size() < 500000)
+    {
+        bytes += "CELL_DATA 0 POINT_DATA 1\n";
+    }
+    const test::BlockReading reading = readBlock(bytes + "VECTORS v float\n" + block<float>({1, 2, 3}));
+    EXPECT_THAT(reading.messages, IsEmpty());
+    EXPECT_NE(reading.output().GetPointData()->GetVectors(), nullptr);
+}
+
+TEST(DatasetDamageTest, manySmallFieldArraysAreReadInTheTimeOfTheirBytes)
+{
+    constexpr int COUNT = 50000;
+    std::string one = "POINT_DATA 1\nFIELD f " + std::to_string(COUNT) + "\n";
+    std::string many = "POINT_DATA 1\n";
+    for (int i = 0; i < COUNT; ++i)
+    {
+        const std::string array = std::to_string(i) + " 1 0 int\n";
+        one += array;
+        many += "FIELD f 1 " + array;
+    }
+    for (const std::string& data : {one, many, many + many.substr(many.find('F'))})
+    {
+        const test::BlockReading reading = readBlock(header() + points(1) + data);
+        EXPECT_THAT(reading.messages, IsEmpty());
+        EXPECT_EQ(reading.output().GetPointData()->GetNumberOfArrays(), COUNT);
+        EXPECT_STREQ(reading.output().GetPointData()->GetArrayName(COUNT - 1), "49999");
+    }
+}
+
+TEST(DatasetDamageTest, aFieldListThatEndsEarlyEndsQuietly)
+{
+    const std::string array = "a 1 1 int\n" + block<int>({7});
+    const std::pair<std::string, Messages> cases[] = {
+        {"", {}},
+        {" \n", {}},
+        {"POINT_DATA 1\nVECTORS v float\n" + block<float>({1, 2, 3}), {}},
+        {"POINT_DATA 1\nb 1", {"error: Unsupported point attribute type: b"}},
+        {"b 1 x int\n", {"error: Unsupported cell attribute type: b"}},
+        {"b 1 1 string\n", {"error: Unsupported data type: string"}},
+    };
+    for (const auto& [rest, messages] : cases)
+    {
+        const test::BlockReading reading =
+            readBlock(header() + "FIELD f 3\n" + array + points(1) + cells("VERTICES", 1, {1, 0}) +
+                      "CELL_DATA 1\nFIELD f 2\n" + array + rest);
+        EXPECT_THAT(reading.messages, ElementsAreArray(messages)) << rest;
+        EXPECT_EQ(reading.output().GetFieldData()->GetArray("a")->GetTuple1(0), 7.0) << rest;
+        EXPECT_EQ(reading.output().GetPoint(0)[1], 1.0) << rest;
+    }
+}
+
+/// Bytes that decode to something else than the header in front of them promises.
+TEST(DatasetDamageTest, blocksOfAnotherLengthFillWhatTheirHeaderPromises)
+{
+    const auto zlib = tsg::CompressionMethods::Zlib;
+    const std::vector<float> nine(9, 4.0F);
+    std::string damaged = block(nine, zlib);
+    damaged[17] = '\x55'; // the first byte of the zlib stream
+    const std::string after = "LINES 1 3\n" + block<int>({2, 0, 1});
+    const std::pair<std::string, double> cases[] = {
+        {block(std::vector<float>(100, 4.0F), zlib), 4.0},
+        {block(nine, zlib), 4.0},
+        {block(std::vector<float>(2, 4.0F), zlib), 0.0},
+        {damaged, 0.0},
+    };
+    for (const auto& [stored, last] : cases)
+    {
+        const test::BlockReading reading = readBlock(header() + "POINTS 3 float\n" + stored + after);
+        EXPECT_THAT(reading.messages, IsEmpty());
+        EXPECT_EQ(reading.output().GetPoint(2)[2], last);
+        EXPECT_EQ(reading.output().GetNumberOfLines(), 1);
+    }
+}
+
+/// A block with every kind of record.
+std::string wholeBlock()
+{
+    return header() + "FIELD FieldData 1\ntime 1 1 double\n" + block<double>({0.5}) + points(3) +
+           cells("VERTICES", 1, {1, 2}) + cells("POLYGONS", 1, {3, 0, 1, 2}) + "CELL_DATA 2\nCOLOR_SCALARS c 3\n" +
+           block<unsigned char>({1, 2, 3, 4, 5, 6}) + "\nGLOBAL_IDS g vtkIdType:2\n" + block<short>({5, 6}) +
+           "TENSORS t float\n" + block(std::vector<float>(18, 1.0F), tsg::CompressionMethods::Zlib) +
+           "POINT_DATA 3\nSCALARS p float\nLOOKUP_TABLE lut\n" + block<float>({1, 2, 3}) + "LOOKUP_TABLE lut 2\n" +
+           block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) + "\nTEXTURE_COORDINATES tc 2 float\n" +
+           block(std::vector<float>(6, 0.5F)) + "FIELD FieldData 2\nb 1 3 bit\n\xa0\nl 1 3 long\n" +
+           block<int>({-1, 2, 3});
+}
+
+TEST(DatasetDamageTest, everyPrefixOfABlockIsReadOrReported)
+{
+    const std::string whole = wholeBlock();
+    ASSERT_THAT(readBlock(whole).messages, IsEmpty());
+    const std::size_t points = whole.find("POINTS");
+    for (std::size_t length = 0; length < whole.size(); ++length)
+    {
+        const test::BlockReading reading = readBlock(whole.substr(0, length));
+        if (length <= points + 7)
+        {
+            EXPECT_THAT(reading.messages, Not(IsEmpty())) << length;
+            EXPECT_EQ(reading.output().GetPoints(), nullptr) << length;
+        }
+    }
+}
+
+TEST(DatasetDamageTest, noDamagedByteMakesALie)
+{
+    const std::string whole = wholeBlock();
+    for (std::size_t at = 0; at < whole.size(); ++at)
+    {
+        for (const char byte : {'\0', '\xff', '9', '-', ' ', static_cast<char>(whole[at] ^ 1)})
+        {
+            std::string damaged = whole;
+            damaged[at] = byte;
+            EXPECT_NO_THROW(readBlock(damaged)) << at << " " << byte;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,323 @@
+#include "scenegraph/io/SDBDataReader.h"
+
+#include "scenegraph/io/detail/ArrayReader.h"
+#include "scenegraph/io/detail/CellImport.h"
+#include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/MemoryStream.h"
+#include "scenegraph/io/detail/TokenReader.h"
+#include "scenegraph/io/detail/VtkReport.h"
+
+#include <cstring>
+#include <istream>
+
+#include <vtkDemandDrivenPipeline.h>
+#include <vtkInformation.h>
+#include <vtkNew.h>
+#include <vtkObjectFactory.h>
+#include <vtkPointSet.h>
+#include <vtkPoints.h>
+#include <vtkRectilinearGrid.h>
+#include <vtkStreamingDemandDrivenPipeline.h>
+#include <vtkWriter.h>
+
+namespace tsg
+{
+
+namespace
+{
+
+using detail::VtkReport;
+
+constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDBDataReader";
+
+constexpr VtkReport NO_FIRST_LINE{"Premature EOF reading first line! ", SOURCE, 214};
+constexpr VtkReport UNRECOGNIZED_FILE_TYPE{"Unrecognized file type: ", SOURCE, 221};
+constexpr VtkReport NO_TITLE{"Premature EOF reading title! ", SOURCE, 230};
+constexpr VtkReport NO_FILE_TYPE{"Premature EOF reading file type!", SOURCE, 240};
+constexpr VtkReport NO_POINTS_TYPE{"Cannot read points type!", SOURCE, 586};
+constexpr VtkReport FAILED_TEXT_CELLS{"Error reading ascii cell data!", SOURCE, 622};
+constexpr VtkReport FAILED_BINARY_CELLS{"Error reading binary cell data!", SOURCE, 652};
+constexpr VtkReport NO_COORDINATES_TYPE{"Cannot read coordinates type!", SOURCE, 712};
+
+/// Bytes of a stream from its position to its end; 0 if it cannot seek.
+std::uint64_t remainingSize(std::istream& in)
+{
+    const std::streamoff position = in.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
+    return position < 0 ? 0 : sdb::detail::streamSize(in) - static_cast<std::uint64_t>(position);
+}
+
+/// What the file-type word of a header denotes; 0 if nothing.
+int fileTypeOf(std::string_view word)
+{
+    if (detail::beginsWith(word, detail::ASCII_WORD))
+    {
+        return VTK_ASCII;
+    }
+    return detail::beginsWith(word, detail::BINARY_WORD) ? VTK_BINARY : 0;
+}
+
+} // namespace
+
+vtkObjectFactoryNewMacro(SDBDataReader);
+
+SDBDataReader::SDBDataReader()
+{
+    this->SetNumberOfInputPorts(0);
+    this->SetNumberOfOutputPorts(1);
+}
+
+SDBDataReader::~SDBDataReader()
+{
+    for (const char* const text :
+         {this->Header, this->ScalarsName, this->VectorsName, this->TensorsName, this->NormalsName, this->TCoordsName,
+          this->LookupTableName, this->FieldDataName, this->ScalarLut})
+    {
+        delete[] text;
+    }
+}
+
+void SDBDataReader::SetIStream(std::istream* stream)
+{
+    this->Stream = stream;
+    this->OwnBudget.reset();
+    this->Modified();
+}
+
+void SDBDataReader::SetMemoryBudget(sdb::detail::MemoryBudget* budget)
+{
+    this->Budget = budget;
+}
+
+sdb::detail::MemoryBudget& SDBDataReader::RunBudget()
+{
+    if (this->Budget != nullptr)
+    {
+        return *this->Budget;
+    }
+    if (!this->OwnBudget)
+    {
+        const std::uint64_t left = this->Stream != nullptr ? remainingSize(*this->Stream) : 0;
+        this->OwnBudget = std::make_unique<sdb::detail::MemoryBudget>(sdb::detail::loadMemory(left));
+    }
+    return *this->OwnBudget;
+}
+
+void SDBDataReader::SetHeader(const char* header) vtkSetStringBodyMacro(Header, header);
+
+vtkTypeBool SDBDataReader::ProcessRequest(vtkInformation* request, vtkInformationVector** input,
+                                          vtkInformationVector* output)
+{
+    if (request->Has(vtkDemandDrivenPipeline::REQUEST_DATA()))
+    {
+        return this->RequestData(request, input, output);
+    }
+    if (request->Has(vtkStreamingDemandDrivenPipeline::REQUEST_UPDATE_EXTENT()))
+    {
+        return this->RequestUpdateExtent(request, input, output);
+    }
+    if (request->Has(vtkDemandDrivenPipeline::REQUEST_INFORMATION()))
+    {
+        return this->RequestInformation(request, input, output);
+    }
+    return this->vtkAlgorithm::ProcessRequest(request, input, output);
+}
+
+int SDBDataReader::RequestData(vtkInformation*, vtkInformationVector**, vtkInformationVector*)
+{
+    return 1;
+}
+
+int SDBDataReader::RequestUpdateExtent(vtkInformation*, vtkInformationVector**, vtkInformationVector*)
+{
+    return 1;
+}
+
+int SDBDataReader::RequestInformation(vtkInformation*, vtkInformationVector**, vtkInformationVector*)
+{
+    return 1;
+}
+
+int SDBDataReader::Fail(const VtkReport& report, const char* detail)
+{
+    reportError(*this, report, detail);
+    return 0;
+}
+
+void SDBDataReader::AdvanceProgress()
+{
+    const double progress = this->GetProgress();
+    this->UpdateProgress(progress + 0.5 * (1.0 - progress));
+}
+
+bool SDBDataReader::IsText() const
+{
+    return this->FileType != VTK_BINARY;
+}
+
+// --- Header ----------------------------------------------------------------------------------------------------------
+
+int SDBDataReader::ReadHeader()
+{
+    char line[detail::TOKEN_BYTES];
+    this->OwnBudget.reset();
+    if (!this->ReadLine(line))
+    {
+        return this->Fail(NO_FIRST_LINE);
+    }
+    const std::string_view identification = detail::IDENTIFICATION.substr(0, detail::IDENTIFICATION_LENGTH);
+    if (std::string_view(line).substr(0, identification.size()) != identification)
+    {
+        return this->Fail(UNRECOGNIZED_FILE_TYPE, line);
+    }
+    if (!this->ReadLine(line))
+    {
+        return this->Fail(NO_TITLE);
+    }
+    this->SetHeader(line);
+    if (!this->ReadString(line))
+    {
+        return this->Fail(NO_FILE_TYPE);
+    }
+    LowerCase(line);
+    this->FileType = fileTypeOf(line);
+    return this->FileType != 0 ? 1 : this->Fail(UNRECOGNIZED_FILE_TYPE, line);
+}
+
+void SDBDataReader::InitializeCharacteristics()
+{
+    this->InFile = Characteristics();
+}
+
+void SDBDataReader::CheckFor(const char* keyword, char* line, std::vector<std::string>& names)
+{
+    LowerCase(line, std::strlen(keyword));
+    if (!detail::beginsWith(line, keyword))
+    {
+        return;
+    }
+    sdb::detail::MemoryStream words(line, std::strlen(line));
+    char word[detail::TOKEN_BYTES];
+    if (detail::readWord(words, word) && detail::readWord(words, word))
+    {
+        names.emplace_back(word);
+    }
+}
+
+// --- Geometry --------------------------------------------------------------------------------------------------------
+
+detail::ArrayReader SDBDataReader::Arrays()
+{
+    return {*this->Stream, this->IsText(), this->RunBudget(), *this};
+}
+
+vtkSmartPointer<vtkDataArray> SDBDataReader::ReadWordAndArray(const VtkReport& failure, int tuples, int components)
+{
+    char word[detail::TOKEN_BYTES];
+    if (!this->ReadString(word))
+    {
+        this->Fail(failure);
+        return nullptr;
+    }
+    return this->Arrays().read(LowerCase(word), tuples, components);
+}
+
+vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int components)
+{
+    if (this->Stream == nullptr)
+    {
+        return nullptr;
+    }
+    std::string word(typeWord);
+    LowerCase(word.data(), word.size());
+    const vtkSmartPointer<vtkDataArray> array = this->Arrays().read(word, tuples, components);
+    if (array != nullptr)
+    {
+        array->Register(nullptr); // the caller's reference
+    }
+    return array;
+}
+
+int SDBDataReader::ReadPoints(vtkPointSet* points, int count)
+{
+    const vtkSmartPointer<vtkDataArray> coordinates = this->ReadWordAndArray(NO_POINTS_TYPE, count, 3);
+    if (coordinates == nullptr)
+    {
+        return 0;
+    }
+    const vtkNew<vtkPoints> read;
+    read->SetData(coordinates);
+    points->SetPoints(read);
+    this->AdvanceProgress();
+    return 1;
+}
+
+int SDBDataReader::ReadCoordinates(vtkRectilinearGrid* grid, int axis, int count)
+{
+    const vtkSmartPointer<vtkDataArray> coordinates = this->ReadWordAndArray(NO_COORDINATES_TYPE, count, 1);
+    if (coordinates == nullptr)
+    {
+        return 0;
+    }
+    switch (axis)
+    {
+    case 0:
+        grid->SetXCoordinates(coordinates);
+        break;
+    case 1:
+        grid->SetYCoordinates(coordinates);
+        break;
+    default:
+        grid->SetZCoordinates(coordinates);
+        break;
+    }
+    this->AdvanceProgress();
+    return 1;
+}
+
+int SDBDataReader::ReadCells(int size, int* list)
+{
+    if (size > 0 && !this->IsText() && this->Stream != nullptr)
+    {
+        const std::uint64_t bytes = static_cast<std::uint64_t>(size) * sizeof(int);
+        (void)this->Arrays().readBlock(reinterpret_cast<char*>(list), bytes); // warned of already
+    }
+    else if (this->Stream != nullptr)
+    {
+        detail::NumberReader numbers(*this->Stream);
+        for (int i = 0; i < size; ++i)
+        {
+            if (!numbers.read(list[i]))
+            {
+                return this->Fail(FAILED_TEXT_CELLS);
+            }
+        }
+    }
+    this->AdvanceProgress();
+    return 1;
+}
+
+int SDBDataReader::ReadCells(int size, int* list, int skip1, int read2, int /*skip3*/)
+{
+    const VtkReport& failure = this->IsText() ? FAILED_TEXT_CELLS : FAILED_BINARY_CELLS;
+    if (this->Stream == nullptr)
+    {
+        return this->Fail(failure);
+    }
+    detail::ConnectivityBuffer whole(size, this->RunBudget());
+    if (whole.get() == nullptr)
+    {
+        return this->Fail(failure);
+    }
+    if (!this->ReadCells(size, whole.get()))
+    {
+        return 0;
+    }
+    if (this->Stream->fail() || !detail::copyCells(whole.get(), size, skip1, read2, list))
+    {
+        return this->Fail(failure);
+    }
+    return 1;
+}
+
+} // namespace tsg
