@@ -47,24 +47,25 @@ std::unique_ptr<std::ifstream> openForReading(const std::wstring& path)
 }
 
 UpdateStream::UpdateStream(const std::wstring& path)
-    : _descriptor(posix::openRegular(path, O_RDWR))
 {
-    if (!adopt(*rdbuf(), _descriptor, std::ios::in | std::ios::out))
+    const int descriptor = posix::openRegular(path, O_RDWR);
+    _descriptor = descriptor == -1 ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    if (!adopt(*rdbuf(), descriptor, std::ios::in | std::ios::out))
     {
-        _descriptor = -1;
         setstate(std::ios::failbit);
     }
 }
 
-UpdateStream::~UpdateStream() = default;
+UpdateStream::~UpdateStream()
+{
+    if (_descriptor != -1)
+    {
+        ::close(_descriptor);
+    }
+}
 
 bool UpdateStream::truncate(std::uint64_t size)
 {
-    if (!is_open())
-    {
-        errno = EBADF;
-        return false;
-    }
     if (size > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
     {
         errno = EFBIG;

@@ -24,14 +24,14 @@ public:
     explicit UpdateStream(const std::wstring& path);
     ~UpdateStream() override;
 
-    /// Cuts or extends the open file to `size` bytes through its descriptor. The caller has flushed the stream; its
-    /// position stays. False when the stream is not open or the system refuses.
+    /// Cuts or extends the file to `size` bytes, whatever its name is by now; the stream has been flushed, or closed
+    /// because it could not be. The stream's position stays. False when opening has failed or the system refuses.
     bool truncate(std::uint64_t size);
 
 private:
     using std::ofstream::open; // another file would have another descriptor
 
-    int _descriptor; ///< of the open file, owned by the stream's buffer; -1 when opening failed
+    int _descriptor; ///< a second one of the same file, so that a stream that cannot be flushed can be cut; -1 for none
 };
 
 } // namespace OS

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "scenegraph/NodeStream.h"
+#include "scenegraph/io/ISDBWriter.h"
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/FileIndex.h"
+
+#include <cstdint>
+#include <ios>
+#include <memory>
+#include <set>
+#include <string>
+
+#include <vtkSmartPointer.h>
+
+class vtkFloatArray;
+
+namespace sdb::detail
+{
+class AppendStream;
+}
+
+namespace tsg
+{
+
+/// Writes scene databases: creates, replaces or extends a file and adds records and thumbnails at its end.
+///
+/// A record is complete on disk when `addRecord` returns; closing adds nothing. The writer keeps every node that it has
+/// written, and repeats it in its later records: callers keep the nodes alive as long as the writer lives. Data that an
+/// earlier record of the same session stored under the same node, name and kind, with the same modification stamp, is
+/// referred to instead of stored again.
+///
+/// Copies of a writer share one open file: closing one closes it for both. One writer at a time may have a file open;
+/// readers may be open at any moment. Data is handed to the system, not synchronised to the device: a killed process
+/// loses no acknowledged record, a power cut may.
+class TAVO_EXPORT SDBWriter : public ISDBWriter, public NodeStream
+{
+public:
+    SDBWriter();
+    SDBWriter(const SDBWriter&);
+    SDBWriter& operator=(const SDBWriter&);
+    ~SDBWriter() override;
+
+    /// File extension of scene databases, without a dot.
+    static const std::string& getExt();
+
+    /// Opens a file for adding.
+    ///   Success     - the file exists, with a header, and is indexed
+    ///   OpenFailed  - the old file could not be moved away, the path cannot be written, or (appending) what follows
+    ///                 the damage in the file would be invisible (one line on standard error); nothing has changed
+    ///   WrongFormat - the existing file is foreign, or of a newer format or release (one line on standard error)
+    /// Raises InternalError for a file with a stray top-level tag. A file that an earlier `open` left open stays open;
+    /// callers `close` first.
+    io::FileIoStatus open(const std::wstring& path, bool append, bool compress) override;
+    void close() override;
+
+    /// Adds one record: everything that can be reached from `root`, which is a SceneNode or a ChartCanvasCollection
+    /// (InternalError otherwise).
+    ///   Success - the record is written and `recordIndex` its index in the file; look at hasFailed() too
+    ///   NotOpen - no file is open; nothing was written
+    /// What a node throws passes through; the record is then not in the file.
+    io::FileIoStatus addRecord(const std::string& title, const std::string& description, const std::string& sessionId,
+                               Node& root, int& recordIndex) override;
+
+    /// Appends a picture for a record; the index is stored as it is.
+    io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) override;
+
+    /// Whether an addition since the last `open` could not be written, for example to a full disk. The file was cut
+    /// back to its last whole item and closed.
+    bool hasFailed() const { return _failed; }
+
+    /// Whether nodes are being asked for their data at the moment.
+    bool getExportBinaryData() const { return _binaryPass; }
+
+    bool write(const std::string& objectKey, Properties&& properties) override;
+    bool writePolys(const std::string& objectKey, vtkPolyData* polys, TimeStamp stamp) override;
+    bool writePointData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
+    bool writeCellData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
+    using NodeStream::writeBinaryNodeData;
+    bool writeBinaryNodeData(const std::string& objectKey, vtkDataArray* array, DataTag tag, TimeStamp stamp) override;
+    bool writePropNodeData(const std::string& objectKey, Properties&& properties, DataTag tag) override;
+
+protected:
+    // Steps that a derived writer may replace one by one; the order is the order of their slots.
+    virtual bool isOpen() const;
+    virtual Properties writeHeader(const std::string& rootNodeKey, const std::string& title,
+                                   const std::string& description, const std::string& sessionId,
+                                   unsigned long long recordPos, unsigned long long length,
+                                   unsigned long long binaryData);
+    virtual void writeClassVersions();
+    virtual void moveFileStreamTo(std::streampos position);
+    virtual void flushFileStream();
+    virtual void writeThumbnail(int recordIndex, const Bitmap<3>& bitmap);
+
+private:
+    class Addition;
+
+    bool readIndex(std::istream& in, std::uint64_t& nextItem);
+    std::streampos getStreamPosition();
+    void writeTag(const Properties& tag);
+    const Properties* findReusableBlock(unsigned int checksum, const std::string& objectKey, const std::string& name,
+                                        sdb::SDBTags kind, unsigned long long stamp);
+    void collectDataArrays();
+    void writePropertyTags();
+    void writeBinaryData();
+    void writePolyDataBlock(vtkPolyData& polys);
+    bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags tag, int narrowingShift,
+                           bool forceCompression);
+    bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method);
+
+    sdb::NodeSet _nodes;
+    std::shared_ptr<sdb::detail::AppendStream> _fileStream; ///< null while closed; one object for all copies
+    std::wstring _fileName;                                 ///< normalised path of the file last opened
+    bool _compress = false;
+    bool _propertyPass = false;
+    bool _binaryPass = false;
+    std::string _sessionId; ///< of the record being written, or last written
+    sdb::detail::FileIndex _index;
+    std::set<std::string> _arrayNames; ///< arrays that polydata blocks may carry
+    vtkSmartPointer<vtkFloatArray> _floatScratch;
+    bool _failed = false;
+};
+
+} // namespace tsg

@@ -1,0 +1,294 @@
+// The writing of records and thumbnails: one forward sweep, and the record header rewritten in place at its end.
+
+#include "scenegraph/io/SDBWriter.h"
+
+#include "core/ClassVersions.h"
+#include "core/Error.h"
+#include "filtering/StreamArrayNames.h"
+#include "platform/FileSystem.h"
+#include "scenegraph/Attributes.h"
+#include "scenegraph/ChartCanvasCollection.h"
+#include "scenegraph/SceneNode.h"
+#include "scenegraph/io/detail/AppendStream.h"
+#include "scenegraph/io/detail/PendingTag.h"
+#include "scenegraph/io/detail/Positions.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <iostream>
+#include <utility>
+
+namespace tsg
+{
+
+namespace
+{
+
+constexpr Invariant ROOT_HOLDS_A_SCENE{
+    "Node must be either a SceneNode or a ChartCanvasCollection",
+    "(dynamic_cast<SceneNode*>(&root) || dynamic_cast<tsg::ChartCanvasCollection*>(&root))",
+    "visualization/src/scenegraph/io/SDBWriter", 177};
+
+/// Version of the record layout; stored in every record header.
+constexpr int RECORD_VERSION = 2;
+
+using sdb::detail::hexPosition;
+namespace field = sdb::detail::field;
+namespace key = sdb::detail::key;
+
+unsigned long long asNumber(std::streampos position)
+{
+    return static_cast<unsigned long long>(std::streamoff(position));
+}
+
+/// Adds the names of the arrays that geometry may carry for the sake of this node.
+void addArrayNames(const Node& node, std::set<std::string>& names)
+{
+    if (const auto* dataArray = dynamic_cast<const DataArrayAttributes*>(&node))
+    {
+        if (!dataArray->getDataArrayName().empty())
+        {
+            names.insert(dataArray->getDataArrayName());
+        }
+    }
+    else if (const auto* ribbon = dynamic_cast<const RibbonAttributes*>(&node))
+    {
+        if (ribbon->getRibbonOrientation() == 0)
+        {
+            names.insert(StreamArrayNames::_normalsName);
+        }
+        else if (ribbon->getRibbonOrientation() == 1)
+        {
+            names.insert(StreamArrayNames::_vorticityName);
+        }
+    }
+    else if (dynamic_cast<const TubeAttributes*>(&node) != nullptr)
+    {
+        names.insert(StreamArrayNames::_unTwistedNormalsName);
+    }
+    else if (dynamic_cast<const LineMarkerAttributes*>(&node) != nullptr)
+    {
+        names.insert({StreamArrayNames::_arcLengthName, StreamArrayNames::_endPointStatusName});
+    }
+    else if (dynamic_cast<const StreamlineDrawable*>(&node) != nullptr)
+    {
+        names.insert({StreamArrayNames::_integrationTimeName, StreamArrayNames::_pseudoTimeName});
+    }
+    else if (const auto* surface = dynamic_cast<const SurfaceAttributes*>(&node))
+    {
+        if (!surface->getSmoothShaded()) // smooth shading computes its own normals
+        {
+            names.insert("Normal");
+        }
+    }
+}
+
+} // namespace
+
+/// One addition to the file, from its first byte to the check that all of it was taken. What is left before that, by an
+/// exception or a failed write, is undone: the writer forgets the payloads of the addition, and its bytes are no part of
+/// the file any more.
+class SDBWriter::Addition
+{
+public:
+    explicit Addition(SDBWriter& writer)
+        : _writer(writer)
+        , _stream(writer._fileStream)
+    {
+        _stream->beginItem();
+    }
+
+    ~Addition()
+    {
+        if (_complete)
+        {
+            return;
+        }
+        _writer._index.undoBinaries();
+        if (_stream->good())
+        {
+            _stream->leaveItem();
+        }
+        else
+        {
+            _stream->abandon();
+            _writer._failed = true;
+            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_writer._fileName)
+                      << " failed; the file was cut back to its last whole item and closed\n";
+        }
+    }
+
+    Addition(const Addition&) = delete;
+    Addition& operator=(const Addition&) = delete;
+
+    /// Whether the system has taken everything that was written up to now.
+    bool taken() { return _stream->is_open() && _stream->flushed(); }
+
+    /// Makes the addition part of the file.
+    void complete()
+    {
+        _writer._index.keepBinaries();
+        _stream->endItem();
+        _complete = true;
+    }
+
+private:
+    SDBWriter& _writer;
+    std::shared_ptr<sdb::detail::AppendStream> _stream; ///< kept alive whatever a node does with the writer
+    bool _complete = false;
+};
+
+io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::string& description,
+                                      const std::string& sessionId, Node& root, int& recordIndex)
+{
+    if (dynamic_cast<SceneNode*>(&root) == nullptr && dynamic_cast<ChartCanvasCollection*>(&root) == nullptr)
+    {
+        raise(ROOT_HOLDS_A_SCENE);
+    }
+    if (!isOpen())
+    {
+        return io::FileIoStatus::NotOpen;
+    }
+    _sessionId = sessionId;
+    sdb::collectAllNodes(root, _nodes);
+    collectDataArrays();
+
+    Addition addition(*this);
+    const unsigned long long recordPos = asNumber(getStreamPosition());
+    writeHeader(root.getObjectKey(), title, description, sessionId, recordPos, 0, 0);
+    writeClassVersions();
+    writePropertyTags();
+    const unsigned long long binaryPos = asNumber(getStreamPosition());
+    writeBinaryData();
+    const std::streampos end = getStreamPosition();
+    if (!addition.taken())
+    {
+        recordIndex = -1;
+        return io::FileIoStatus::Success;
+    }
+    // From here on the record is found: the header's length is what says that it is finished.
+    moveFileStreamTo(static_cast<std::streamoff>(recordPos));
+    const Properties header = writeHeader(root.getObjectKey(), title, description, sessionId, recordPos,
+                                          asNumber(end) - recordPos, binaryPos);
+    moveFileStreamTo(end);
+    flushFileStream();
+    if (!addition.taken())
+    {
+        recordIndex = -1;
+        return io::FileIoStatus::Success;
+    }
+    _index.registerRecord(header);
+    addition.complete();
+    recordIndex = static_cast<int>(_index.records().size()) - 1;
+    return io::FileIoStatus::Success;
+}
+
+Properties SDBWriter::writeHeader(const std::string& rootNodeKey, const std::string& title,
+                                  const std::string& description, const std::string& sessionId,
+                                  unsigned long long recordPos, unsigned long long length,
+                                  unsigned long long binaryData)
+{
+    Properties header;
+    header.set(key::DATA_FIELD, field::HEADER);
+    header.set(key::VERSION, RECORD_VERSION);
+    header.set(key::SESSION_ID, sessionId);
+    header.set(key::ROOT_NODE_KEY, rootNodeKey);
+    header.set(key::TITLE, title);
+    header.set(key::DESCRIPTION, description);
+    header.set(key::FRAME, _index.nextFrame(sessionId, title));
+    header.set(key::FILE_POS, hexPosition(recordPos));
+    header.set(key::LENGTH, hexPosition(length));
+    header.set(key::BINARY_DATA, hexPosition(binaryData));
+    writeTag(header);
+    return header;
+}
+
+void SDBWriter::writeClassVersions()
+{
+    ClassVersions versions;
+    for (const Node* node : _nodes)
+    {
+        node->addClassVersion(versions);
+    }
+    Properties tag;
+    tag.set(key::DATA_FIELD, field::CLASS_VERSIONS);
+    tag.set(key::VERSIONS, versions.getVersions());
+    writeTag(tag);
+}
+
+// Each pass clears the other's flag when it starts: an exception has left its flag set.
+void SDBWriter::writePropertyTags()
+{
+    _binaryPass = false;
+    _propertyPass = true;
+    for (const Node* node : _nodes)
+    {
+        node->serialize(*this);
+    }
+    _propertyPass = false;
+}
+
+void SDBWriter::writeBinaryData()
+{
+    _propertyPass = false;
+    _binaryPass = true;
+    for (const Node* node : _nodes)
+    {
+        node->serialize(*this);
+    }
+    _binaryPass = false;
+}
+
+bool SDBWriter::write(const std::string& objectKey, Properties&& properties)
+{
+    if (_propertyPass)
+    {
+        Properties tag;
+        tag.set(key::DATA_FIELD, field::NODE);
+        tag.set(key::OBJECT_KEY, objectKey);
+        tag.set(key::PROPERTIES, std::move(properties));
+        writeTag(tag);
+    }
+    return true;
+}
+
+void SDBWriter::collectDataArrays()
+{
+    for (const Node* node : _nodes)
+    {
+        addArrayNames(*node, _arrayNames);
+    }
+}
+
+io::FileIoStatus SDBWriter::addThumbnail(int recordIndex, const Bitmap<3>& bitmap)
+{
+    if (!isOpen())
+    {
+        return io::FileIoStatus::NotOpen;
+    }
+    Addition addition(*this);
+    writeThumbnail(recordIndex, bitmap);
+    if (addition.taken())
+    {
+        addition.complete();
+    }
+    return io::FileIoStatus::Success;
+}
+
+void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
+{
+    if (!_fileStream)
+    {
+        return;
+    }
+    Properties tag;
+    tag.set(key::DATA_FIELD, field::THUMBNAIL);
+    tag.set(key::RECORD_INDEX, recordIndex);
+    tag.set(key::WIDTH, bitmap.getWidth());
+    tag.set(key::HEIGHT, bitmap.getHeight());
+    sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
+    _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()),
+                       static_cast<std::streamsize>(bitmap.getSize()));
+    pending.commit();
+}
+
+} // namespace tsg

@@ -1,0 +1,51 @@
+#include "scenegraph/io/detail/AppendStream.h"
+
+#include <ios>
+
+namespace sdb::detail
+{
+
+AppendStream::AppendStream(const std::wstring& path, std::uint64_t nextItem)
+    : OS::UpdateStream(path)
+    , _nextItem(nextItem)
+{
+    seekp(0, std::ios::end);
+    _leftover = static_cast<std::uint64_t>(std::streamoff(tellp())) != nextItem;
+}
+
+bool AppendStream::beginItem()
+{
+    if (!_leftover)
+    {
+        return good();
+    }
+    clear();
+    flush();
+    if (!truncate(_nextItem) || !seekp(static_cast<std::streamoff>(_nextItem)))
+    {
+        setstate(std::ios::failbit);
+        return false;
+    }
+    _leftover = false;
+    return true;
+}
+
+bool AppendStream::flushed()
+{
+    flush();
+    return good();
+}
+
+void AppendStream::endItem()
+{
+    _nextItem = static_cast<std::uint64_t>(std::streamoff(tellp()));
+}
+
+void AppendStream::abandon()
+{
+    clear();
+    close(); // tries once more to write what the stream still buffers, which the cut then removes
+    truncate(_nextItem);
+}
+
+} // namespace sdb::detail

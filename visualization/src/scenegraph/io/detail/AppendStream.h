@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/FileStreams.h"
+
+#include <cstdint>
+#include <string>
+
+namespace sdb::detail
+{
+
+/// The open file of a writer: an output stream that knows where the next item (a record or a thumbnail) starts.
+///
+/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that opening
+/// a file changes nothing.
+class AppendStream : public OS::UpdateStream
+{
+public:
+    /// Opens the file at `path`; not open on failure. `nextItem` is where the next item starts: the end of the file, or
+    /// that of its last whole item. The write position is the end of the file.
+    AppendStream(const std::wstring& path, std::uint64_t nextItem);
+
+    /// Cuts off what an unfinished item left behind and goes to where the next item starts. False, with the fail bit
+    /// set, if the file cannot be cut.
+    bool beginItem();
+
+    /// Flushes; true if everything up to now has been taken by the system.
+    bool flushed();
+
+    /// The item ends at the present position, which is where the next one starts.
+    void endItem();
+
+    /// Leaves the item unfinished in the file; the next one takes its place.
+    void leaveItem() { _leftover = true; }
+
+    /// Cuts the file back to the start of the item, writes nothing more and closes.
+    void abandon();
+
+    std::uint64_t nextItem() const { return _nextItem; }
+
+private:
+    std::uint64_t _nextItem;
+    bool _leftover = false;
+};
+
+} // namespace sdb::detail

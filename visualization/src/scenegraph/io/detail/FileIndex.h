@@ -1,0 +1,54 @@
+#pragma once
+
+#include "core/Properties.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sdb::detail
+{
+
+/// What a file holds, as far as adding to it needs to know: its records, and the payloads that later records may refer
+/// to instead of storing the same data again.
+class FileIndex
+{
+public:
+    /// Adds a record header behind the others.
+    void registerRecord(const Properties& header);
+    const std::vector<Properties>& records() const { return _records; }
+
+    /// The frame number of the next record with this session and title. A counter that begins with 0 goes up by one for
+    /// each such record, in file order, whose own frame is not below it: frames 0, 1, 2 give 3, but 2, 0, 1 give 2.
+    int nextFrame(const std::string& sessionId, const std::string& title) const;
+
+    /// Remembers the payload that a binary data tag describes under the checksum of its owner; a newer one replaces it.
+    void registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp);
+
+    /// The tag of the payload stored for `checksum`, if the data had this stamp when it was stored; else null.
+    const Properties* findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const;
+
+    /// Makes the payloads registered since the last call of either function final, or takes them back.
+    void keepBinaries() { _replaced.clear(); }
+    void undoBinaries();
+
+    void clear() { *this = FileIndex(); }
+
+private:
+    struct Replaced
+    {
+        unsigned int checksum;
+        std::optional<Properties> tag;
+        unsigned long long stamp;
+    };
+
+    std::vector<Properties> _records;
+    std::map<std::pair<std::string, std::string>, int> _frames; ///< by session and title: the next frame
+    std::map<unsigned int, Properties> _storedBlocks;           ///< by checksum: the tag of the stored payload
+    std::map<unsigned int, unsigned long long> _blockStamps;    ///< by checksum: stamp of the data when stored
+    std::vector<Replaced> _replaced;                            ///< what undoBinaries puts back, oldest first
+};
+
+} // namespace sdb::detail
