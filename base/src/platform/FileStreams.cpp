@@ -50,8 +50,9 @@ UpdateStream::UpdateStream(const std::wstring& path)
 {
     const int descriptor = posix::openRegular(path, O_RDWR);
     _descriptor = descriptor == -1 ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
-    if (!adopt(*rdbuf(), descriptor, std::ios::in | std::ios::out))
+    if (!adopt(*rdbuf(), descriptor, std::ios::in | std::ios::out) || _descriptor == -1)
     {
+        close(); // a stream that could not be cut is of no use
         setstate(std::ios::failbit);
     }
 }

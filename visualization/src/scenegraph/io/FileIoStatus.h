@@ -10,7 +10,7 @@ enum class FileIoStatus
     FileNotFound = 2, ///< nothing exists at the path
     WrongFormat = 3,  ///< a foreign file, or one of a newer format or release
     NotOpen = 4,      ///< something was to be added while no file is open
-    OpenFailed = 5    ///< the file exists but cannot be opened
+    OpenFailed = 5    ///< the file cannot be opened, created, replaced or added to
 };
 
 } // namespace tsg::io

@@ -50,20 +50,22 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
         (void)sdb::detail::createNewFile(normalised); // a failure shows when the file is opened
     }
     _fileName = normalised;
-    std::uint64_t nextItem = 0;
     const auto in = OS::openForReading(normalised);
-    if (in->is_open())
+    if (!in->is_open())
     {
-        if (!sdb::checkFormat(*in, std::cerr))
-        {
-            return io::FileIoStatus::WrongFormat;
-        }
-        if (!readIndex(*in, nextItem))
-        {
-            return io::FileIoStatus::OpenFailed;
-        }
-        in->close();
+        _fileStream.reset();
+        return io::FileIoStatus::OpenFailed;
     }
+    if (!sdb::checkFormat(*in, std::cerr))
+    {
+        return io::FileIoStatus::WrongFormat;
+    }
+    std::uint64_t nextItem = 0;
+    if (!readIndex(*in, nextItem))
+    {
+        return io::FileIoStatus::OpenFailed;
+    }
+    in->close();
     _failed = false;
     _fileStream = std::make_shared<sdb::detail::AppendStream>(normalised, nextItem);
     if (!_fileStream->is_open() || _fileStream->fail())

@@ -19,6 +19,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 #include <vtkBitArray.h>
 #include <vtkDoubleArray.h>
 #include <vtkIdTypeArray.h>
@@ -134,8 +135,8 @@ TEST_F(SDBWriterTest, unchangedDataOfASessionIsStoredOnce)
         test::RecordingStream stream;
         records();
         ASSERT_TRUE(reader.loadRecord(record, stream));
-        EXPECT_EQ(stream.calls, (std::vector<std::string>{"node SceneNode_1", "polys SceneNode_1",
-                                                          "point SceneNode_1/T"}));
+        EXPECT_EQ(stream.calls,
+                  (std::vector<std::string>{"node SceneNode_1", "polys SceneNode_1", "point SceneNode_1/T"}));
         EXPECT_EQ(stream.arrays.begin()->second->GetComponent(2, 0), 3);
         EXPECT_EQ(stream.polys.begin()->second->GetNumberOfCells(), 1);
     }
@@ -237,9 +238,10 @@ TEST_F(SDBWriterTest, geometryCarriesTheArraysThatItsNodesShow)
 
 TEST_F(SDBWriterTest, everyKindOfArrayComesBackWithItsType)
 {
-    const int types[] = {VTK_CHAR,  VTK_UNSIGNED_CHAR, VTK_SHORT,  VTK_UNSIGNED_SHORT, VTK_INT,       VTK_UNSIGNED_INT,
-                         VTK_LONG,  VTK_UNSIGNED_LONG, VTK_FLOAT,  VTK_DOUBLE,         VTK_ID_TYPE,   VTK_SIGNED_CHAR,
-                         VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
+    const int types[] = {
+        VTK_CHAR,      VTK_UNSIGNED_CHAR,     VTK_SHORT, VTK_UNSIGNED_SHORT, VTK_INT,     VTK_UNSIGNED_INT,
+        VTK_LONG,      VTK_UNSIGNED_LONG,     VTK_FLOAT, VTK_DOUBLE,         VTK_ID_TYPE, VTK_SIGNED_CHAR,
+        VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
     Scene scene;
     for (const int type : types)
     {
@@ -309,7 +311,8 @@ TEST_F(SDBWriterTest, brokenInvariantsTellMessageConditionSourceAndLine)
         }
         catch (const NonRecoverableError& error)
         {
-            return error.message() + "|" + error.condition() + "|" + error.source() + "|" + std::to_string(error.line());
+            return error.message() + "|" + error.condition() + "|" + error.source() + "|" +
+                   std::to_string(error.line());
         }
         return std::string();
     };
@@ -321,8 +324,7 @@ TEST_F(SDBWriterTest, brokenInvariantsTellMessageConditionSourceAndLine)
     vtkNew<vtkFloatArray> unnamed;
     const std::pair<vtkDataArray*, const char*> arrays[] = {
         {nullptr, "Can't be null if exporting binary data|data|visualization/src/scenegraph/io/SDBWriter|571"},
-        {unnamed,
-         "The array's name must be specified|data->GetName()|visualization/src/scenegraph/io/SDBWriter|572"}};
+        {unnamed, "The array's name must be specified|data->GetName()|visualization/src/scenegraph/io/SDBWriter|572"}};
     for (const auto& [array, expected] : arrays)
     {
         Scene scene;
@@ -395,6 +397,25 @@ TEST_F(SDBWriterTest, aFullDiskCostsOnlyTheRecordThatDidNotFit)
     EXPECT_FALSE(writer.hasFailed());
     EXPECT_EQ(add(writer, small), 1);
     EXPECT_EQ(records().size(), 2U);
+}
+
+TEST_F(SDBWriterTest, aFileThatCouldNotBeCutIsNotOpened)
+{
+    writer.close();
+    const std::string before = bytes();
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    const int next = dup(0);
+    close(next);
+    for (const rlim_t more : {0, 1}) // descriptors beside those in use: for nothing, or for one of the two
+    {
+        const rlimit tight{static_cast<rlim_t>(next) + more, old.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &tight);
+        const FileIoStatus status = writer.open(path, true, true);
+        setrlimit(RLIMIT_NOFILE, &old);
+        EXPECT_EQ(status, FileIoStatus::OpenFailed);
+    }
+    EXPECT_EQ(bytes(), before);
 }
 
 TEST_F(SDBWriterTest, copiesShareOneFile)
