@@ -32,9 +32,14 @@ public:
     ~ISDBReader() override;
 
     // The order of these operations is the order of their slots.
+
+    /// The record headers of the file, in file order; the index of a record is its place here.
     virtual const std::vector<Properties>& getRecords() = 0;
+    /// The thumbnail tags of the file, in file order. "RecordIndex" says which record one shows.
     virtual const std::vector<Properties>& getThumbnails() = 0;
+    /// Gives the bitmap the size of a thumbnail and reads its pixels.
     virtual void getThumbnailData(const Properties& tag, Bitmap<3>& bitmap) = 0;
+    /// What is known of the file and of the record loaded last.
     virtual const CanvasInfo& getCanvasInfo() const = 0;
 };
 

@@ -52,11 +52,13 @@ public:
     /// Raises InternalError for a file with a stray top-level tag. A file that an earlier `open` left open stays open;
     /// callers `close` first.
     io::FileIoStatus open(const std::wstring& path, bool append, bool compress) override;
+    /// Closes the file, for all copies of this writer, and forgets what is in it; writes nothing.
     void close() override;
 
     /// Adds one record: everything that can be reached from `root`, which is a SceneNode or a ChartCanvasCollection
     /// (InternalError otherwise).
-    ///   Success - the record is written and `recordIndex` its index in the file; look at hasFailed() too
+    ///   Success - the record is written and `recordIndex` its index in the file, or it could not be written: then
+    ///             `recordIndex` is -1 and hasFailed() true
     ///   NotOpen - no file is open; nothing was written
     /// What a node throws passes through; the record is then not in the file.
     io::FileIoStatus addRecord(const std::string& title, const std::string& description, const std::string& sessionId,
@@ -72,16 +74,9 @@ public:
     /// Whether nodes are being asked for their data at the moment.
     bool getExportBinaryData() const { return _binaryPass; }
 
-    bool write(const std::string& objectKey, Properties&& properties) override;
-    bool writePolys(const std::string& objectKey, vtkPolyData* polys, TimeStamp stamp) override;
-    bool writePointData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
-    bool writeCellData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
-    using NodeStream::writeBinaryNodeData;
-    bool writeBinaryNodeData(const std::string& objectKey, vtkDataArray* array, DataTag tag, TimeStamp stamp) override;
-    bool writePropNodeData(const std::string& objectKey, Properties&& properties, DataTag tag) override;
-
 protected:
-    // Steps that a derived writer may replace one by one; the order is the order of their slots.
+    // Steps that a derived writer may replace one by one. The order is the order of their slots, which follow those of
+    // ISDBWriter: they stand before the operations of the other base.
     virtual bool isOpen() const;
     virtual Properties writeHeader(const std::string& rootNodeKey, const std::string& title,
                                    const std::string& description, const std::string& sessionId,
@@ -91,6 +86,25 @@ protected:
     virtual void moveFileStreamTo(std::streampos position);
     virtual void flushFileStream();
     virtual void writeThumbnail(int recordIndex, const Bitmap<3>& bitmap);
+
+public:
+    // What nodes call while they are asked to serialise themselves.
+
+    /// Writes a node tag in the pass of the properties; always true.
+    bool write(const std::string& objectKey, Properties&& properties) override;
+    /// Stores geometry, or refers to what is stored, in the pass of the data. False for null in either pass.
+    bool writePolys(const std::string& objectKey, vtkPolyData* polys, TimeStamp stamp) override;
+    /// These store an array, or refer to what is stored, in the pass of the data; the polydata is not looked at. Raise
+    /// InternalError for null and for an array without a name.
+    ///   true  - it is stored, or it is not the pass of the data
+    ///   false - it cannot be stored, or not be written (one line on standard error)
+    bool writePointData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
+    bool writeCellData(const std::string& objectKey, vtkPolyData* polys, vtkDataArray* array) override;
+    using NodeStream::writeBinaryNodeData;
+    /// The same, always compressed, for the tags 1 and 7; raises InternalError for others in either pass.
+    bool writeBinaryNodeData(const std::string& objectKey, vtkDataArray* array, DataTag tag, TimeStamp stamp) override;
+    /// Always raises InternalError.
+    bool writePropNodeData(const std::string& objectKey, Properties&& properties, DataTag tag) override;
 
 private:
     class Addition;
@@ -108,17 +122,17 @@ private:
                            bool forceCompression);
     bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method);
 
-    sdb::NodeSet _nodes;
+    sdb::NodeSet _nodes;                                    ///< of all records written so far; borrowed
     std::shared_ptr<sdb::detail::AppendStream> _fileStream; ///< null while closed; one object for all copies
     std::wstring _fileName;                                 ///< normalised path of the file last opened
     bool _compress = false;
-    bool _propertyPass = false;
-    bool _binaryPass = false;
-    std::string _sessionId; ///< of the record being written, or last written
+    bool _propertyPass = false; ///< nodes are being asked for their properties
+    bool _binaryPass = false;   ///< nodes are being asked for their data
+    std::string _sessionId;     ///< of the record being written, or last written
     sdb::detail::FileIndex _index;
-    std::set<std::string> _arrayNames; ///< arrays that polydata blocks may carry
-    vtkSmartPointer<vtkFloatArray> _floatScratch;
-    bool _failed = false;
+    std::set<std::string> _arrayNames;            ///< arrays that polydata blocks may carry
+    vtkSmartPointer<vtkFloatArray> _floatScratch; ///< target of the narrowing of double arrays
+    bool _failed = false;                         ///< see hasFailed
 };
 
 } // namespace tsg

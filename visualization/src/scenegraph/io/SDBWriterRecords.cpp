@@ -85,8 +85,8 @@ void addArrayNames(const Node& node, std::set<std::string>& names)
 } // namespace
 
 /// One addition to the file, from its first byte to the check that all of it was taken. What is left before that, by an
-/// exception or a failed write, is undone: the writer forgets the payloads of the addition, and its bytes are no part of
-/// the file any more.
+/// exception or a failed write, is undone: the writer forgets the payloads of the addition, and its bytes are no part
+/// of the file any more.
 class SDBWriter::Addition
 {
 public:
@@ -152,6 +152,7 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     sdb::collectAllNodes(root, _nodes);
     collectDataArrays();
 
+    recordIndex = -1;
     Addition addition(*this);
     const unsigned long long recordPos = asNumber(getStreamPosition());
     writeHeader(root.getObjectKey(), title, description, sessionId, recordPos, 0, 0);
@@ -162,7 +163,6 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     const std::streampos end = getStreamPosition();
     if (!addition.taken())
     {
-        recordIndex = -1;
         return io::FileIoStatus::Success;
     }
     // From here on the record is found: the header's length is what says that it is finished.
@@ -171,14 +171,12 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
                                           asNumber(end) - recordPos, binaryPos);
     moveFileStreamTo(end);
     flushFileStream();
-    if (!addition.taken())
+    if (addition.taken())
     {
-        recordIndex = -1;
-        return io::FileIoStatus::Success;
+        _index.registerRecord(header);
+        addition.complete();
+        recordIndex = static_cast<int>(_index.records().size()) - 1;
     }
-    _index.registerRecord(header);
-    addition.complete();
-    recordIndex = static_cast<int>(_index.records().size()) - 1;
     return io::FileIoStatus::Success;
 }
 
@@ -286,8 +284,7 @@ void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
     tag.set(key::WIDTH, bitmap.getWidth());
     tag.set(key::HEIGHT, bitmap.getHeight());
     sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
-    _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()),
-                       static_cast<std::streamsize>(bitmap.getSize()));
+    _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()), static_cast<std::streamsize>(bitmap.getSize()));
     pending.commit();
 }
 
