@@ -13,21 +13,20 @@ AppendStream::AppendStream(const std::wstring& path, std::uint64_t nextItem)
     _leftover = static_cast<std::uint64_t>(std::streamoff(tellp())) != nextItem;
 }
 
-bool AppendStream::beginItem()
+void AppendStream::beginItem()
 {
     if (!_leftover)
     {
-        return good();
+        return;
     }
     clear();
     flush();
     if (!truncate(_nextItem) || !seekp(static_cast<std::streamoff>(_nextItem)))
     {
         setstate(std::ios::failbit);
-        return false;
+        return;
     }
     _leftover = false;
-    return true;
 }
 
 bool AppendStream::flushed()

@@ -10,8 +10,8 @@ namespace sdb::detail
 
 /// The open file of a writer: an output stream that knows where the next item (a record or a thumbnail) starts.
 ///
-/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that opening
-/// a file changes nothing.
+/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that
+/// opening a file changes nothing.
 class AppendStream : public OS::UpdateStream
 {
 public:
@@ -19,9 +19,9 @@ public:
     /// that of its last whole item. The write position is the end of the file.
     AppendStream(const std::wstring& path, std::uint64_t nextItem);
 
-    /// Cuts off what an unfinished item left behind and goes to where the next item starts. False, with the fail bit
-    /// set, if the file cannot be cut.
-    bool beginItem();
+    /// Cuts off what an unfinished item left behind and goes to where the next item starts. Sets the fail bit if the
+    /// file cannot be cut.
+    void beginItem();
 
     /// Flushes; true if everything up to now has been taken by the system.
     bool flushed();
@@ -35,11 +35,9 @@ public:
     /// Cuts the file back to the start of the item, writes nothing more and closes.
     void abandon();
 
-    std::uint64_t nextItem() const { return _nextItem; }
-
 private:
-    std::uint64_t _nextItem;
-    bool _leftover = false;
+    std::uint64_t _nextItem; ///< first byte of the next item
+    bool _leftover = false;  ///< whether something lies there that has to be cut off first
 };
 
 } // namespace sdb::detail

@@ -8,11 +8,11 @@ namespace sdb::detail
 void FileIndex::registerRecord(const Properties& header)
 {
     int& next = _frames[{header.getString(key::SESSION_ID), header.getString(key::TITLE)}];
+    _records.push_back(header);
     if (header.getInt(key::FRAME) >= next)
     {
         ++next;
     }
-    _records.push_back(header);
 }
 
 int FileIndex::nextFrame(const std::string& sessionId, const std::string& title) const
@@ -23,35 +23,36 @@ int FileIndex::nextFrame(const std::string& sessionId, const std::string& title)
 
 void FileIndex::registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp)
 {
-    const auto [block, isNew] = _storedBlocks.try_emplace(checksum, tag);
-    unsigned long long& storedStamp = _blockStamps[checksum];
-    _replaced.push_back({checksum, isNew ? std::nullopt : std::optional(block->second), storedStamp});
-    block->second = tag;
-    storedStamp = stamp;
+    StoredBlock block{tag, stamp};
+    _replaced.push_back({checksum, std::nullopt});
+    const auto [stored, isNew] = _storedBlocks.try_emplace(checksum);
+    if (!isNew)
+    {
+        _replaced.back().block = std::move(stored->second);
+    }
+    stored->second = std::move(block);
 }
 
 const Properties* FileIndex::findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const
 {
     const auto block = _storedBlocks.find(checksum);
-    return block != _storedBlocks.end() && _blockStamps.at(checksum) == stamp ? &block->second : nullptr;
+    return block != _storedBlocks.end() && block->second.stamp == stamp ? &block->second.tag : nullptr;
 }
 
-void FileIndex::undoBinaries()
+void FileIndex::undoBinaries() noexcept
 {
-    for (auto replaced = _replaced.rbegin(); replaced != _replaced.rend(); ++replaced)
+    for (; !_replaced.empty(); _replaced.pop_back())
     {
-        if (replaced->tag)
+        auto& [checksum, block] = _replaced.back();
+        if (block)
         {
-            _storedBlocks[replaced->checksum] = *replaced->tag;
-            _blockStamps[replaced->checksum] = replaced->stamp;
+            _storedBlocks.find(checksum)->second = std::move(*block);
         }
         else
         {
-            _storedBlocks.erase(replaced->checksum);
-            _blockStamps.erase(replaced->checksum);
+            _storedBlocks.erase(checksum);
         }
     }
-    _replaced.clear();
 }
 
 } // namespace sdb::detail

@@ -18,6 +18,7 @@ class FileIndex
 public:
     /// Adds a record header behind the others.
     void registerRecord(const Properties& header);
+
     const std::vector<Properties>& records() const { return _records; }
 
     /// The frame number of the next record with this session and title. A counter that begins with 0 goes up by one for
@@ -32,22 +33,25 @@ public:
 
     /// Makes the payloads registered since the last call of either function final, or takes them back.
     void keepBinaries() { _replaced.clear(); }
-    void undoBinaries();
 
-    void clear() { *this = FileIndex(); }
+    void undoBinaries() noexcept;
 
 private:
+    struct StoredBlock
+    {
+        Properties tag;           ///< says where the payload lies
+        unsigned long long stamp; ///< of the data when it was stored
+    };
+
     struct Replaced
     {
         unsigned int checksum;
-        std::optional<Properties> tag;
-        unsigned long long stamp;
+        std::optional<StoredBlock> block; ///< none if the checksum was new
     };
 
     std::vector<Properties> _records;
     std::map<std::pair<std::string, std::string>, int> _frames; ///< by session and title: the next frame
-    std::map<unsigned int, Properties> _storedBlocks;           ///< by checksum: the tag of the stored payload
-    std::map<unsigned int, unsigned long long> _blockStamps;    ///< by checksum: stamp of the data when stored
+    std::map<unsigned int, StoredBlock> _storedBlocks;          ///< by checksum
     std::vector<Replaced> _replaced;                            ///< what undoBinaries puts back, oldest first
 };
 
