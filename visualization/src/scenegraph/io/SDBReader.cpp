@@ -42,12 +42,6 @@ constexpr int CURRENT_VERSION = 2;
 namespace field = sdb::detail::field;
 namespace key = sdb::detail::key;
 
-/// The stream's position as an unsigned number; all ones when it has none.
-std::uint64_t positionOf(std::istream& in)
-{
-    return static_cast<std::uint64_t>(std::streamoff(in.tellg()));
-}
-
 } // namespace
 
 SDBReader::SDBReader() = default;
@@ -154,7 +148,7 @@ bool SDBReader::loadRecord(const Properties& header, NodeStream& stream)
     sdb::detail::seekTo(*_fileStream, begin);
     notifyLoadRecordProgress("Loading record", 0);
     int lastPercent = 0;
-    while (_fileStream->good() && positionOf(*_fileStream) < end)
+    while (_fileStream->good() && sdb::detail::readPosition(*_fileStream) < end)
     {
         Properties tag;
         if (sdb::getNextProperty(*_fileStream, tag) && !processProperties(tag, stream, load))
@@ -165,7 +159,7 @@ bool SDBReader::loadRecord(const Properties& header, NodeStream& stream)
         {
             return false; // a callback has taken the file elsewhere
         }
-        const std::uint64_t done = positionOf(*_fileStream) - begin;
+        const std::uint64_t done = sdb::detail::readPosition(*_fileStream) - begin;
         const int percent = static_cast<int>(done * 100 / length);
         if (percent / PROGRESS_STEP - lastPercent / PROGRESS_STEP > 0)
         {

@@ -87,17 +87,14 @@ public:
         , _length(sdb::hexFromProp(tag, key::LENGTH))
         , _end(sdb::detail::extentEnd(tag))
         , _fileSize(load.fileSize)
-        , _afterTag(positionOf(in))
+        , _afterTag(sdb::detail::readPosition(in))
     {
     }
 
     std::uint64_t length() const { return _length; }
 
     /// How many of the payload's bytes the file has.
-    std::uint64_t available() const
-    {
-        return _begin < _fileSize ? std::min(_length, _fileSize - _begin) : 0;
-    }
+    std::uint64_t available() const { return _begin < _fileSize ? std::min(_length, _fileSize - _begin) : 0; }
 
     void seekToBegin() { sdb::detail::seekTo(_in, _begin); }
 
@@ -110,24 +107,19 @@ public:
         {
             sdb::detail::seekTo(_in, _afterTag);
         }
-        else if (_in.good() && _end && *_end <= _fileSize && *_end >= positionOf(_in))
+        else if (_in.good() && _end && *_end <= _fileSize && *_end >= sdb::detail::readPosition(_in))
         {
             sdb::detail::seekTo(_in, _end);
         }
     }
 
 private:
-    static std::uint64_t positionOf(std::istream& in)
-    {
-        return static_cast<std::uint64_t>(std::streamoff(in.tellg()));
-    }
-
-    std::ifstream& _in; ///< borrowed
-    std::uint64_t _begin;
-    std::uint64_t _length;
+    std::ifstream& _in;    ///< borrowed
+    std::uint64_t _begin;  ///< first byte, as the tag says
+    std::uint64_t _length; ///< in bytes, as the tag says
     std::optional<std::uint64_t> _end;
     std::uint64_t _fileSize;
-    std::uint64_t _afterTag;
+    std::uint64_t _afterTag; ///< where the stream was
 };
 
 /// Memory that is charged to a load for as long as this object lives.
@@ -140,6 +132,7 @@ public:
         , _granted(budget.charge(bytes))
     {
     }
+
     ~Charge()
     {
         if (_granted)
@@ -147,6 +140,7 @@ public:
             _budget.release(_bytes);
         }
     }
+
     Charge(const Charge&) = delete;
     Charge& operator=(const Charge&) = delete;
 
@@ -209,8 +203,7 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     }
     if (in.bad() || !charge.granted())
     {
-        std::cerr << "SDBReader: Failed to read " << std::to_string(payload.length())
-                  << " bytes from input stream!\n";
+        std::cerr << "SDBReader: Failed to read " << std::to_string(payload.length()) << " bytes from input stream!\n";
         return false;
     }
     payload.seekBehind();

@@ -3,6 +3,7 @@
 #include "core/Error.h"
 #include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/io/SDBWriter.h"
+#include "scenegraph/io/detail/Positions.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/TemporaryDirectory.h"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -36,6 +38,7 @@ class VtkQuiet
 {
 public:
     VtkQuiet() { vtkObject::GlobalWarningDisplayOff(); }
+
     ~VtkQuiet() { vtkObject::GlobalWarningDisplayOn(); }
 };
 
@@ -72,6 +75,23 @@ protected:
         std::ofstream out(directory.file("file.sce").narrow, std::ios::binary);
         sdb::writeHeader(out);
         out << content;
+    }
+
+    /// Replaces the file by one record with the given tags behind its header, and a length of at least that. Answers
+    /// with the length of the record header.
+    std::size_t writeRecord(int version, const std::string& rootKey, const std::string& tags, std::uint64_t length)
+    {
+        std::ostringstream fileHeader;
+        sdb::writeHeader(fileHeader);
+        Properties record;
+        record.set("DataField", "Header");
+        record.set("Version", version);
+        record.set("RootNodeKey", rootKey);
+        record.set("FilePos", sdb::detail::hexPosition(fileHeader.str().size()));
+        record.set("Length", sdb::detail::hexPosition(length));
+        record.set("BinaryData", sdb::detail::hexPosition(length));
+        writeRaw(record.toString() + tags);
+        return record.toString().size();
     }
 
     std::string bytes() const
@@ -176,18 +196,7 @@ TEST_F(SDBReaderTest, recordVersionsDecideAboutTheRoot)
                               R"({"DataField":"Node","ObjectKey":"SceneNode_2","Properties":{"Name":"b"}})";
     const auto load = [&](int version, const std::string& rootKey)
     {
-        std::ostringstream header;
-        sdb::writeHeader(header);
-        Properties record;
-        record.set("DataField", "Header");
-        record.set("Version", version);
-        record.set("RootNodeKey", rootKey);
-        char position[17];
-        std::snprintf(position, sizeof position, "%016zx", header.str().size());
-        record.set("FilePos", position);
-        record.set("Length", "0000000000001000");
-        record.set("BinaryData", "0000000000001000");
-        writeRaw(record.toString() + nodes + std::string(0x1000, ' '));
+        writeRecord(version, rootKey, nodes + std::string(0x1000, ' '), 0x1000);
         EXPECT_EQ(reader.open(path), FileIoStatus::Success);
         EXPECT_TRUE(reader.loadRecord(0, stream));
         return reader.getCanvasInfo().name;
@@ -197,6 +206,9 @@ TEST_F(SDBReaderTest, recordVersionsDecideAboutTheRoot)
     EXPECT_EQ(reader.getCanvasInfo().type, ISDBReader::SceneCanvas);
     EXPECT_EQ(load(2, "ChartCanvasCollection"), "");
     EXPECT_EQ(reader.getCanvasInfo().type, ISDBReader::ChartCanvas);
+    EXPECT_EQ(load(1, "ChartCanvasCollection_1"), "b") << "a root key of that version is not looked at";
+    EXPECT_EQ(load(2, "Other_SceneNode_1"), "");
+    EXPECT_EQ(reader.getCanvasInfo().type, ISDBReader::UnknownCanvas);
     testing::internal::CaptureStderr();
     load(3, "SceneNode_1");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Unsupported SDB::Writer version: 3\n");
@@ -204,26 +216,54 @@ TEST_F(SDBReaderTest, recordVersionsDecideAboutTheRoot)
 
 TEST_F(SDBReaderTest, progressComesInStepsOfFivePercent)
 {
-    Scene scene;
-    std::vector<std::unique_ptr<Scene>> children;
-    for (int i = 2; i < 60; ++i)
+    std::string tags;
+    for (int i = 0; i < 33; ++i)
     {
-        children.push_back(std::make_unique<Scene>("SceneNode_" + std::to_string(i)));
-        scene.addChild(*children.back());
+        const std::string tag = R"({"DataField":"Other","Text":")";
+        tags += tag + std::string(300 - tag.size() - 2, 'x') + "\"}";
     }
-    write({&scene});
+    const std::size_t header = writeRecord(2, "SceneNode_1", tags, 10000);
+    ASSERT_LE(header, 300U);
+    writeRecord(2, "SceneNode_1", tags.replace(0, 300, std::string(300 - header, ' ')), 9900); // header: first of 33
     reader.open(path);
     Percentages progress;
     reader.attach(progress);
     ASSERT_TRUE(reader.loadRecord(0, stream));
-    ASSERT_GE(progress.values.size(), 3U);
-    EXPECT_LE(progress.values.size(), 21U);
-    EXPECT_EQ(progress.values.front(), 0);
-    EXPECT_EQ(progress.values.back(), 100);
-    for (std::size_t i = 1; i < progress.values.size(); ++i)
+    EXPECT_EQ(progress.values,
+              (std::vector<int>{0, 6, 12, 15, 21, 27, 30, 36, 42, 45, 51, 57, 60, 66, 72, 75, 81, 87, 90, 96, 100}));
+}
+
+TEST_F(SDBReaderTest, aLoadGoesAsFarAsThereAreTags)
+{
+    int posts = 0;
+    stream.registry.setPostUpgradeStep([&](const ClassVersions& versions)
+                                       { posts += versions.getClassVersion("A") == 2 ? 1 : 0; });
+    const std::string versions = R"({"DataField":"ClassVersions","Versions":{"A":2}})";
+    writeRecord(2, "A_1",
+                versions + R"({"DataField":"No)"
+                           "\n"
+                           R"(de"}{"DataField":"Node","ObjectKey":"A_2"}{"cut)",
+                0x1000);
+    reader.open(path);
+    Percentages progress;
+    reader.attach(progress);
+    Properties header = reader.getRecords().at(0);
+    const auto load = [&](const char* key, const char* value)
     {
-        EXPECT_GT(progress.values[i] / 5, progress.values[i - 1] / 5);
-    }
+        header.set(key, value, Properties::Overwrite);
+        stream.calls.clear();
+        progress.values.clear();
+        EXPECT_TRUE(reader.loadRecord(header, stream)) << key << value;
+        return stream.calls.size();
+    };
+    EXPECT_EQ(load("Length", "0000000000001000"), 1U) << "over a broken tag to the one behind it, up to the cut one";
+    EXPECT_EQ(stream.nodes.count("A_2"), 1U);
+    EXPECT_EQ(load("Length", "0000000000000000"), 0U);
+    EXPECT_EQ(progress.values, std::vector<int>{0});
+    EXPECT_EQ(load("FilePos", "7fffffffffffffff"), 0U);
+    EXPECT_EQ(load("FilePos", "ffffffffffffffff"), 0U);
+    EXPECT_EQ(progress.values, std::vector<int>{0});
+    EXPECT_EQ(posts, 4);
 }
 
 TEST_F(SDBReaderTest, throwingIsHowALoadIsCancelled)
@@ -251,6 +291,7 @@ TEST_F(SDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
         const char* to;
         const char* message;
     };
+
     const char* const noArray = "Can't load data array from input stream\n";
     const char* const noPolys = "Can't load polydata from input stream\n";
     const Damage damages[] = {
