@@ -77,9 +77,9 @@ private:
     bool processBinaryData(const Properties& tag, NodeStream& stream, sdb::detail::Load& load);
     void notifyLoadRecordProgress(const std::string& message, int percent);
 
-    bool loadDataArrayFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
+    static bool loadDataArrayFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
                                       sdb::detail::Load& load);
-    bool loadPolyDataFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
+    static bool loadPolyDataFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
                                      sdb::detail::Load& load);
 
     std::unique_ptr<std::ifstream> _fileStream; ///< null until an `open` reached a file

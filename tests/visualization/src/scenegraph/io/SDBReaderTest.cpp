@@ -7,8 +7,9 @@
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/TemporaryDirectory.h"
+#include "support/TouchEverything.h"
 
-#include <csignal>
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <vtkNew.h>
+#include <vtkPointData.h>
 #include <vtkPolyData.h>
 
 namespace
@@ -324,6 +327,58 @@ TEST_F(SDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
     patch(R"("Tag":1)", R"("Tag":9)");
     reader.open(path);
     EXPECT_THROW(reader.loadRecord(0, stream), InternalError);
+}
+
+TEST_F(SDBReaderTest, countsOfAnArrayWrapButNeverExceedItsMemory)
+{
+    struct Shape
+    {
+        int components;
+        int tuples;
+        int type;
+        int values; ///< of the loaded array; -1 for none
+    };
+
+    const Shape shapes[] = {{3, 1, VTK_FLOAT, 3},
+                            {4, 1073741825, VTK_FLOAT, 4},
+                            {65536, 65536, VTK_FLOAT, 0},
+                            {1, 1073741824, VTK_FLOAT, -1},
+                            {1, 1073741825, VTK_FLOAT, -1},
+                            {1, -3, VTK_FLOAT, -1},
+                            {-1, -3, VTK_FLOAT, -1},
+                            {2097152, 0, VTK_FLOAT, -1},
+                            {0, 5, VTK_FLOAT, 0},
+                            {1, 9, VTK_BIT, 9},
+                            {1, 3, VTK_LONG, 3},
+                            {1, 5, VTK_FLOAT, -1}};
+    for (const Shape& shape : shapes)
+    {
+        const auto tagAt = [&](std::uint64_t payload)
+        {
+            Properties tag(R"({"DataField":"BinaryData","ObjectKey":"A_1","Tag":1,"Name":"T"})");
+            tag.set("FilePos", sdb::detail::hexPosition(payload));
+            tag.set("NumberOfComponents", shape.components);
+            tag.set("NumberOfTuples", shape.tuples);
+            tag.set("DataType", shape.type);
+            return tag.toString();
+        };
+        writeRecord(2, "A_1", tagAt(0), 0x1000);
+        writeRecord(2, "A_1", tagAt(bytes().size()) + std::string(17, '\0'), 0x1000); // an uncompressed block
+        reader.open(path);
+        stream.arrays.clear();
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(reader.loadRecord(0, stream), shape.values >= 0);
+        testing::internal::GetCapturedStderr();
+        ASSERT_EQ(stream.arrays.size(), shape.values >= 0 ? 1U : 0U) << shape.components << " x " << shape.tuples;
+        for (const auto& [name, array] : stream.arrays)
+        {
+            EXPECT_EQ(array->GetNumberOfValues(), shape.values);
+            EXPECT_EQ(array->GetNumberOfComponents(), std::max(shape.components, 1));
+            vtkNew<vtkPolyData> holder;
+            holder->GetPointData()->AddArray(array);
+            test::touchEverything(*holder);
+        }
+    }
 }
 
 TEST_F(SDBReaderTest, everyPrefixLoadsWhatIsThere)
