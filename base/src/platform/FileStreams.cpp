@@ -65,6 +65,7 @@ UpdateStream::~UpdateStream()
     }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the file
 bool UpdateStream::truncate(std::uint64_t size)
 {
     if (size > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))

@@ -19,7 +19,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 #include <vtkBitArray.h>
 #include <vtkDoubleArray.h>
 #include <vtkIdTypeArray.h>
@@ -397,25 +396,6 @@ TEST_F(SDBWriterTest, aFullDiskCostsOnlyTheRecordThatDidNotFit)
     EXPECT_FALSE(writer.hasFailed());
     EXPECT_EQ(add(writer, small), 1);
     EXPECT_EQ(records().size(), 2U);
-}
-
-TEST_F(SDBWriterTest, aFileThatCouldNotBeCutIsNotOpened)
-{
-    writer.close();
-    const std::string before = bytes();
-    rlimit old{};
-    getrlimit(RLIMIT_NOFILE, &old);
-    const int next = dup(0);
-    close(next);
-    for (const rlim_t more : {0, 1}) // descriptors beside those in use: for nothing, or for one of the two
-    {
-        const rlimit tight{static_cast<rlim_t>(next) + more, old.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &tight);
-        const FileIoStatus status = writer.open(path, true, true);
-        setrlimit(RLIMIT_NOFILE, &old);
-        EXPECT_EQ(status, FileIoStatus::OpenFailed);
-    }
-    EXPECT_EQ(bytes(), before);
 }
 
 TEST_F(SDBWriterTest, copiesShareOneFile)
