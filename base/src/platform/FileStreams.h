@@ -11,8 +11,8 @@ namespace OS
 {
 
 /// Opens a regular file for reading in binary mode, without hindering others from renaming or deleting it. Never an
-/// empty pointer; the stream is not open on failure (missing, no permission, no regular file, embedded NUL). `errno`
-/// tells the reason.
+/// empty pointer. On failure (missing, no permission, no regular file, embedded NUL) the stream is not open and has its
+/// fail bit set; `errno` tells the reason.
 TAVO_EXPORT std::unique_ptr<std::ifstream> openForReading(const std::wstring& path);
 
 /// An output stream for updating a regular file in place: it can be written and cut.
@@ -29,6 +29,8 @@ public:
     bool truncate(std::uint64_t size);
 
 private:
+    using std::ofstream::open; // another file would have another descriptor
+
     int _descriptor; ///< of the open file, owned by the stream's buffer; -1 when opening failed
 };
 

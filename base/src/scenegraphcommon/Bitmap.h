@@ -17,21 +17,25 @@ public:
     static constexpr std::int64_t MAX_BYTES = std::int64_t{1} << 30;
 
     int getWidth() const { return _width; }
+
     int getHeight() const { return _height; }
+
     /// Bytes of the whole picture: width x height x N.
     std::size_t getSize() const { return _data.size(); }
+
     unsigned char* getData() { return _data.data(); }
+
     const unsigned char* getData() const { return _data.data(); }
 
     /// Makes the bitmap width x height pixels, all bytes zero. Sides outside 0..MAX_SIDE or more than MAX_BYTES bytes
-    /// give a bitmap of 0 x 0.
+    /// give a bitmap of 0 x 0. When memory is out, the exception leaves the bitmap as it was.
     void resize(int width, int height)
     {
         const bool fits = width >= 0 && height >= 0 && width <= MAX_SIDE && height <= MAX_SIDE &&
                           std::int64_t{width} * height * N <= MAX_BYTES;
+        _data.assign(fits ? static_cast<std::size_t>(std::int64_t{width} * height * N) : 0, 0);
         _width = fits ? width : 0;
         _height = fits ? height : 0;
-        _data.assign(static_cast<std::size_t>(std::int64_t{_width} * _height * N), 0);
     }
 
 private:

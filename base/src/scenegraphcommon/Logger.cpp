@@ -18,11 +18,12 @@ void Logger::write(const std::string& entry) const
 {
     if (_sink)
     {
-        _sink(entry);
+        const Sink sink = _sink; // it may replace itself
+        sink(entry);
     }
     else
     {
-        std::cerr << entry << '\n';
+        std::cerr << entry + '\n'; // at once, for entries of other threads
     }
 }
 

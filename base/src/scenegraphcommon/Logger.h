@@ -23,6 +23,7 @@ public:
 
     /// The level flags: Warning and Failure until set otherwise.
     unsigned getLevelFlags() const { return _levelFlags; }
+
     void setLevelFlags(unsigned flags) { _levelFlags = flags; }
 
     /// Replaces the receiver of the entries; an empty sink restores the default, a line on standard error.

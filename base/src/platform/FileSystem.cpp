@@ -1,0 +1,244 @@
+#include "platform/FileSystem.h"
+
+#include "platform/Platform.h"
+#include "platform/detail/Posix.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace OS
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// The longest name of a file that the usual file systems take, in bytes.
+constexpr std::size_t MAX_NAME = 255;
+
+/// What stat(2) says of a path, links followed. Nothing when it says no.
+std::optional<struct stat> statusOf(const std::optional<std::string>& path)
+{
+    struct stat status = {};
+    if (!path || stat(path->c_str(), &status) != 0)
+    {
+        return std::nullopt;
+    }
+    return status;
+}
+
+bool isRegular(const std::optional<std::string>& path)
+{
+    const auto status = statusOf(path);
+    return status && posix::checkRegular(status->st_mode);
+}
+
+/// `name` without the bytes beyond `size`, and without a character that the cut would split.
+std::string_view shortened(std::string_view name, std::size_t size)
+{
+    if (name.size() <= size)
+    {
+        return name;
+    }
+    while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xc0) == 0x80)
+    {
+        --size;
+    }
+    return name.substr(0, size);
+}
+
+class PosixFileSystem final : public FileSystem
+{
+public:
+    std::wstring getFilePath(const std::wstring& path) override;
+    bool fileExists(const std::wstring& path) override;
+    bool directoryExists(const std::wstring& path) override;
+    bool createDirectory(const std::wstring& path) override;
+    bool listDirectory(std::list<std::wstring>& directories, std::list<std::wstring>& files,
+                       const std::wstring& path) override;
+    std::wstring getTemporaryPath(const std::wstring& path) override;
+    int createExclusive(const std::wstring& path) override;
+    int renameFile(const std::wstring& from, const std::wstring& to) override;
+    int replaceFile(const std::wstring& from, const std::wstring& to) override;
+    int markForDeletion(const std::wstring& path) override;
+
+private:
+    std::atomic<unsigned> _temporaryNumber{0}; ///< keeps names apart that are asked for before either file exists
+};
+
+std::wstring PosixFileSystem::getFilePath(const std::wstring& path)
+{
+    const auto name = posix::systemPath(path);
+    if (!name || name->empty())
+    {
+        return {};
+    }
+    std::error_code error;
+    const fs::path normal = fs::absolute(*name, error).lexically_normal();
+    if (error)
+    {
+        errno = error.value();
+        return {};
+    }
+    // A path whose last part was empty or a dot keeps a slash at its end.
+    return toWide(normal.has_filename() ? normal.string() : normal.parent_path().string());
+}
+
+bool PosixFileSystem::fileExists(const std::wstring& path)
+{
+    return isRegular(posix::systemPath(path));
+}
+
+bool PosixFileSystem::directoryExists(const std::wstring& path)
+{
+    const auto status = statusOf(posix::systemPath(path));
+    if (status && !S_ISDIR(status->st_mode))
+    {
+        errno = ENOTDIR;
+    }
+    return status && S_ISDIR(status->st_mode);
+}
+
+bool PosixFileSystem::createDirectory(const std::wstring& path)
+{
+    const auto name = posix::systemPath(path);
+    if (!name)
+    {
+        return false;
+    }
+    std::error_code error;
+    fs::create_directories(*name, error);
+    if (directoryExists(path))
+    {
+        return true;
+    }
+    if (error)
+    {
+        errno = error.value();
+    }
+    return false;
+}
+
+bool PosixFileSystem::listDirectory(std::list<std::wstring>& directories, std::list<std::wstring>& files,
+                                    const std::wstring& path)
+{
+    directories.clear();
+    files.clear();
+    const auto name = posix::systemPath(path);
+    if (!name)
+    {
+        return false;
+    }
+    std::error_code error;
+    std::vector<fs::directory_entry> entries;
+    for (fs::directory_iterator entry(*name, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+    {
+        entries.push_back(*entry);
+    }
+    if (error)
+    {
+        errno = error.value();
+        return false;
+    }
+    std::sort(entries.begin(), entries.end());
+    for (const fs::directory_entry& entry : entries)
+    {
+        const fs::file_status status = entry.status(error); // a link that leads nowhere is neither
+        if (fs::is_directory(status) || fs::is_regular_file(status))
+        {
+            (fs::is_directory(status) ? directories : files).push_back(toWide(entry.path().filename().string()));
+        }
+    }
+    return true;
+}
+
+std::wstring PosixFileSystem::getTemporaryPath(const std::wstring& path)
+{
+    const auto original = posix::systemPath(path);
+    if (!original || original->empty())
+    {
+        return {};
+    }
+    const std::size_t nameStart = original->rfind('/') + 1; // 0 when there is no slash
+    const std::string_view name = std::string_view(*original).substr(nameStart);
+    struct stat status = {};
+    std::string candidate;
+    do
+    {
+        const std::string suffix = "." + std::to_string(getpid()) + "-" + std::to_string(_temporaryNumber++) + ".tmp";
+        candidate = original->substr(0, nameStart);
+        candidate += shortened(name, MAX_NAME - suffix.size());
+        candidate += suffix;
+    } while (lstat(candidate.c_str(), &status) == 0);
+    return toWide(candidate);
+}
+
+int PosixFileSystem::createExclusive(const std::wstring& path)
+{
+    const auto name = posix::systemPath(path);
+    constexpr mode_t READ_WRITE_FOR_ALL = 0666; // less the process's mask, as for any new file
+    const int descriptor = name ? open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, READ_WRITE_FOR_ALL) : -1;
+    return descriptor == -1 ? -1 : close(descriptor);
+}
+
+int PosixFileSystem::renameFile(const std::wstring& from, const std::wstring& to)
+{
+    const auto source = posix::systemPath(from);
+    const auto target = posix::systemPath(to);
+    if (!target || !isRegular(source))
+    {
+        return -1;
+    }
+    if (renameat2(AT_FDCWD, source->c_str(), AT_FDCWD, target->c_str(), RENAME_NOREPLACE) == 0)
+    {
+        return 0;
+    }
+    return errno == EINVAL || errno == ENOSYS ? posix::renameByLink(*source, *target) : -1;
+}
+
+int PosixFileSystem::replaceFile(const std::wstring& from, const std::wstring& to)
+{
+    const auto source = posix::systemPath(from);
+    const auto target = posix::systemPath(to);
+    if (!target || !isRegular(source))
+    {
+        return -1;
+    }
+    const auto replaced = statusOf(target);
+    if (replaced && !posix::checkRegular(replaced->st_mode))
+    {
+        return -1;
+    }
+    return std::rename(source->c_str(), target->c_str());
+}
+
+int PosixFileSystem::markForDeletion(const std::wstring& path)
+{
+    // Whoever has the file open keeps it; the system frees it when the last of them closes it.
+    const auto name = posix::systemPath(path);
+    return isRegular(name) ? unlink(name->c_str()) : -1;
+}
+
+} // namespace
+
+FileSystem::~FileSystem() = default;
+
+} // namespace OS
+
+OS::FileSystem& Platform::filesystem()
+{
+    static OS::PosixFileSystem fileSystem;
+    return fileSystem;
+}

@@ -1,0 +1,142 @@
+#include "platform/FileStreams.h"
+
+#include "platform/FileSystem.h"
+
+#include "support/TemporaryDirectory.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+std::ptrdiff_t openDescriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+class FileStreamsTest : public testing::Test
+{
+protected:
+    void write(const std::string& content) { std::ofstream(_file.narrow, std::ios::binary) << content; }
+
+    std::string content() const
+    {
+        std::ifstream in(_file.narrow, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+    test::TemporaryDirectory _directory;
+    test::TemporaryFile _file = _directory.file("file");
+    std::ptrdiff_t _descriptorsBefore = openDescriptors();
+};
+
+TEST_F(FileStreamsTest, readingSeeksOverMoreThanABuffer)
+{
+    std::string content;
+    for (int i = 0; i < 20000; ++i)
+    {
+        content += std::to_string(i) + "\r\n";
+    }
+    write(content);
+    const auto stream = OS::openForReading(_file.wide);
+    ASSERT_TRUE(stream->is_open() && stream->good());
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*stream), {}), content);
+    stream->clear();
+    for (const std::size_t position : {std::size_t{0}, content.size() - 3, std::size_t{8191}, std::size_t{50000}})
+    {
+        stream->seekg(static_cast<std::streamoff>(position));
+        EXPECT_EQ(stream->get(), content[position]);
+        EXPECT_EQ(stream->tellg(), static_cast<std::streamoff>(position + 1));
+    }
+    EXPECT_EQ(openDescriptors(), _descriptorsBefore + 1);
+    stream->close();
+    EXPECT_FALSE(stream->is_open() || stream->fail());
+    EXPECT_EQ(openDescriptors(), _descriptorsBefore);
+}
+
+TEST_F(FileStreamsTest, whatIsNoRegularFileIsRefusedWithTheReason)
+{
+    const auto fifo = _directory.file("fifo");
+    ASSERT_EQ(mkfifo(fifo.narrow.c_str(), 0600), 0);
+    const std::pair<std::wstring, int> cases[] = {{_directory.file("missing").wide, ENOENT},
+                                                  {L"", ENOENT},
+                                                  {_directory.widePath(), EISDIR},
+                                                  {L"/dev/zero", ENOTSUP}};
+    for (const auto& [path, reason] : cases)
+    {
+        errno = 0;
+        const auto reader = OS::openForReading(path);
+        EXPECT_EQ(errno, reason);
+        EXPECT_TRUE(!reader->is_open() && reader->fail());
+        errno = 0;
+        OS::UpdateStream update(path);
+        EXPECT_EQ(errno, reason);
+        EXPECT_TRUE(!update.is_open() && update.fail() && !update.truncate(0));
+    }
+    EXPECT_FALSE(OS::openForReading(fifo.wide)->is_open()) << "and did not wait for a writer";
+    EXPECT_FALSE(OS::UpdateStream(fifo.wide).is_open());
+    EXPECT_EQ(openDescriptors(), _descriptorsBefore);
+}
+
+TEST_F(FileStreamsTest, permissionsAreObeyed)
+{
+    if (geteuid() == 0)
+    {
+        GTEST_SKIP() << "the superuser may open everything";
+    }
+    write("x");
+    std::filesystem::permissions(_file.narrow, std::filesystem::perms::none);
+    EXPECT_FALSE(OS::openForReading(_file.wide)->is_open());
+    EXPECT_EQ(errno, EACCES);
+    std::filesystem::permissions(_file.narrow, std::filesystem::perms::owner_read);
+    EXPECT_FALSE(OS::UpdateStream(_file.wide).is_open());
+    EXPECT_EQ(errno, EACCES);
+}
+
+TEST_F(FileStreamsTest, updatesInPlaceAndCuts)
+{
+    write("0123456789");
+    {
+        OS::UpdateStream stream(_file.wide);
+        ASSERT_TRUE(stream.is_open() && stream.good());
+        EXPECT_EQ(stream.tellp(), 0);
+        stream << "ab";
+        stream.seekp(8);
+        stream << "yz!" << std::flush;
+        EXPECT_EQ(content(), "ab234567yz!");
+        EXPECT_TRUE(stream.truncate(4));
+        EXPECT_EQ(stream.tellp(), 11);
+        stream.seekp(0, std::ios::end);
+        EXPECT_EQ(stream.tellp(), 4);
+        stream << "E" << std::flush;
+        EXPECT_TRUE(stream.truncate(7));
+        EXPECT_FALSE(stream.truncate(UINT64_MAX));
+        EXPECT_EQ(errno, EFBIG);
+        stream.close();
+        EXPECT_FALSE(stream.truncate(0));
+        EXPECT_EQ(errno, EBADF);
+    }
+    EXPECT_EQ(content(), std::string("ab23E\0\0", 7));
+    EXPECT_EQ(openDescriptors(), _descriptorsBefore);
+}
+
+TEST_F(FileStreamsTest, cuttingFollowsTheOpenFileNotItsPath)
+{
+    write("first");
+    OS::UpdateStream stream(_file.wide);
+    const auto moved = _directory.file("moved");
+    std::filesystem::rename(_file.narrow, moved.narrow);
+    write("second");
+    EXPECT_TRUE(stream.truncate(2));
+    EXPECT_EQ(content(), "second");
+    EXPECT_EQ(std::filesystem::file_size(moved.narrow), 2U);
+}
+
+} // namespace
