@@ -123,9 +123,11 @@ def arrays_by_name(fields):
 
 
 def why_unstorable(data, tuples):
-    """Why a polydata file or a database cannot carry the array; empty when it can."""
+    """Why polydata files and databases cannot carry an array as it is; empty when they can."""
     if not isinstance(data, vtkDataArray):
         return f"is a {data.GetClassName()}"
+    if isinstance(data.GetName(), bytes):  # what is no UTF-8 comes as bytes
+        return "has a name that is no UTF-8"
     if tuples is not None and data.GetNumberOfTuples() != tuples:
         return f"has {data.GetNumberOfTuples()} tuples for {tuples}"
     return ""
@@ -154,40 +156,67 @@ def active_attributes(fields):
     return {kind: str(data.GetName()) for kind, data in arrays.items() if data is not None}
 
 
-def compare_arrays(expected, actual, differences, left_out):
-    """Compares all arrays and active attributes; returns how many arrays and values were equal. An array of `expected`
-    that cannot be stored goes to `left_out`; None makes its absence a difference like any other."""
-    arrays = values = 0
-    for section, getter in SECTIONS:
-        left_fields, right_fields = getattr(expected, getter)(), getattr(actual, getter)()
-        tuples = {"point": expected.GetNumberOfPoints(), "cell": expected.GetNumberOfCells()}.get(section)
+class ArrayComparison:
+    """Compares all arrays and active attributes of two polydata.
+
+    With `leave_out_unstorable`, an array of `expected` that cannot be carried may be missing. Where an array with its
+    values is new elsewhere or under another name, the two are taken for the same.
+    """
+
+    def __init__(self, expected, actual, leave_out_unstorable):
+        self.differences = []
+        self.arrays = self.values = 0
+        self._missing, self._unstorable, self._new = [], [], []
+        for section, getter in SECTIONS:
+            tuples = {"point": expected.GetNumberOfPoints(), "cell": expected.GetNumberOfCells()}.get(section)
+            self._compare_section(section, tuples, getattr(expected, getter)(), getattr(actual, getter)())
+        self.left_out = self._match_unstorable() if leave_out_unstorable else []
+        for state, found in (("missing", self._missing + self._unstorable), ("new", self._new)):
+            self.differences += [f"{what} is {state}" for what, *_ in found]
+
+    def _compare_section(self, section, tuples, left_fields, right_fields):
         left, right = arrays_by_name(left_fields), arrays_by_name(right_fields)
-        for name in [name for name, data in left.items() if left_out is not None and why_unstorable(data, tuples)]:
-            left_out.append(f"{section} array {name} {why_unstorable(left.pop(name), tuples)}")
-        for name in sorted(left.keys() ^ right.keys()):
-            differences.append(f"{section} array {name} is {'missing' if name in left else 'new'}")
-        for name in sorted(left.keys() & right.keys()):
-            problem = array_difference(left[name], right[name])
-            if problem:
-                differences.append(f"{section} array {name}: {problem}")
+        for name, data in left.items():
+            what = f"{section} array {name}"
+            if name in right:
+                self._compare_array(what, data, right[name])
+            elif why_unstorable(data, tuples):
+                self._unstorable.append((what, data, why_unstorable(data, tuples)))
             else:
-                arrays += 1
-                values += left[name].GetNumberOfValues()
-        wanted = {k: v for k, v in active_attributes(left_fields).items() if v in left}
+                self._missing.append((what, data))
+        self._new += [(f"{section} array {name}", data) for name, data in right.items() if name not in left]
+        gone = [name for name, data in left.items() if name not in right and why_unstorable(data, tuples)]
+        wanted = {kind: name for kind, name in active_attributes(left_fields).items() if name not in gone}
         if wanted != active_attributes(right_fields):
-            differences.append(f"active {section} attributes {wanted} became {active_attributes(right_fields)}")
-    return arrays, values
+            self.differences.append(f"active {section} attributes {wanted} became {active_attributes(right_fields)}")
+
+    def _compare_array(self, what, left, right):
+        problem = array_difference(left, right)
+        if problem:
+            self.differences.append(f"{what}: {problem}")
+        else:
+            self.arrays += 1
+            self.values += left.GetNumberOfValues()
+
+    def _match_unstorable(self):
+        """Takes the unstorable arrays, and the new arrays that hold their values, off the lists."""
+        result = []
+        for what, data, reason in self._unstorable:
+            match = next((entry for entry in self._new if not array_difference(data, entry[1])), None)
+            if match is not None:
+                self._new.remove(match)
+            result.append(f"{what} {reason}" + (f"; its values came back as {match[0]}" if match else ""))
+        self._unstorable = []
+        return result
 
 
 def compare(expected, actual, leave_out_unstorable=False):
     """Compares two polydata."""
-    differences, left_out = [], []
     points, points_difference = compare_points(expected, actual)
-    if points not in ("equal", "equal as float"):
-        differences.append(points)
+    differences = [] if points in ("equal", "equal as float") else [points]
     compare_cells(expected, actual, differences)
-    arrays, values = compare_arrays(expected, actual, differences, left_out if leave_out_unstorable else None)
-    return Outcome(differences, left_out, points, points_difference, arrays, values)
+    found = ArrayComparison(expected, actual, leave_out_unstorable)
+    return Outcome(differences + found.differences, found.left_out, points, points_difference, found.arrays, found.values)
 
 
 def describe(polys):
@@ -223,7 +252,7 @@ def compare_files(pairs, leave_out_unstorable):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--leave-out-unstorable", action="store_true",
-                        help="list, and otherwise ignore, arrays of EXPECTED that are not numeric or do not fit")
+                        help="list, and do not miss, arrays of EXPECTED that no file can carry as they are")
     parser.add_argument("--describe", action="store_true", help="read the files and print what they hold")
     parser.add_argument("files", nargs="+", metavar="EXPECTED ACTUAL", help="pairs of files")
     arguments = parser.parse_args()

@@ -2,8 +2,8 @@
 """Imports each model file into a scene database of its own, exports it, and compares the result with the model.
 
 VTK's own reader says what a model holds; it runs in a process of its own, because some models crash it. A model that
-VTK cannot read cleanly is skipped, and so is said. What a database cannot store (arrays of strings, arrays that do not
-fit their cells) is left out with --skip-unsupported and listed.
+VTK cannot read cleanly is skipped, and so is said. What cannot be stored, such as arrays of strings, is left out with
+--skip-unsupported and listed.
 
 Exit code: 0 every model came back equal or was skipped, 1 a difference or a failure, 2 wrong usage.
 """
@@ -35,46 +35,48 @@ def last_line(text):
     return lines[-1].split("| ")[-1] if lines else "no message"
 
 
-def outcome_of_reader(model):
-    """Why the model cannot serve as input; empty when VTK reads it without a complaint."""
-    reader = run(sys.executable, COMPARE, "--describe", model)
-    if reader.returncode < 0:
-        return f"VTK's own reader crashes (signal {-reader.returncode})"
-    if reader.returncode != 0:
-        return "VTK's own reader reports an error"
-    if reader.stderr:
-        return f"VTK's own reader warns: {last_line(reader.stderr)}"
-    return ""
-
-
-def round_trip(tavosce, model, folder):
-    """One of (kind, remark): "equal", "equal in what can be stored", "different", "failed", "skipped"."""
-    reason = outcome_of_reader(model)
-    if reason:
-        return "skipped", reason
-    scene = os.path.join(folder, "model.sce")
-    exported = os.path.join(folder, "exported")
-    partial = []
+def check_refusal(tavosce, model, scene):
+    """What VTK cannot read the tool has to refuse, and leave nothing behind."""
     step = run(tavosce, "import", "-o", scene, model)
-    if step.returncode == CANNOT_STORE:
-        partial = ["--leave-out-unstorable"]
-        step = run(tavosce, "import", "-o", scene, "--skip-unsupported", model)
-    if step.returncode not in DONE:
-        return "failed", f"import: exit code {step.returncode}: {last_line(step.stderr)}"
-    step = run(tavosce, "export", f"{scene}:0", "-o", exported)
-    if step.returncode not in DONE:
-        return "failed", f"export: exit code {step.returncode}: {last_line(step.stderr)}"
+    if step.returncode in DONE or step.returncode < 0:
+        return "failed", f"VTK's own reader reports an error, but import ends with {step.returncode}"
+    if os.path.exists(scene):
+        return "failed", "the refused import left a file behind"
+    return "skipped", f"VTK's own reader reports an error, and import refuses it (exit code {step.returncode})"
+
+
+def compare_with_model(model, exported):
     files = glob.glob(os.path.join(glob.escape(exported), "**", "*.vtp"), recursive=True)
     if len(files) != 1:
         return "failed", f"export made {len(files)} polydata files instead of one"
-    step = run(sys.executable, COMPARE, *partial, model, files[0])
-    lines = step.stdout.splitlines()
+    step = run(sys.executable, COMPARE, "--leave-out-unstorable", model, files[0])
+    lines = [line.strip() for line in step.stdout.splitlines()]
     if step.returncode == 1:
-        return "different", "; ".join(line.strip() for line in lines[1:])
+        return "different", "; ".join(lines[1:])
     if step.returncode != 0:
         return "failed", f"comparison: {last_line(step.stderr)}"
-    left_out = [line.split("left out: ")[1] for line in lines if "left out: " in line]
-    return ("equal in what can be stored", "; ".join(left_out)) if left_out else ("equal", "")
+    left_out = [line.split("left out: ")[1] for line in lines if line.startswith("left out: ")]
+    return ("equal but for what cannot be stored", "; ".join(left_out)) if left_out else ("equal", "")
+
+
+def round_trip(tavosce, model, folder):
+    """The kind of outcome (equal, equal but for what cannot be stored, different, failed, skipped) and a remark."""
+    scene, exported = os.path.join(folder, "model.sce"), os.path.join(folder, "exported")
+    reader = run(sys.executable, COMPARE, "--describe", model)
+    if reader.returncode < 0:
+        return "skipped", f"VTK's own reader crashes (signal {-reader.returncode})"
+    if reader.returncode != 0:
+        return check_refusal(tavosce, model, scene)
+    if reader.stderr:
+        return "skipped", f"VTK's own reader warns: {last_line(reader.stderr)}"
+    step = run(tavosce, "import", "-o", scene, model)
+    if step.returncode == CANNOT_STORE:
+        step = run(tavosce, "import", "-o", scene, "--skip-unsupported", model)
+    if step.returncode in DONE:
+        step = run(tavosce, "export", f"{scene}:0", "-o", exported)
+    if step.returncode not in DONE:
+        return "failed", f"tavosce {step.args[1]}: exit code {step.returncode}: {last_line(step.stderr)}"
+    return compare_with_model(model, exported)
 
 
 def main():
@@ -83,6 +85,9 @@ def main():
     parser.add_argument("scratch", help="folder for databases and exports; emptied first")
     parser.add_argument("models", nargs="+", metavar="MODEL", help=".ply, .obj and .stl files")
     arguments = parser.parse_args()
+    for path in [arguments.tavosce] + arguments.models:
+        if not os.path.isfile(path):
+            parser.error(f"no such file: {path}")
 
     shutil.rmtree(arguments.scratch, ignore_errors=True)
     counts = collections.Counter()
@@ -91,7 +96,7 @@ def main():
         os.makedirs(folder)
         kind, remark = round_trip(arguments.tavosce, model, folder)
         counts[kind] += 1
-        print(f"{kind:9} {os.path.basename(model)}" + (f": {remark}" if remark else ""), flush=True)
+        print(f"{os.path.basename(model):30} {kind}" + (f": {remark}" if remark else ""), flush=True)
     print(f"{len(arguments.models)} models: " + ", ".join(f"{count} {kind}" for kind, count in counts.most_common()))
     return 1 if counts["different"] or counts["failed"] else 0
 
