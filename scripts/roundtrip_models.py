@@ -35,14 +35,16 @@ def last_line(text):
     return lines[-1].split("| ")[-1] if lines else "no message"
 
 
-def check_refusal(tavosce, model, scene):
+def check_refusal(tavosce, model, scene, reader):
     """What VTK cannot read the tool has to refuse, and leave nothing behind."""
+    crashes = reader.returncode < 0
+    reason = "VTK's own reader " + (f"crashes (signal {-reader.returncode})" if crashes else "reports an error")
     step = run(tavosce, "import", "-o", scene, model)
-    if step.returncode in DONE or step.returncode < 0:
-        return "failed", f"VTK's own reader reports an error, but import ends with {step.returncode}"
     if os.path.exists(scene):
-        return "failed", "the refused import left a file behind"
-    return "skipped", f"VTK's own reader reports an error, and import refuses it (exit code {step.returncode})"
+        return "failed", f"{reason}, but import wrote a file"
+    if step.returncode >= 0:
+        return "skipped", f"{reason}; import refuses the file (exit code {step.returncode})"
+    return "skipped" if crashes else "failed", f"{reason}; import crashes (signal {-step.returncode})"
 
 
 def compare_with_model(model, exported):
@@ -63,10 +65,8 @@ def round_trip(tavosce, model, folder):
     """The kind of outcome (equal, equal but for what cannot be stored, different, failed, skipped) and a remark."""
     scene, exported = os.path.join(folder, "model.sce"), os.path.join(folder, "exported")
     reader = run(sys.executable, COMPARE, "--describe", model)
-    if reader.returncode < 0:
-        return "skipped", f"VTK's own reader crashes (signal {-reader.returncode})"
     if reader.returncode != 0:
-        return check_refusal(tavosce, model, scene)
+        return check_refusal(tavosce, model, scene, reader)
     if reader.stderr:
         return "skipped", f"VTK's own reader warns: {last_line(reader.stderr)}"
     step = run(tavosce, "import", "-o", scene, model)
