@@ -16,10 +16,13 @@ public:
     const char* what() const noexcept override { return _message.c_str(); }
 
     const std::string& message() const { return _message; }
+
     /// The failed condition as text.
     const std::string& condition() const { return _condition; }
+
     /// The reporting source file, without its suffix.
     const std::string& source() const { return _source; }
+
     int line() const { return _line; }
 
 private:

@@ -41,9 +41,9 @@ public:
     static constexpr int MAX_DEPTH = 256;
 
     Properties();
-    /// Parses a text. Anything but one JSON object of strings, 64-bit integers and such objects (malformed text, floats,
-    /// lists, literals, nesting beyond MAX_DEPTH, text after the object) gives an empty record; nothing is thrown. Every
-    /// JSON escape is accepted; of duplicate keys the last one wins.
+    /// Parses a text. Anything but one JSON object of strings, 64-bit integers and such objects (malformed text,
+    /// floats, lists, literals, nesting beyond MAX_DEPTH, text after the object) gives an empty record; nothing is
+    /// thrown. Every JSON escape is accepted; of duplicate keys the last one wins.
     explicit Properties(const std::string& text);
     Properties(const Properties& other);
     Properties(Properties&& other) noexcept;
@@ -52,9 +52,11 @@ public:
     ~Properties();
 
     void set(const std::string& key, const std::string& value, int mode = KeepExisting);
+    /// A null pointer is the empty string.
     void set(const std::string& key, const char* value, int mode = KeepExisting);
     void set(const std::string& key, int value, int mode = KeepExisting);
-    void set(const std::string& key, std::int64_t value, int mode = KeepExisting);
+    void set(const std::string& key, long value, int mode = KeepExisting);
+    void set(const std::string& key, long long value, int mode = KeepExisting);
     /// Raises InternalError when the result would nest deeper than MAX_DEPTH.
     void set(const std::string& key, Properties value, int mode = KeepExisting);
     void set(const std::string& key, const std::map<std::string, int>& value, int mode = KeepExisting);
@@ -77,6 +79,7 @@ public:
     /// The keys in order.
     std::vector<std::string> names() const;
     std::size_t size() const;
+
     bool empty() const { return size() == 0; }
 
     std::string toString() const;
@@ -84,10 +87,14 @@ public:
 
     /// Same keys with same values, in any order, at every level.
     bool operator==(const Properties& other) const;
+
     bool operator!=(const Properties& other) const { return !(*this == other); }
 
 private:
     struct Content;
+    class Parser;
+    class Renderer;
+
     Content& content();
 
     std::unique_ptr<Content> _content; ///< null while empty

@@ -36,9 +36,9 @@ std::optional<std::vector<std::string>> releaseParts(const std::string& release)
     return digitsBefore ? std::optional(std::move(parts)) : std::nullopt;
 }
 
-bool isGreater(const std::string& left, const std::string& right)
+bool isSmaller(const std::string& left, const std::string& right)
 {
-    return left.size() != right.size() ? left.size() > right.size() : left > right;
+    return left.size() != right.size() ? left.size() < right.size() : left < right;
 }
 
 } // namespace
@@ -51,6 +51,7 @@ const TavoVersion& TavoVersion::getSingleton()
     return version;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the singleton
 bool TavoVersion::compatibleVersion(const std::string& releaseNumber) const
 {
     if (releaseNumber.empty())
@@ -66,6 +67,5 @@ bool TavoVersion::compatibleVersion(const std::string& releaseNumber) const
     const std::size_t count = std::max(theirs->size(), ours->size());
     theirs->resize(count, "0");
     ours->resize(count, "0");
-    return !std::lexicographical_compare(ours->begin(), ours->end(), theirs->begin(), theirs->end(),
-                                         [](const auto& left, const auto& right) { return isGreater(right, left); });
+    return !std::lexicographical_compare(ours->begin(), ours->end(), theirs->begin(), theirs->end(), isSmaller);
 }

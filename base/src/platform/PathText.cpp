@@ -34,6 +34,7 @@ std::string toNarrow(const std::wstring& text)
     narrow.reserve(text.size());
     for (const wchar_t character : text)
     {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wide character has 32 bits here
         const auto codePoint = static_cast<std::uint32_t>(character);
         if (isEscapedByte(codePoint))
         {

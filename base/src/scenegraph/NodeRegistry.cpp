@@ -38,6 +38,11 @@ void NodeRegistry::setPostUpgradeStep(PostUpgradeStep step)
     _postUpgrade = std::move(step);
 }
 
+bool NodeRegistry::isKnown(const std::string& className) const
+{
+    return _factories.count(className) > 0;
+}
+
 std::unique_ptr<Node> NodeRegistry::create(const std::string& objectKey) const
 {
     const auto factory = _factories.find(classNameOf(objectKey));

@@ -13,12 +13,9 @@ constexpr Invariant OBJECT_EXPECTED{"Uninitialized object or unexpected object t
 
 } // namespace
 
-void PtrBase::requireObject(bool valid)
+void PtrBase::raiseUnexpectedObject()
 {
-    if (!valid)
-    {
-        raise(OBJECT_EXPECTED);
-    }
+    raise(OBJECT_EXPECTED);
 }
 
 } // namespace tsg

@@ -24,8 +24,8 @@ public:
     bool operator!=(const PtrBase& other) const { return _object != other._object; }
 
 protected:
-    /// Raises the InternalError "Uninitialized object or unexpected object type" unless `valid`.
-    static void requireObject(bool valid);
+    /// Raises the InternalError "Uninitialized object or unexpected object type".
+    [[noreturn]] static void raiseUnexpectedObject();
 
 private:
     Object* _object = nullptr;
@@ -42,7 +42,10 @@ public:
     T& operator*() const
     {
         T* res = dynamic_cast<T*>(object());
-        requireObject(res != nullptr);
+        if (!res)
+        {
+            raiseUnexpectedObject();
+        }
         return *res;
     }
 

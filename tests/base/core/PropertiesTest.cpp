@@ -27,7 +27,10 @@ TEST(PropertiesTest, rendersOneLineInTheOrderOfSetting)
     record.set("m", std::map<std::string, int>{{"k", 2}});
     record.set("b", "ignored");
     record.set("a", 8, Properties::Overwrite);
-    EXPECT_EQ(record.toString(), R"({"b":"x","a":8,"m":{"k":2}})");
+    record.set("long", 9223372036854775807LL);
+    record.set("null", static_cast<const char*>(nullptr));
+    EXPECT_EQ(record.toString(), R"({"b":"x","a":8,"m":{"k":2},"long":9223372036854775807,"null":""})");
+    EXPECT_EQ(Properties(R"({"a":1,"b":{"x":1},"a":"last"})").toString(), R"({"a":"last","b":{"x":1}})");
     EXPECT_EQ(Properties().toString(), "{}");
 }
 
@@ -54,6 +57,7 @@ TEST(PropertiesTest, textThatIsNoRecordReadsAsEmpty)
     {
         EXPECT_TRUE(Properties(text).empty()) << text;
     }
+    EXPECT_TRUE(Properties(std::string("{\"a\":1}\0", 8)).empty());
     EXPECT_EQ(Properties(R"( { "a" : "\u00e4\/" , "a" : 9223372036854775807 } )").getLong("a"), INT64_MAX);
     EXPECT_EQ(Properties(R"({"a":"\u00e4"})").getString("a"), "\xc3\xa4");
 }
@@ -65,6 +69,46 @@ TEST(PropertiesTest, nestingIsBoundedInBothDirections)
     EXPECT_THROW(Properties().set("p", deepest), InternalError);
     EXPECT_TRUE(Properties(R"({"p":)" + deepest.toString() + "}").empty());
     EXPECT_TRUE(Properties(std::string(1000000, '{')).empty());
+
+    Properties record;
+    record.set("p", nested(Properties::MAX_DEPTH - 1));
+    record.set("p", Properties(), Properties::Overwrite);
+    EXPECT_NO_THROW(Properties().set("p", record)) << "what was replaced counts no more";
+}
+
+TEST(PropertiesTest, damagedTextReadsAsSomeRecordOrAsEmpty)
+{
+    const std::string text = R"({"a\u007b":"x\\\"\n","n":-12,"p":{"m":{"k":9223372036854775807}},"e":{}})";
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        EXPECT_TRUE(Properties(text.substr(0, i)).empty()) << "cut at " << i;
+        for (int byte = 0; byte < 256; ++byte)
+        {
+            std::string damaged = text;
+            damaged[i] = static_cast<char>(byte);
+            const Properties record(damaged);
+            EXPECT_EQ(Properties(record.toString()), record) << damaged;
+        }
+    }
+}
+
+TEST(PropertiesTest, equalityAndCopiesGoByContentNotByOrder)
+{
+    const Properties record(R"({"a":1,"p":{"x":"1","y":2}})");
+    EXPECT_EQ(record, Properties(R"({"p":{"y":2,"x":"1"},"a":1})"));
+    for (const char* other : {R"({"a":1})", R"({"a":1,"p":{"x":"1","y":3}})", R"({"a":"1","p":{"x":"1","y":2}})",
+                              R"({"a":1,"q":{"x":"1","y":2}})", "{}"})
+    {
+        EXPECT_NE(record, Properties(other)) << other;
+        EXPECT_NE(Properties(other), record) << other;
+    }
+    Properties copy = record;
+    copy.set("a", 2, Properties::Overwrite);
+    copy.remove("p");
+    EXPECT_EQ(record.toString(), R"({"a":1,"p":{"x":"1","y":2}})");
+    EXPECT_EQ(copy.toString(), R"({"a":2})");
+    copy.remove("a");
+    EXPECT_EQ(copy, Properties());
 }
 
 TEST(PropertiesTest, accessorsAnswerForMissingKeysAndOtherKinds)

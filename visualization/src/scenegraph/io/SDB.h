@@ -34,8 +34,8 @@ namespace sdb
 TAVO_EXPORT extern const int FILE_FORMAT_VERSION;
 
 /// Kind of a binary data block. Stored in the block's tag and part of its checksum: never to be renumbered. The scene
-/// directory numbers its kinds differently.
-enum SDBTags
+/// directory numbers its kinds differently. A file may hold any number here, hence the fixed type.
+enum SDBTags : int
 {
     PolyData = 0,
     PointData = 1,
@@ -47,7 +47,8 @@ enum SDBTags
     NodeDataE = 7  ///< node data with NodeStream::DataTag 4
 };
 
-/// Orders nodes by the bytes of their object keys; nodes with equal keys count as the same.
+/// Orders nodes by the bytes of their object keys; nodes with equal keys count as the same. Node tags and blocks of a
+/// record are written in this order.
 struct TAVO_EXPORT ByObjectKey
 {
     bool operator()(const tsg::Node* left, const tsg::Node* right) const;
@@ -58,8 +59,8 @@ using NodeSet = std::set<tsg::Node*, ByObjectKey>;
 // --- Property tags ---------------------------------------------------------------------------------------------------
 
 /// Reads the next property tag as properties.
-///   true  - `properties` holds the tag; the stream is just after its "}"
-///   false - no complete tag: end of stream, a line break inside it, or a tag beyond the limit; `properties` is empty
+///   true  - `properties` holds the tag, empty if its text is no record; the stream is just after its "}"
+///   false - no complete tag (see internal::getNextPropertyTag); `properties` is empty
 TAVO_EXPORT bool getNextProperty(std::istream& in, Properties& properties);
 
 /// The unsigned number that the string under `key` denotes in base 16, as strtoull reads it; 0 if it denotes none.
@@ -74,11 +75,15 @@ namespace internal
 
 /// Finds the next property tag, skipping any bytes before its "{".
 ///   true  - `text` holds the tag, braces included; the stream is just after the "}"
-///   false - no complete tag (end of stream, a line break inside it, or more than 64 MiB); `text` is unchanged
+///   false - no complete tag; `text` is unchanged. At the end of the stream, inside a tag or before one, its
+///   end-of-file
+///           and fail bits are set; after a line break inside a tag, or 64 MiB of one, it is good and just after that.
+/// A failing device sets the bad bit.
 TAVO_EXPORT bool getNextPropertyTag(std::istream& in, std::string& text);
 
-/// Goes to the end of what a tag describes, "FilePos" + "Length". Clears only the end-of-file bit; a place that is no
-/// stream position sets the fail bit.
+/// Goes to the end of what a tag describes, "FilePos" + "Length"; missing keys count as 0. Clears only the end-of-file
+/// bit; a sum that is no stream position sets the fail bit. For a block that is shared with an earlier record that end
+/// lies before the tag.
 TAVO_EXPORT void rewindToEndOfTag(std::istream& in, const Properties& tag);
 
 } // namespace internal
@@ -92,8 +97,8 @@ TAVO_EXPORT void rewindToEndOfTag(std::istream& in, const Properties& tag);
 TAVO_EXPORT bool writeCompressed(std::ostream& out, const char* data, std::uint64_t size,
                                  tsg::CompressionMethods method);
 
-/// Reads one block. `data` has to hold `size` bytes and, for a compressed block, as many as the block's own header says,
-/// which decides how many are produced. Reading 0 bytes consumes nothing, not even the method byte.
+/// Reads one block. `data` has to hold `size` bytes and, for a compressed block, as many as the block's own header
+/// says, which decides how many are produced. Reading 0 bytes consumes nothing, not even the method byte.
 ///   true  - `data` holds the bytes; the stream is just after the block
 ///   false - unknown method or short read (both logged), or damaged zlib data; the stream is where reading stopped
 TAVO_EXPORT bool readCompressed(std::istream& in, char* data, std::uint64_t size);
@@ -112,9 +117,9 @@ TAVO_EXPORT bool fileFormatVersion(const Properties& header, int& version);
 /// The release that wrote the file, taken from "ReleaseNumber" or else from "ProductName"; empty if neither tells.
 TAVO_EXPORT std::string tavoFlowReleaseNumber(const Properties& header);
 
-/// Reads the file header tag at the current position and decides whether the file can be read. A refusal is one line on
-/// `messages`. The second form delivers the writing release when the file is of this format and version, whether or not
-/// that release is compatible; otherwise `releaseNumber` is left alone.
+/// Reads the file header tag at the current position and decides whether the file can be read; the stream is left just
+/// after the tag. A refusal is one line on `messages`. The second form delivers the writing release when the file is of
+/// this format and version, whether or not that release is compatible; otherwise `releaseNumber` is left alone.
 TAVO_EXPORT bool checkFormat(std::istream& in, std::ostream& messages);
 TAVO_EXPORT bool checkFormat(std::istream& in, std::ostream& messages, std::string& releaseNumber);
 
@@ -125,24 +130,31 @@ using BlockCallback = std::function<void(unsigned int checksum, const Properties
 using ThumbnailCallback = std::function<void(const Properties& tag)>;
 
 /// Walks the top level of a file from byte 0 and reports, in file order, the blocks of each record before the record
-/// itself, and the thumbnails. Stream state and position are restored on return. Callbacks may throw.
+/// itself, and the thumbnails. On return the stream is good and back at its position. Callbacks may throw; an empty one
+/// raises std::bad_function_call at its first event.
 /// Raises InternalError "Expect to have only Headers here" at a top-level tag that is neither a file header nor has
-/// "DataField"; the state and position of the stream are then as the walk left them. Otherwise it ends quietly at the
-/// first unreadable tag. A record or thumbnail that was never finished is not reported, with one warning in the log.
+/// "DataField"; the stream is then just after that tag. Otherwise it ends quietly at the first unreadable tag.
+/// A record or thumbnail that was never finished is not reported, with one warning in the log.
+/// The blocks of a record are followed from "BinaryData" on, each to the end of its payload, shared payloads included:
+/// behind one of those the blocks of the earlier record are reported, until a tag comes up that is none or was seen.
 TAVO_EXPORT void indexRecords(std::istream& in, RecordCallback record, BlockCallback block,
                               ThumbnailCallback thumbnail);
 
-/// Reads the pixels of a thumbnail into the bitmap, which takes the tag's size. At most the bitmap's bytes are read; what
-/// is missing is zero. The stream position is restored.
+/// Reads the pixels of a thumbnail into the bitmap, which takes the tag's size: 0 x 0 if that is beyond a bitmap's
+/// limits or out of all proportion to the file. At most the bitmap's bytes are read; what is missing is zero. The
+/// stream comes back as it was, except for its end-of-file bit, which is cleared.
 TAVO_EXPORT void getThumbnailData(std::istream& in, const Properties& tag, tsg::Bitmap<3>& bitmap);
 
-/// Adds the node and every node that can be reached from it, each object key once. Raises InternalError for a reference
-/// that is empty or no node.
+/// Adds the node and every node that can be reached from it, depth first; the first node met under a key is the one
+/// that is kept, and what the others refer to is not visited. Raises InternalError for a reference that is empty or no
+/// node. After any exception the set is as it was before.
 TAVO_EXPORT void collectAllNodes(tsg::Node& root, NodeSet& nodes);
 
 // --- Files -----------------------------------------------------------------------------------------------------------
 
-/// Moves a file to a temporary name and has it deleted once nobody reads it any more. False when either failed.
+/// Moves a regular file to a temporary name beside it and has it deleted once nobody reads it any more. False when
+/// there is no such file or it could not be moved, and it is untouched; or when it could not be marked, and it stays
+/// under the temporary name.
 TAVO_EXPORT bool renameToTempAndMarkForDeletion(const std::wstring& path);
 
 /// Opens a file for reading such that others may rename or delete it. Never an empty pointer; not open on failure.

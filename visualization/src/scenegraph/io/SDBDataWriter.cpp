@@ -5,6 +5,7 @@
 #include "scenegraph/io/detail/ArrayRecord.h"
 #include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/ConnectivityList.h"
+#include "scenegraph/io/detail/DatasetBlock.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
 #include <vtkCellArray.h>
@@ -45,9 +46,9 @@ vtkObjectFactoryNewMacro(SDBDataWriter);
 
 SDBDataWriter::SDBDataWriter()
 {
-    this->SetHeader("vtk output");
-    this->SetLookupTableName("lookup_table");
-    this->SetFieldDataName("FieldData");
+    this->SDBDataWriter::SetHeader("vtk output");
+    this->SDBDataWriter::SetLookupTableName(detail::LOOKUP_TABLE_NAME);
+    this->SDBDataWriter::SetFieldDataName(detail::FIELD_DATA_NAME);
 }
 
 SDBDataWriter::~SDBDataWriter()

@@ -39,9 +39,6 @@ constexpr int NO_NARROWING = 0;
 constexpr int BYTES_PER_COLOR = 4;
 constexpr double MAX_BYTE = 255.0;
 
-constexpr const char* DEFAULT_LOOKUP_TABLE_NAME = "lookup_table";
-constexpr const char* DEFAULT_FIELD_DATA_NAME = "FieldData";
-
 bool hasTuples(vtkDataArray* array)
 {
     return array != nullptr && array->GetNumberOfTuples() > 0;
@@ -84,7 +81,7 @@ vtkSmartPointer<vtkDataArray> withNineComponents(vtkDataArray& tensors)
     {
         return &tensors;
     }
-    const auto full = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(tensors.GetDataType()));
+    auto full = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(tensors.GetDataType()));
     full->SetName(tensors.GetName());
     full->SetNumberOfComponents(static_cast<int>(std::size(SOURCES)));
     full->SetNumberOfTuples(tensors.GetNumberOfTuples());
@@ -138,7 +135,7 @@ std::string SDBDataWriter::AttributeName(const AttributeKind& kind, vtkDataArray
 
 std::string SDBDataWriter::LookupTableWord() const
 {
-    return detail::firstNonEmpty({this->LookupTableName, DEFAULT_LOOKUP_TABLE_NAME});
+    return detail::firstNonEmpty({this->LookupTableName, detail::LOOKUP_TABLE_NAME});
 }
 
 int SDBDataWriter::WriteCellData(std::ofstream* fp, vtkDataSet* dataSet)
@@ -331,7 +328,7 @@ int SDBDataWriter::WriteFieldData(std::ofstream* fp, vtkFieldData* fieldData)
         return 1;
     }
     detail::writeText(*fp, std::string(detail::FIELD_WORD) + ' ' +
-                               detail::firstNonEmpty({this->FieldDataName, DEFAULT_FIELD_DATA_NAME}) + ' ' +
+                               detail::firstNonEmpty({this->FieldDataName, detail::FIELD_DATA_NAME}) + ' ' +
                                std::to_string(arrays.size()) + '\n');
     for (vtkDataArray* const array : arrays)
     {

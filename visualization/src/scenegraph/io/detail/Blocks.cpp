@@ -79,7 +79,7 @@ bool writeZlib(std::ostream& out, const char* data, std::uint64_t size)
 {
     Scratch scratch;
     std::uint64_t capacity = std::max(size, SCRATCH_BYTES);
-    const Bytef* const source = reinterpret_cast<const Bytef*>(data);
+    const auto* const source = reinterpret_cast<const Bytef*>(data);
     for (;;)
     {
         char* const compressed = scratch.take(capacity);
@@ -129,6 +129,7 @@ public:
         , _bytes(budget.charge(_charged) ? _scratch.take(size) : nullptr)
     {
     }
+
     ~CompressedBytes()
     {
         if (_bytes != nullptr)
@@ -136,6 +137,7 @@ public:
             _budget.release(_charged);
         }
     }
+
     CompressedBytes(const CompressedBytes&) = delete;
     CompressedBytes& operator=(const CompressedBytes&) = delete;
 
@@ -154,9 +156,13 @@ private:
 bool readZlib(std::istream& in, char* data, std::uint64_t capacity, bool trusted, detail::MemoryBudget& budget)
 {
     char sizes[SIZES_BYTES] = {};
-    in.read(sizes, SIZES_BYTES);
+    const bool complete = static_cast<bool>(in.read(sizes, SIZES_BYTES));
     const std::uint64_t uncompressedSize = littleEndian64(sizes);
     const std::uint64_t compressedSize = littleEndian64(sizes + 8);
+    if (!complete)
+    {
+        return reportFailedRead(compressedSize);
+    }
     CompressedBytes compressed(compressedSize, budget);
     if (compressed.get() == nullptr)
     {
@@ -185,13 +191,14 @@ bool readAnyBlock(std::istream& in, char* data, std::uint64_t size, bool trusted
     {
         return true;
     }
-    const int method = in.get();
-    switch (method)
+    switch (in.get())
     {
     case static_cast<int>(CompressionMethods::None):
         return readRaw(in, data, size);
     case static_cast<int>(CompressionMethods::Zlib):
         return readZlib(in, data, size, trusted, budget);
+    case std::istream::traits_type::eof():
+        return reportFailedRead(size);
     default:
         unknownMethodOnRead.log("sdb::readCompressed: unknown compression method");
         return false;

@@ -77,6 +77,9 @@ constexpr std::string_view LOOKUP_TABLE_WORD = "LOOKUP_TABLE";
 
 /// The table name of scalars without colours of their own.
 constexpr std::string_view DEFAULT_LOOKUP_TABLE = "default";
+/// What a writer calls lookup tables and fields unless told otherwise.
+constexpr const char* LOOKUP_TABLE_NAME = "lookup_table";
+constexpr const char* FIELD_DATA_NAME = "FieldData";
 /// The name of a field array without one.
 constexpr std::string_view UNNAMED_ARRAY = "unknown";
 

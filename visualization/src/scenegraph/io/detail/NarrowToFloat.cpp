@@ -25,8 +25,8 @@ struct Bracket
 /// 4. Shifts count modulo the width of what they shift.
 Bracket bracketOf(int shift)
 {
-    const std::uint32_t count = static_cast<std::uint32_t>(shift);
-    const std::int32_t step = static_cast<std::int32_t>(std::uint32_t{1} << (count % 32));
+    const auto count = static_cast<std::uint32_t>(shift);
+    const auto step = static_cast<std::int32_t>(std::uint32_t{1} << (count % 32));
     return {~std::uint64_t{0} << (count % 64), static_cast<std::uint64_t>(std::int64_t{step})};
 }
 
@@ -67,7 +67,7 @@ vtkDataArray* narrowToFloat(vtkDataArray* values, vtkFloatArray* buffer, int shi
         return buffer;
     }
     const Bracket bracket = bracketOf(shift);
-    const double* const from = static_cast<const double*>(values->GetVoidPointer(0));
+    const auto* const from = static_cast<const double*>(values->GetVoidPointer(0));
     float* const to = buffer->GetPointer(0);
     for (vtkIdType i = 0; i < count; ++i)
     {

@@ -25,7 +25,7 @@ constexpr std::int64_t MAX_STORED = INT32_MAX;
 template <class Memory, class Stored>
 std::string refusalOf(const void* values, std::int64_t count)
 {
-    const Memory* const begin = static_cast<const Memory*>(values);
+    const auto* const begin = static_cast<const Memory*>(values);
     const auto fits = [](Memory value) { return static_cast<Memory>(static_cast<Stored>(value)) == value; };
     const Memory* const bad = std::find_if_not(begin, begin + count, fits);
     if (bad == begin + count)
@@ -38,10 +38,10 @@ std::string refusalOf(const void* values, std::int64_t count)
 template <class Memory, class Stored>
 void packValues(const void* values, char* stored, std::int64_t count)
 {
-    const Memory* const from = static_cast<const Memory*>(values);
+    const auto* const from = static_cast<const Memory*>(values);
     for (std::int64_t i = 0; i < count; ++i)
     {
-        const Stored value = static_cast<Stored>(from[i]);
+        const auto value = static_cast<Stored>(from[i]);
         std::memcpy(stored + i * static_cast<std::int64_t>(sizeof value), &value, sizeof value);
     }
 }
@@ -49,7 +49,7 @@ void packValues(const void* values, char* stored, std::int64_t count)
 template <class Memory, class Stored>
 void widenValues(const char* stored, void* values, std::int64_t count)
 {
-    Memory* const to = static_cast<Memory*>(values);
+    auto* const to = static_cast<Memory*>(values);
     for (std::int64_t i = 0; i < count; ++i)
     {
         Stored value = 0;
@@ -161,7 +161,7 @@ private:
 /// Bytes that an array of `valueCount` values takes in memory. VTK writes the last byte of adopted bits in any case.
 std::uint64_t memorySize(int vtkType, std::int64_t valueCount)
 {
-    const std::uint64_t count = static_cast<std::uint64_t>(valueCount);
+    const auto count = static_cast<std::uint64_t>(valueCount);
     return vtkType == VTK_BIT ? count / 8 + 2
                               : count * static_cast<std::uint64_t>(vtkAbstractArray::GetDataTypeSize(vtkType));
 }
@@ -215,7 +215,7 @@ vtkSmartPointer<vtkDataArray> contiguous(vtkDataArray& array)
     {
         return &array;
     }
-    const auto copy = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(array.GetDataType()));
+    auto copy = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(array.GetDataType()));
     copy->DeepCopy(&array);
     return copy;
 }

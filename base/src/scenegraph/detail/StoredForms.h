@@ -1,0 +1,39 @@
+#pragma once
+
+#include <vtkBitArray.h>
+#include <vtkLookupTable.h>
+#include <vtkSmartPointer.h>
+#include <vtkUnsignedCharArray.h>
+
+#include <array>
+#include <optional>
+#include <string>
+
+/// The forms in which a geometry node stores what streams do not carry as it is, and the ways back.
+namespace tsg::detail
+{
+
+using Range = std::array<double, 2>;
+
+/// An array of the same name and shape with a byte, 0 or 1, for each bit. Answers `previous` if that stands for the
+/// same bits already (it may be null), else a new array.
+vtkSmartPointer<vtkUnsignedCharArray> bytesOfBits(vtkBitArray& bits, vtkUnsignedCharArray* previous);
+/// A new bit array of the same name and shape; bytes other than 0 are set bits.
+vtkSmartPointer<vtkBitArray> bitsOfBytes(vtkUnsignedCharArray& bytes);
+
+/// The colours of a table, four bytes each, as an array of the given name. Answers `previous` if that holds the same
+/// already (it may be null), else a new array; null for a table without colours. A table that was never built is built
+/// first, since its memory holds no colours yet.
+vtkSmartPointer<vtkUnsignedCharArray> coloursOf(vtkLookupTable& table, const std::string& name,
+                                                vtkUnsignedCharArray* previous);
+/// Whether an array can be the colours of a table.
+bool holdsColours(vtkUnsignedCharArray& array);
+/// A new table; the colours have to satisfy `holdsColours`, and the range must not fall.
+vtkSmartPointer<vtkLookupTable> tableOf(vtkUnsignedCharArray& colours, const Range& range);
+
+/// Two numbers with a blank between them, in the fewest digits that read back as the same doubles.
+std::string rangeText(const Range& range);
+/// The range of such a text; none for any other text and for a range that falls.
+std::optional<Range> rangeOfText(const std::string& text);
+
+} // namespace tsg::detail

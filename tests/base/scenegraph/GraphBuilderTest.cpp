@@ -1,0 +1,227 @@
+#include "GraphFixture.h"
+
+#include "core/Error.h"
+#include "scenegraph/Attributes.h"
+#include "scenegraph/ChartCanvasCollection.h"
+#include "scenegraph/OpaqueNode.h"
+#include "scenegraph/SceneNode.h"
+
+#include <vtkFloatArray.h>
+#include <vtkNew.h>
+
+using namespace tsg;
+using Keys = std::map<std::string, std::size_t>;
+
+namespace
+{
+
+using GraphBuilderTest = GraphFixture;
+
+vtkSmartPointer<vtkDataArray> named(const char* name)
+{
+    auto res = vtkSmartPointer<vtkFloatArray>::New();
+    res->SetName(name);
+    res->InsertNextValue(1);
+    return res;
+}
+
+template <class T>
+T& get(const SceneGraph& graph, const std::string& key)
+{
+    return dynamic_cast<T&>(*graph.find(key));
+}
+
+TEST_F(GraphBuilderTest, everyClassKeepsWhatItsGettersGive)
+{
+    SceneGraph graph;
+    auto& scene = graph.create<SceneNode>();
+    scene.setName("ca\xc3\xb1on {1}");
+    graph.create<ChartCanvasCollection>().setName("charts");
+    graph.create<DataArrayAttributes>().setDataArrayName("p");
+    graph.create<RibbonAttributes>().setRibbonOrientation(1);
+    graph.create<SurfaceAttributes>().setSmoothShaded(true);
+    scene.addChild(graph.create<TubeAttributes>());
+    scene.addChild(graph.create<StreamlineDrawable>());
+    scene.addChild(graph.create<LineMarkerAttributes>());
+    scene.addChild(*graph.find("TubeAttributes_1"));
+
+    const SceneGraph loaded = reload(graph);
+    EXPECT_EQ(loaded.root()->getObjectKey(), "SceneNode_1");
+    EXPECT_EQ(get<SceneNode>(loaded, "SceneNode_1").getName(), "ca\xc3\xb1on {1}");
+    EXPECT_EQ(get<ChartCanvasCollection>(loaded, "ChartCanvasCollection_1").getName(), "charts");
+    EXPECT_EQ(get<DataArrayAttributes>(loaded, "DataArrayAttributes_1").getDataArrayName(), "p");
+    EXPECT_EQ(get<RibbonAttributes>(loaded, "RibbonAttributes_1").getRibbonOrientation(), 1);
+    EXPECT_TRUE(get<SurfaceAttributes>(loaded, "SurfaceAttributes_1").getSmoothShaded());
+    std::vector<std::string> order;
+    for (const auto& child : loaded.root()->getChildren())
+    {
+        order.push_back(child->getObjectKey());
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"TubeAttributes_1", "StreamlineDrawable_1", "LineMarkerAttributes_1"}));
+    EXPECT_EQ(reachable(*loaded.root()).size(), 8U);
+    EXPECT_EQ(classVersions(loaded), classVersions(graph));
+    for (const auto& entry : graph.nodes())
+    {
+        EXPECT_EQ(Offered(*entry.second).properties, Offered(*loaded.find(entry.first)).properties) << entry.first;
+    }
+}
+
+TEST_F(GraphBuilderTest, opaqueNodesKeepEverythingAndFindTheirReferences)
+{
+    const std::string properties =
+        R"({"Self":"Gadget_a_1","S":"Gizmo_1","R":{"x":{"Gizmo_2":7,"y":{"z":"Gizmo_3"}}},"Gizmo_4":"none","n":3})";
+    const auto point = named("p"), node = named("q");
+    vtkNew<vtkPolyData> polys;
+    Delivery delivery(registry, {{"Gadget_a", 4}, {"SceneNode", 1}, {"GadgetBase", 9}});
+    delivery.node("SceneNode_1", R"({"Children":{"Gadget_a_1":5,"Lost_1":2}})").node("Gadget_a_1", properties);
+    delivery.node("Gizmo_1").node("Gizmo_2").node("Gizmo_3").node("Gizmo_4").node("plain");
+    EXPECT_TRUE(delivery.writePolys("Gadget_a_1", polys, TimeStamp(5)));
+    EXPECT_TRUE(delivery.writePointData("Gadget_a_1", nullptr, point));
+    EXPECT_TRUE(delivery.writeCellData("Gadget_a_1", nullptr, point));
+    EXPECT_TRUE(delivery.writeBinaryNodeData("Gadget_a_1", node, NodeStream::DataTag4, TimeStamp(6)));
+    EXPECT_TRUE(delivery.writePropNodeData("Gadget_a_1", Properties(R"({"k":1})"), NodeStream::DataTag2));
+
+    SceneGraph graph = delivery.finish();
+    std::string problem;
+    ASSERT_TRUE(graph.chooseRoot("SceneNode_1", problem));
+    graph = reload(graph);
+    const Offered gadget(get<OpaqueNode>(graph, "Gadget_a_1"));
+    EXPECT_EQ(gadget.properties.toString(), properties);
+    EXPECT_EQ(gadget.kinds(), (std::vector<std::string>{"polys", "point:p", "cell:p", "4:q", R"(2{"k":1})"}));
+    EXPECT_EQ(gadget.items[0].object, polys);
+    EXPECT_EQ(vtkDataArray::SafeDownCast(gadget.items[3].object)->GetTuple1(0), 1);
+    EXPECT_EQ(reachable(*graph.root()), (Keys{{"SceneNode_1", 2}, // the child, and the node that nothing refers to
+                                              {"Gadget_a_1", 4},
+                                              {"Gizmo_1", 0},
+                                              {"Gizmo_2", 0},
+                                              {"Gizmo_3", 0},
+                                              {"Gizmo_4", 0},
+                                              {"plain", 0}}));
+    EXPECT_EQ(classVersions(graph), (std::map<std::string, int>{{"Gadget_a", 4}, {"SceneNode", 1}, {"GadgetBase", 9}}));
+
+    auto& scene = *graph.root();
+    EXPECT_EQ(Offered(scene).properties.toString(), R"({"Children":{"Gadget_a_1":5,"Lost_1":2}})");
+    scene.addChild(*graph.find("plain"));
+    EXPECT_EQ(Offered(scene).properties.toString(), R"({"Children":{"Gadget_a_1":5,"Lost_1":2,"plain":6}})");
+}
+
+TEST_F(GraphBuilderTest, sharedAndCircularReferencesLeaveNoNodeUnreachable)
+{
+    Delivery delivery(registry);
+    delivery.node("SceneNode_1", R"({"Children":{"X_1":1,"X_2":0}})");
+    delivery.node("X_1", R"({"to":"X_3"})").node("X_2", R"({"to":"X_3"})").node("X_3", R"({"up":"SceneNode_1"})");
+    delivery.node("A_1", R"({"to":"B_1"})").node("B_1", R"({"to":"A_1"})"); // reachable from nowhere else
+    delivery.node("C_1").node("D_1", R"({"to":"C_1"})");                    // C hangs under D already
+    SceneGraph graph = delivery.finish();
+    std::string problem;
+    ASSERT_TRUE(graph.chooseRoot("", problem)) << problem;
+    EXPECT_EQ(graph.root()->getChildren()[0]->getObjectKey(), "X_2");
+    EXPECT_EQ(
+        reachable(*graph.root()),
+        (Keys{{"SceneNode_1", 4}, {"X_1", 1}, {"X_2", 1}, {"X_3", 1}, {"A_1", 1}, {"B_1", 1}, {"C_1", 0}, {"D_1", 1}}));
+}
+
+TEST_F(GraphBuilderTest, rootIsTheNamedNodeOrTheOneSceneOnTop)
+{
+    struct Case
+    {
+        std::vector<std::pair<std::string, std::string>> nodes;
+        std::string rootKey;
+        std::string result; ///< the root, or the problem
+    };
+
+    const Case cases[] = {
+        {{{"SceneNode_1", "{}"}, {"ChartCanvasCollection_1", "{}"}},
+         "ChartCanvasCollection_1",
+         "ChartCanvasCollection_1"},
+        {{{"SceneNode_1", "{}"}}, "SceneNode_2", "the root node SceneNode_2 is missing"},
+        {{{"SceneNode_1", "{}"}, {"SceneNode_2", R"({"Children":{"SceneNode_1":0}})"}}, "", "SceneNode_2"},
+        {{{"SceneNode_1", R"({"Children":{"SceneNode_1":0}})"}}, "", "SceneNode_1"},
+        {{{"Thing_1", "{}"}}, "", "there is no scene node"},
+        {{{"SceneNode_1", "{}"}, {"SceneNode_2", "{}"}},
+         "",
+         "there are several scene nodes that could be the root: SceneNode_1, SceneNode_2"},
+        {{{"SceneNode_1", R"({"Children":{"SceneNode_2":0}})"}, {"SceneNode_2", R"({"Children":{"SceneNode_1":0}})"}},
+         "",
+         "every scene node belongs to another node"}};
+    for (const Case& test : cases)
+    {
+        Delivery delivery(registry);
+        for (const auto& [key, properties] : test.nodes)
+        {
+            delivery.node(key, properties);
+        }
+        SceneGraph graph = delivery.finish();
+        std::string problem;
+        const bool found = graph.chooseRoot(test.rootKey, problem);
+        EXPECT_EQ(found ? graph.root()->getObjectKey() : problem, test.result);
+        EXPECT_EQ(graph.root() != nullptr, found);
+    }
+}
+
+TEST_F(GraphBuilderTest, knownClassesAreUpgradedAndOthersKeepTheirVersion)
+{
+    const auto step = [](const char* key) { return [key](Properties& properties) { properties.set(key, 1); }; };
+    registry.addUpgradeStep("SceneNode", 0, 1, step("known"));
+    registry.addUpgradeStep("Thing", 2, 3, step("unknown"));
+    int finished = 0;
+    registry.setPostUpgradeStep([&](const ClassVersions& versions) { finished += versions.getClassVersion("Thing"); });
+    Delivery delivery(registry, {{"Thing", 2}});
+    delivery.node("SceneNode_1").node("Thing_1").node("Stray_1");
+    const SceneGraph graph = delivery.finish();
+    EXPECT_EQ(finished, 2);
+    EXPECT_EQ(graph.find("SceneNode_1")->getProperties().toString(), R"({"known":1})");
+    EXPECT_EQ(graph.find("Thing_1")->getProperties().toString(), "{}");
+    EXPECT_EQ(classVersions(graph), (std::map<std::string, int>{{"SceneNode", 1}, {"Thing", 2}}));
+}
+
+TEST_F(GraphBuilderTest, whatFindsNoPlaceIsLeftOver)
+{
+    Delivery delivery(registry);
+    EXPECT_TRUE(delivery.writePointData("Thing_1", nullptr, named("early")));
+    delivery.node("Thing_1", R"({"first":1})");
+    EXPECT_FALSE(delivery.write("Thing_1", Properties(R"({"second":2})")));
+    delivery.writeCellData("Nobody_1", nullptr, named("orphan"));
+    EXPECT_FALSE(delivery.writePolys("Thing_1", nullptr, TimeStamp()));
+    EXPECT_FALSE(delivery.writePointData("Thing_1", nullptr, nullptr));
+    EXPECT_FALSE(delivery.writeCellData("Thing_1", nullptr, nullptr));
+    EXPECT_FALSE(delivery.writeBinaryNodeData("Thing_1", nullptr, NodeStream::DataTag1, TimeStamp()));
+
+    const SceneGraph graph = delivery.take();
+    const Offered thing(*graph.find("Thing_1"));
+    EXPECT_EQ(thing.properties.toString(), R"({"first":1})");
+    EXPECT_EQ(thing.kinds(), std::vector<std::string>{"point:early"});
+    const auto& left = delivery.getLeftovers();
+    ASSERT_EQ(left.nodes.size(), 1U);
+    EXPECT_EQ(left.nodes[0].properties.toString(), R"({"second":2})");
+    ASSERT_EQ(left.data.size(), 1U);
+    EXPECT_EQ(left.data[0].objectKey + left.data[0].data.array->GetName(), "Nobody_1orphan");
+
+    EXPECT_TRUE(delivery.take().nodes().empty());
+    EXPECT_TRUE(delivery.getLeftovers().data.empty());
+    SceneGraph own;
+    own.create<SceneNode>();
+    EXPECT_THROW(own.add(std::make_unique<OpaqueNode>("SceneNode_1")), InternalError);
+    EXPECT_THROW(own.add(nullptr), InternalError);
+    EXPECT_EQ(own.create<SceneNode>().getObjectKey(), "SceneNode_2");
+}
+
+TEST_F(GraphBuilderTest, chainsOfAnyLengthAreBuiltAndDropped)
+{
+    constexpr int LENGTH = 100000;
+    Delivery delivery(registry);
+    delivery.node("SceneNode_1", R"({"Children":{"X_0":0}})");
+    for (int i = 0; i < LENGTH; ++i)
+    {
+        delivery.node("X_" + std::to_string(i), R"({"next":"X_)" + std::to_string(i + 1) + "\"}");
+    }
+    SceneGraph graph = delivery.finish();
+    std::string problem;
+    ASSERT_TRUE(graph.chooseRoot("", problem));
+    EXPECT_EQ(reachable(*graph.root()).size(), LENGTH + 1U);
+    std::unordered_set<Ptr<Node>> references;
+    graph.root()->collectReferences(references);
+    EXPECT_EQ(references.size(), 1U);
+}
+
+} // namespace

@@ -1,0 +1,204 @@
+#pragma once
+
+#include "core/ClassVersions.h"
+#include "core/Properties.h"
+#include "scenegraph/GraphBuilder.h"
+#include "scenegraph/NodeRegistry.h"
+#include "scenegraph/SceneGraph.h"
+#include "scenegraph/StandardNodes.h"
+
+#include <vtkDataArray.h>
+#include <vtkObject.h>
+#include <vtkPolyData.h>
+#include <vtkSmartPointer.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <tuple>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+/// What a node offered: its properties and, in order, "kind:name" with the object and its stamp.
+class Offered : public tsg::NodeStream
+{
+public:
+    struct Item
+    {
+        std::string what;
+        vtkObject* object;
+        vtkMTimeType stamp;
+
+        bool operator==(const Item& other) const { return tie() == other.tie(); }
+
+        std::tuple<std::string, vtkObject*, vtkMTimeType> tie() const { return {what, object, stamp}; }
+    };
+
+    explicit Offered(const tsg::Node& node) { node.serialize(*this); }
+
+    std::vector<std::string> kinds() const
+    {
+        std::vector<std::string> res;
+        for (const Item& item : items)
+        {
+            res.push_back(item.what);
+        }
+        return res;
+    }
+
+    bool write(const std::string&, Properties&& value) override
+    {
+        properties = std::move(value);
+        return true;
+    }
+
+    bool writePolys(const std::string&, vtkPolyData* polys, tsg::TimeStamp) override { return add("polys", polys); }
+
+    bool writePointData(const std::string&, vtkPolyData*, vtkDataArray* array) override { return add("point", array); }
+
+    bool writeCellData(const std::string&, vtkPolyData*, vtkDataArray* array) override { return add("cell", array); }
+
+    bool writeBinaryNodeData(const std::string&, vtkDataArray* array, DataTag tag, tsg::TimeStamp) override
+    {
+        return add(std::to_string(tag), array);
+    }
+
+    bool writePropNodeData(const std::string&, Properties&& record, DataTag tag) override
+    {
+        items.push_back({std::to_string(tag) + record.toString(), nullptr, 0});
+        return true;
+    }
+
+    Properties properties;
+    std::vector<Item> items;
+
+private:
+    bool add(const std::string& kind, vtkObject* object)
+    {
+        auto* array = vtkDataArray::SafeDownCast(object);
+        items.push_back({array ? kind + ":" + array->GetName() : kind, object, object->GetMTime()});
+        return true;
+    }
+};
+
+/// Delivers nodes to a builder as a reader does: upgraded, and marked with the release that wrote the file.
+class Delivery : public tsg::GraphBuilder
+{
+public:
+    explicit Delivery(tsg::NodeRegistry& registry, const std::map<std::string, int>& classVersions = {})
+        : GraphBuilder(registry)
+    {
+        for (const auto& entry : classVersions)
+        {
+            versions.setClassVersion(entry.first, entry.second);
+        }
+    }
+
+    bool write(const std::string& objectKey, Properties&& properties) override
+    {
+        properties.set(tsg::Node::FlowProductReleaseTag, "1.0");
+        getNodeRegistry().upgradeNodeProperties(objectKey, properties, versions);
+        return GraphBuilder::write(objectKey, std::move(properties));
+    }
+
+    bool writePointData(const std::string& objectKey, vtkPolyData*, vtkDataArray* array) override
+    {
+        return GraphBuilder::writePointData(objectKey, nullptr, delivered(array));
+    }
+
+    bool writeCellData(const std::string& objectKey, vtkPolyData*, vtkDataArray* array) override
+    {
+        return GraphBuilder::writeCellData(objectKey, nullptr, delivered(array));
+    }
+
+    bool writeBinaryNodeData(const std::string& objectKey, vtkDataArray* array, DataTag tag,
+                             tsg::TimeStamp stamp) override
+    {
+        return GraphBuilder::writeBinaryNodeData(objectKey, delivered(array), tag, stamp);
+    }
+
+    Delivery& node(const std::string& objectKey, const std::string& properties = "{}")
+    {
+        write(objectKey, Properties(properties));
+        return *this;
+    }
+
+    tsg::SceneGraph finish()
+    {
+        getNodeRegistry().postUpgradeNodeProperties(versions);
+        return take();
+    }
+
+    ClassVersions versions;
+    bool copies = false; ///< whether arrays arrive as new objects without lookup tables, as they do from a file
+
+private:
+    vtkSmartPointer<vtkDataArray> delivered(vtkDataArray* array) const
+    {
+        if (!copies)
+        {
+            return array;
+        }
+        auto res = vtkSmartPointer<vtkDataArray>::Take(array->NewInstance());
+        res->DeepCopy(array);
+        res->SetLookupTable(nullptr);
+        return res;
+    }
+};
+
+class GraphFixture : public testing::Test
+{
+protected:
+    GraphFixture() { tsg::registerStandardNodes(registry); }
+
+    /// The graph saved and loaded again, its root chosen.
+    tsg::SceneGraph reload(const tsg::SceneGraph& graph, const std::string& rootKey = {})
+    {
+        Delivery delivery(registry, classVersions(graph));
+        delivery.copies = true;
+        for (const auto& entry : graph.nodes())
+        {
+            entry.second->serialize(delivery);
+        }
+        tsg::SceneGraph res = delivery.finish();
+        std::string problem;
+        EXPECT_TRUE(res.chooseRoot(rootKey, problem)) << problem;
+        return res;
+    }
+
+    static std::map<std::string, int> classVersions(const tsg::SceneGraph& graph)
+    {
+        ClassVersions res;
+        for (const auto& entry : graph.nodes())
+        {
+            entry.second->addClassVersion(res);
+        }
+        return res.getVersions();
+    }
+
+    /// The keys of all nodes that a writer would find, each with the number of its references.
+    static std::map<std::string, std::size_t> reachable(const tsg::Node& root)
+    {
+        std::map<std::string, std::size_t> res;
+        std::vector<const tsg::Node*> open{&root};
+        while (!open.empty())
+        {
+            const tsg::Node& node = *open.back();
+            open.pop_back();
+            std::unordered_set<tsg::Ptr<tsg::Node>> references;
+            node.collectReferences(references);
+            if (res.emplace(node.getObjectKey(), references.size()).second)
+            {
+                for (const auto& reference : references)
+                {
+                    open.push_back(&*reference);
+                }
+            }
+        }
+        return res;
+    }
+
+    tsg::NodeRegistry registry;
+};

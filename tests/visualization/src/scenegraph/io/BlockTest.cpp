@@ -1,0 +1,148 @@
+#include "scenegraph/io/SDB.h"
+
+#include "scenegraph/io/detail/Blocks.h"
+#include "support/Golden.h"
+#include "support/LogCapture.h"
+
+#include <random>
+#include <sstream>
+#include <string>
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using tsg::CompressionMethods;
+
+std::string written(const std::string& data, CompressionMethods method)
+{
+    std::ostringstream out;
+    EXPECT_TRUE(sdb::writeCompressed(out, data.data(), data.size(), method));
+    return out.str();
+}
+
+std::string noise(std::size_t size)
+{
+    std::minstd_rand random(1);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes)
+    {
+        byte = static_cast<char>(random() >> 8);
+    }
+    return bytes;
+}
+
+TEST(BlockTest, bytesAreThoseOfTheFormatPage)
+{
+    EXPECT_TRUE(test::isGolden("block-none.bin", written("abc", CompressionMethods::None)));
+    EXPECT_TRUE(test::isGolden("block-zlib.bin", written(std::string(40, 'a'), CompressionMethods::Zlib)));
+    const test::LogCapture log;
+    EXPECT_TRUE(test::isGolden("block-empty.bin", written("", CompressionMethods::Zlib)));
+    EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: suspicious request to write an array of zero length"));
+}
+
+TEST(BlockTest, whatIsWrittenIsReadBack)
+{
+    for (const std::size_t size : {0, 10, 65536, 65537, 100000})
+    {
+        for (const CompressionMethods method : {CompressionMethods::None, CompressionMethods::Zlib})
+        {
+            const std::string data = noise(size); // larger once it is compressed
+            std::istringstream in(written(data, method));
+            std::string back(size, '\0');
+            EXPECT_TRUE(sdb::readCompressed(in, back.data(), size));
+            EXPECT_EQ(back, data);
+            EXPECT_EQ(in.tellg(), size == 0 ? 0 : static_cast<std::streamoff>(in.str().size()));
+        }
+    }
+}
+
+TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
+{
+    const test::LogCapture log;
+    std::ostringstream out;
+    EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, static_cast<CompressionMethods>(2)));
+    EXPECT_EQ(out.str(), "\2");
+    EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: unknown compression method"));
+    out.setstate(std::ios::badbit);
+    EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::None));
+    EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::Zlib));
+}
+
+struct DamagedBlock
+{
+    std::string bytes;
+    std::string message;
+    int position; ///< of the stream afterwards
+};
+
+TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
+{
+    const std::string whole = test::golden("block-zlib.bin");
+    std::string corrupt = whole;
+    corrupt[20] ^= 0x55;
+    const std::string failed = "sdb::readCompressed: failed to read ";
+    const std::string unknown = "sdb::readCompressed: unknown compression method";
+    for (const DamagedBlock& damaged :
+         {DamagedBlock{"\2rest", unknown, 1},
+          DamagedBlock{std::string("\0abc", 4), failed + "40 bytes from input stream!", -1},
+          DamagedBlock{"", failed + "40 bytes from input stream!", -1},
+          DamagedBlock{whole.substr(0, 28), failed + "12 bytes from input stream!", -1},
+          DamagedBlock{whole.substr(0, 5), failed + "0 bytes from input stream!", -1}, DamagedBlock{corrupt, "", 29}})
+    {
+        for (const bool isBounded : {false, true})
+        {
+            const test::LogCapture log;
+            std::istringstream in(damaged.bytes);
+            std::string back(40, '\0');
+            sdb::detail::MemoryBudget budget(1 << 20);
+            EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
+                                   : sdb::readCompressed(in, back.data(), 40));
+            EXPECT_EQ(log.entries, damaged.message.empty() ? std::vector<std::string>() : std::vector{damaged.message});
+            EXPECT_EQ(in.tellg(), damaged.position);
+        }
+    }
+}
+
+TEST(BlockTest, theExportedReaderTrustsTheBlocksOwnLength)
+{
+    std::istringstream in(written(std::string(50, 'x'), CompressionMethods::Zlib));
+    std::string back(50, '\0');
+    EXPECT_TRUE(sdb::readCompressed(in, back.data(), 40));
+    EXPECT_EQ(back, std::string(50, 'x'));
+}
+
+TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
+{
+    const test::LogCapture log;
+    sdb::detail::MemoryBudget budget(1 << 20);
+    std::istringstream longer(written(noise(50), CompressionMethods::Zlib) + "next");
+    std::string back(41, '.');
+    EXPECT_TRUE(sdb::detail::readBlock(longer, back.data(), 40, budget));
+    EXPECT_EQ(back, noise(40) + ".");
+    EXPECT_EQ(longer.str().substr(static_cast<std::size_t>(longer.tellg())), "next");
+    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("block of 50 bytes is longer than the expected 40")));
+
+    std::istringstream shorter(written(noise(30), CompressionMethods::Zlib));
+    back.assign(40, '\0');
+    EXPECT_TRUE(sdb::detail::readBlock(shorter, back.data(), 40, budget));
+    EXPECT_EQ(back, noise(30) + std::string(10, '\0'));
+}
+
+TEST(BlockTest, aLyingCompressedLengthTakesNoMoreThanTheBudget)
+{
+    const test::LogCapture log;
+    std::string bytes = test::golden("block-zlib.bin");
+    bytes[14] = '\x7f'; // more than 100 TiB
+    std::istringstream in(bytes);
+    sdb::detail::MemoryBudget budget(1 << 20);
+    std::string back(40, '\0');
+    EXPECT_FALSE(sdb::detail::readBlock(in, back.data(), 40, budget));
+    EXPECT_EQ(budget.left(), 1U << 20);
+    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("failed to read 139637976727564 bytes")));
+}
+
+} // namespace

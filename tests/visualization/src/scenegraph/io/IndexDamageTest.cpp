@@ -1,0 +1,241 @@
+#include "scenegraph/io/SDB.h"
+
+#include "support/ContainerBytes.h"
+#include "support/Golden.h"
+#include "support/IndexEvents.h"
+#include "support/LogCapture.h"
+
+#include <algorithm>
+#include <string>
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using sdb::detail::WalkEnd;
+using sdb::detail::WalkResult;
+using test::ContainerBytes;
+using test::Edit;
+using test::indexEvents;
+using test::IndexEvents;
+using test::position;
+using testing::ElementsAre;
+
+Edit without(const std::string& key)
+{
+    return [=](Properties& tag) { tag.remove(key); };
+}
+
+Edit text(const std::string& key, const std::string& value)
+{
+    return [=](Properties& tag) { tag.set(key, value, Properties::Overwrite); };
+}
+
+/// Payload bytes with something that looks like an item but is not in its place.
+const std::string LOOKALIKE = R"(x{"DataField":"Header","FilePos":"0","Length":"ffff"})"
+                              R"({"DataField":"Thumbnail","FilePos":"0","Length":"ffff"}{"DataField":"Head{")";
+
+class UnfinishedRecordTest : public testing::TestWithParam<Edit>
+{
+};
+
+TEST_P(UnfinishedRecordTest, isLeftOutWithOneWarningAndHidesNothing)
+{
+    const test::LogCapture log;
+    ContainerBytes file;
+    const std::uint64_t begin = file.record("a").size();
+    file.record("unfinished", {{"T", LOOKALIKE}}, GetParam());
+    EXPECT_THAT(indexEvents(file.str()), ElementsAre("record a"));
+    ASSERT_EQ(log.entries.size(), 1U);
+    EXPECT_THAT(log.entries[0], testing::HasSubstr("at byte " + std::to_string(begin) + " was never finished"));
+    EXPECT_EQ(test::walk(file.str()).end, WalkEnd::UnfinishedItem);
+    EXPECT_EQ(test::walk(file.str()).position, begin);
+
+    file.thumbnail(1).record("b", {{"U", ""}});
+    EXPECT_THAT(indexEvents(file.str()), ElementsAre("record a", "thumbnail 1", "block U", "record b"));
+    const WalkResult result = test::walk(file.str());
+    EXPECT_EQ(result.end, WalkEnd::EndOfFile);
+    EXPECT_THAT(result.unfinished, ElementsAre(begin));
+}
+
+INSTANTIATE_TEST_SUITE_P(IndexDamageTest, UnfinishedRecordTest,
+                         testing::Values(position("Length", 0), position("Length", 20), without("Length"),
+                                         text("Length", "-1"), position("Length", UINT64_MAX),
+                                         position("FilePos", INT64_MAX), position("FilePos", 0)));
+
+TEST(IndexDamageTest, aThumbnailThatWasNeverFinishedIsLeftOutToo)
+{
+    const Edit zeros = [](Properties& tag)
+    {
+        position("FilePos", 0)(tag);
+        position("Length", 0)(tag);
+    };
+    const std::string file = ContainerBytes().thumbnail(0, zeros).record("a").str();
+    EXPECT_THAT(indexEvents(file), ElementsAre("record a"));
+    // An empty picture ends with its tag and is whole.
+    EXPECT_THAT(indexEvents(ContainerBytes().thumbnail(3, {}, "").record("a").str()),
+                ElementsAre("thumbnail 3", "record a"));
+}
+
+TEST(IndexDamageTest, aDamagedBlockHidesNoRecord)
+{
+    for (const Edit& edit : {position("FilePos", UINT64_MAX), text("FilePos", std::string(1, '\xff')),
+                             text("DataField", "Binary"), position("Length", INT64_MAX)})
+    {
+        const std::string file = ContainerBytes().record("a", {{"T", "x", {}, edit}, {"U", "y"}}).record("b").str();
+        const IndexEvents events = indexEvents(file);
+        EXPECT_EQ(events.back(), "record b");
+        EXPECT_EQ(std::count(events.begin(), events.end(), "record a"), 1);
+    }
+    std::string broken = ContainerBytes().record("a", {{"T", "x"}}).record("b").str();
+    broken[broken.find("BinaryData\",\"ObjectKey")] = '\n';
+    EXPECT_THAT(indexEvents(broken), ElementsAre("record a", "record b"));
+}
+
+TEST(IndexDamageTest, blocksThatPointInACircleAreReportedOnce)
+{
+    ContainerBytes file;
+    file.record("a", {{"T", "x"}, {"U", "y"}});
+    const std::uint64_t firstBlock = file.str().find(R"({"DataField":"BinaryData")");
+    file.record("b", {{"V", "", std::pair(firstBlock, 0)}, {"lost", "z"}});
+    EXPECT_THAT(indexEvents(file.str()),
+                ElementsAre("block T", "block U", "record a", "block V", "block T", "block U", "record b"));
+    ContainerBytes toItself(file.str());
+    toItself.record("c", {{"W", "", std::pair(file.size(), 0)}}, position("BinaryData", 0));
+    const std::uint64_t self = toItself.str().rfind(R"({"DataField":"BinaryData")");
+    file.record("c", {{"W", "", std::pair(self, 0)}, {"lost", "z"}});
+    EXPECT_THAT(indexEvents(file.str()), ElementsAre("block T", "block U", "record a", "block V", "block T", "block U",
+                                                     "record b", "block W", "record c"));
+}
+
+struct EndCase
+{
+    std::string tail;
+    WalkEnd end;
+    std::uint64_t offset; ///< of the result's position behind the last whole item
+};
+
+TEST(IndexDamageTest, walkTellsWhereTheNextItemMayGo)
+{
+    ContainerBytes whole;
+    whole.record("a");
+    const std::string item = R"({"DataField":"Header","Version":2)";
+    for (const EndCase& c :
+         {EndCase{"", WalkEnd::EndOfFile, 0}, EndCase{"\r\njunk}", WalkEnd::EndOfFile, 7},
+          EndCase{" {", WalkEnd::UnfinishedItem, 1}, EndCase{item, WalkEnd::UnfinishedItem, 0},
+          EndCase{item + LOOKALIKE, WalkEnd::UnfinishedItem, 0}, EndCase{"{payload", WalkEnd::Damage, 0},
+          EndCase{item + "\n", WalkEnd::Damage, 0}, EndCase{R"({"DataField":"Node"}{})", WalkEnd::StrayTag, 20}})
+    {
+        const WalkResult result = test::walk(whole.str() + c.tail);
+        EXPECT_EQ(result.end, c.end) << c.tail;
+        EXPECT_EQ(result.position, whole.size() + c.offset) << c.tail;
+        EXPECT_EQ(result.lastItemEnd, whole.size()) << c.tail;
+    }
+    const std::string behindCut = ContainerBytes(whole.str()).raw(item).record("b").str();
+    EXPECT_EQ(test::walk(behindCut).end, WalkEnd::Damage);
+    const std::uint64_t begin = whole.size();
+    const WalkResult beyond = test::walk(whole.record("b", {{"T", "xyz"}}).str().substr(0, whole.size() - 1));
+    EXPECT_EQ(beyond.end, WalkEnd::BeyondFile);
+    EXPECT_EQ(beyond.position, begin);
+    EXPECT_EQ(beyond.lastItemEnd, whole.size());
+}
+
+/// Adds a record as a writer may: refused, or the file is readable afterwards and what it held before is still there.
+void expectRefusedOrReadable(const std::string& bytes)
+{
+    const WalkResult result = test::walk(bytes);
+    if (result.end != WalkEnd::EndOfFile && result.end != WalkEnd::UnfinishedItem)
+    {
+        return;
+    }
+    IndexEvents expected = indexEvents(bytes);
+    expected.insert(expected.end(), {"block N", "record next"});
+    EXPECT_EQ(indexEvents(ContainerBytes(bytes.substr(0, result.position)).record("next", {{"N", "new"}}).str()),
+              expected);
+}
+
+std::string smallFile()
+{
+    ContainerBytes file;
+    file.record("a", {{"T", "abc\n"}});
+    const auto shared = file.lastPayload;
+    return file.thumbnail(0, {}, "}{abcdefghij").record("b", {{"T", "", shared}, {"U", "x{y"}}).str();
+}
+
+TEST(IndexDamageTest, everyPrefixYieldsWhatStandsBeforeTheCutAndCanBeAppendedTo)
+{
+    const test::LogCapture log;
+    const std::string file = smallFile();
+    const IndexEvents all = indexEvents(file);
+    for (std::size_t n = 0; n <= file.size(); ++n)
+    {
+        const std::string prefix = file.substr(0, n);
+        const IndexEvents events = indexEvents(prefix);
+        ASSERT_LE(events.size(), all.size()) << "cut at " << n;
+        if (!events.empty())
+        {
+            // The last record may have lost blocks at its end, but not itself.
+            EXPECT_THAT(all, testing::Contains(events.back())) << "cut at " << n;
+        }
+        expectRefusedOrReadable(prefix);
+    }
+}
+
+TEST(IndexDamageTest, everyDamagedByteEndsAndIsRefusedOrLeavesAReadableFile)
+{
+    const test::LogCapture log;
+    const std::string file = smallFile();
+    for (std::size_t n = 0; n < file.size(); ++n)
+    {
+        for (const char byte : {'0', '9', 'f', '{', '}', '"', '\n', '\xff'})
+        {
+            std::string damaged = file;
+            damaged[n] = byte;
+            SCOPED_TRACE("byte " + std::to_string(n) + " set to " + byte);
+            expectRefusedOrReadable(damaged);
+        }
+    }
+}
+
+TEST(IndexDamageTest, aHeaderTornWhileItIsCompletedIsThereAsAWholeOrNotAtAll)
+{
+    const test::LogCapture log;
+    const std::string start = ContainerBytes().record("a").str();
+    const std::string pending =
+        ContainerBytes(start).record("b", {{"T", std::string(300, 'x')}}, position("BinaryData", 0)).str();
+    const std::string final = ContainerBytes(start).record("b", {{"T", std::string(300, 'x')}}).str();
+    const std::size_t length = final.find("\"Length\":\"", start.size()) + 10;
+    for (std::size_t n = start.size(); n <= final.find('}', start.size()) + 1; ++n)
+    {
+        std::string torn = pending;
+        torn.replace(length, 16, 16, '0');
+        torn.replace(start.size(), n - start.size(), final, start.size(), n - start.size());
+        const IndexEvents events = indexEvents(torn);
+        EXPECT_EQ(std::count(events.begin(), events.end(), "record b"), n >= length + 16 ? 1 : 0) << "torn at " << n;
+        expectRefusedOrReadable(torn);
+    }
+}
+
+TEST(IndexDamageTest, aTornThumbnailIsThereAsAWholeOrNotAtAll)
+{
+    const test::LogCapture log;
+    const std::string start = ContainerBytes().record("a").str();
+    const std::string final = ContainerBytes(start).thumbnail(7).str();
+    const std::size_t filePos = final.find("\"FilePos\":\"", start.size()) + 11;
+    const std::size_t length = final.find("\"Length\":\"", start.size()) + 10;
+    for (std::size_t n = start.size(); n <= length + 16; ++n)
+    {
+        std::string torn = final;
+        for (const std::size_t digits : {filePos, length})
+        {
+            const std::size_t written = std::clamp(n, digits, digits + 16) - digits;
+            torn.replace(digits + written, 16 - written, 16 - written, '0');
+        }
+        const bool isWhole = torn == final;
+        EXPECT_EQ(indexEvents(torn).size(), isWhole ? 2 : 1) << "torn at " << n;
+        expectRefusedOrReadable(torn);
+    }
+}
+
+} // namespace

@@ -1,0 +1,62 @@
+#include "scenegraph/io/detail/PendingTag.h"
+
+#include "core/Error.h"
+#include "scenegraph/io/detail/Limits.h"
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using sdb::detail::PendingTag;
+
+Properties arrayTag()
+{
+    Properties tag;
+    tag.set("FilePos", "later");
+    tag.set("Length", "later");
+    tag.set("Name", "{T}");
+    return tag;
+}
+
+TEST(PendingTagTest, positionsAreFilledInWhereZerosWere)
+{
+    std::ostringstream out;
+    out << "before";
+    PendingTag tag(out, arrayTag());
+    const std::string zeros = R"({"FilePos":"0000000000000000","Length":"0000000000000000","Name":"\u007bT\u007d"})";
+    EXPECT_EQ(out.str(), "before" + zeros);
+    out << "payload";
+    const Properties& committed = tag.commit();
+    out << "after";
+    const std::string final = R"({"FilePos":"0000000000000057","Length":"0000000000000007","Name":"\u007bT\u007d"})";
+    EXPECT_EQ(out.str(), "before" + final + "payloadafter");
+    EXPECT_EQ(committed.toString(), final);
+    EXPECT_EQ(tag.properties(), committed);
+}
+
+TEST(PendingTagTest, aFailedStreamKeepsTheZeros)
+{
+    std::ostringstream out;
+    PendingTag tag(out, arrayTag());
+    const std::string zeros = out.str();
+    out.setstate(std::ios::badbit);
+    EXPECT_EQ(tag.commit().getString("Length"), "0000000000000000");
+    EXPECT_EQ(out.str(), zeros);
+}
+
+TEST(PendingTagTest, nothingIsWrittenThatCouldNotBeReadOrWouldOverwriteWhatFollows)
+{
+    std::ostringstream out;
+    out << "{}next";
+    Properties longTag;
+    longTag.set("Title", std::string(sdb::detail::MAX_TAG_BYTES, 't'));
+    EXPECT_THROW(PendingTag(out, longTag), InternalError);
+    EXPECT_THROW(sdb::detail::rewriteTag(out, 0, 2, arrayTag()), InternalError);
+    EXPECT_EQ(out.str(), "{}next");
+}
+
+} // namespace

@@ -1,0 +1,130 @@
+#include "scenegraph/io/detail/ItemSearch.h"
+
+#include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/Limits.h"
+#include "scenegraph/io/detail/Positions.h"
+
+#include <algorithm>
+#include <array>
+#include <istream>
+#include <new>
+#include <streambuf>
+
+namespace sdb::detail
+{
+
+namespace
+{
+
+/// What a rendered tag begins with that has `value` as its first entry, "DataField".
+std::string beginning(const char* value)
+{
+    Properties tag;
+    tag.set(key::DATA_FIELD, value);
+    const std::string text = tag.toString();
+    return text.substr(0, text.size() - 1);
+}
+
+bool isInItsPlace(const std::string& text, std::uint64_t begin)
+{
+    const Properties tag(text);
+    const std::uint64_t tagEnd = begin + text.size();
+    const std::optional<std::uint64_t> end = extentEnd(tag);
+    if (!end.has_value() || *end < tagEnd)
+    {
+        return false;
+    }
+    const std::string& dataField = tag.getString(key::DATA_FIELD);
+    const std::uint64_t filePos = hexFromProp(tag, key::FILE_POS);
+    return (dataField == field::HEADER && filePos == begin) || (dataField == field::THUMBNAIL && filePos == tagEnd);
+}
+
+/// Collects the texts that may be the tag of an item. Such a tag nests no other, so that the next brace ends it or
+/// begins another one, and no byte is looked at twice.
+class Candidate
+{
+public:
+    /// Takes the next byte; true when `text` is complete.
+    bool take(char byte)
+    {
+        if (byte == '{')
+        {
+            _text = byte;
+            return false;
+        }
+        if (_text.empty())
+        {
+            return false;
+        }
+        _text += byte;
+        if (byte == '\n' || byte == '\r' || _text.size() > MAX_TAG_BYTES || !beginsAsItem(_text))
+        {
+            _text.clear();
+        }
+        return byte == '}' && !_text.empty();
+    }
+
+    const std::string& text() const { return _text; }
+
+    void drop() { _text.clear(); }
+
+private:
+    std::string _text;
+};
+
+std::optional<std::uint64_t> findInBuffer(std::streambuf& buffer, std::uint64_t position)
+{
+    Candidate candidate;
+    for (int next = buffer.sbumpc(); next != std::istream::traits_type::eof(); next = buffer.sbumpc())
+    {
+        ++position;
+        if (candidate.take(static_cast<char>(next)))
+        {
+            const std::uint64_t begin = position - candidate.text().size();
+            if (isInItsPlace(candidate.text(), begin))
+            {
+                return begin;
+            }
+            candidate.drop();
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool beginsAsItem(const std::string& text)
+{
+    static const std::array<std::string, 2> BEGINNINGS{beginning(field::HEADER), beginning(field::THUMBNAIL)};
+    return std::any_of(BEGINNINGS.begin(), BEGINNINGS.end(),
+                       [&](const std::string& begin)
+                       {
+                           const std::size_t common = std::min(begin.size(), text.size());
+                           return text.compare(0, common, begin, 0, common) == 0;
+                       });
+}
+
+std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from)
+{
+    in.clear();
+    seekTo(in, from);
+    if (in.fail())
+    {
+        return std::nullopt;
+    }
+    try
+    {
+        return findInBuffer(*in.rdbuf(), from);
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        in.setstate(std::ios::badbit);
+        return std::nullopt;
+    }
+}
+
+} // namespace sdb::detail

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "core/Properties.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+namespace sdb::detail
+{
+
+/// The text of a tag as it is written. Raises InternalError if it is longer than a reader accepts.
+std::string tagText(const Properties& tag);
+
+/// Writes a tag over one at `position` that has `length` bytes, in one piece, and leaves the stream behind it. Raises
+/// InternalError, and writes nothing, if the new text has another length.
+void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length, const Properties& tag);
+
+/// A tag written with zero positions and rewritten in place once the payload behind it is known. If it is not
+/// committed, the zeros stay in the file: such an item was never finished.
+class PendingTag
+{
+public:
+    /// Sets "FilePos" and "Length" of the tag to zero, in their old places if it has them, and writes it at the current
+    /// position of the stream, which stays with the caller and outlives this object. Raises InternalError for a tag
+    /// that is too long, before the first byte.
+    PendingTag(std::ostream& out, Properties tag);
+
+    /// Takes everything written since as the payload, rewrites the tag and returns the stream to the payload's end. The
+    /// tag as it now stands in the file; on a stream in fail or bad state nothing is written and the zeros stay.
+    const Properties& commit();
+
+    const Properties& properties() const { return _tag; }
+
+private:
+    std::ostream& _out;
+    Properties _tag;
+    std::uint64_t _tagPos;     ///< first byte of the tag
+    std::uint64_t _length;     ///< of its text
+    std::uint64_t _payloadPos; ///< first byte after it
+};
+
+} // namespace sdb::detail
