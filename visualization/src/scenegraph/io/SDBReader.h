@@ -56,6 +56,7 @@ public:
     bool loadRecord(int index, NodeStream& stream) override;
 
     const std::vector<Properties>& getRecords() override { return _records; }
+
     const std::vector<Properties>& getThumbnails() override { return _thumbnails; }
 
     /// Reads a thumbnail's pixels. Raises InternalError before the first `open` that reached a file; what cannot be
@@ -77,10 +78,10 @@ private:
     bool processBinaryData(const Properties& tag, NodeStream& stream, sdb::detail::Load& load);
     void notifyLoadRecordProgress(const std::string& message, int percent);
 
-    bool loadDataArrayFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
-                                      sdb::detail::Load& load);
-    bool loadPolyDataFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
-                                     sdb::detail::Load& load);
+    static bool loadDataArrayFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
+                                             sdb::detail::Load& load);
+    static bool loadPolyDataFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
+                                            sdb::detail::Load& load);
 
     std::unique_ptr<std::ifstream> _fileStream; ///< null until an `open` reached a file
     ClassVersions _classVersions;               ///< of all loads of this reader

@@ -94,10 +94,7 @@ public:
     std::uint64_t length() const { return _length; }
 
     /// How many of the payload's bytes the file has.
-    std::uint64_t available() const
-    {
-        return _begin < _fileSize ? std::min(_length, _fileSize - _begin) : 0;
-    }
+    std::uint64_t available() const { return _begin < _fileSize ? std::min(_length, _fileSize - _begin) : 0; }
 
     void seekToBegin() { sdb::detail::seekTo(_in, _begin); }
 
@@ -117,10 +114,7 @@ public:
     }
 
 private:
-    static std::uint64_t positionOf(std::istream& in)
-    {
-        return static_cast<std::uint64_t>(std::streamoff(in.tellg()));
-    }
+    static std::uint64_t positionOf(std::istream& in) { return static_cast<std::uint64_t>(std::streamoff(in.tellg())); }
 
     std::ifstream& _in; ///< borrowed
     std::uint64_t _begin;
@@ -140,6 +134,7 @@ public:
         , _granted(budget.charge(bytes))
     {
     }
+
     ~Charge()
     {
         if (_granted)
@@ -147,6 +142,7 @@ public:
             _budget.release(_bytes);
         }
     }
+
     Charge(const Charge&) = delete;
     Charge& operator=(const Charge&) = delete;
 
@@ -209,8 +205,7 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     }
     if (in.bad() || !charge.granted())
     {
-        std::cerr << "SDBReader: Failed to read " << std::to_string(payload.length())
-                  << " bytes from input stream!\n";
+        std::cerr << "SDBReader: Failed to read " << std::to_string(payload.length()) << " bytes from input stream!\n";
         return false;
     }
     payload.seekBehind();

@@ -85,8 +85,8 @@ void addArrayNames(const Node& node, std::set<std::string>& names)
 } // namespace
 
 /// One addition to the file, from its first byte to the check that all of it was taken. What is left before that, by an
-/// exception or a failed write, is undone: the writer forgets the payloads of the addition, and its bytes are no part of
-/// the file any more.
+/// exception or a failed write, is undone: the writer forgets the payloads of the addition, and its bytes are no part
+/// of the file any more.
 class SDBWriter::Addition
 {
 public:
@@ -286,8 +286,7 @@ void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
     tag.set(key::WIDTH, bitmap.getWidth());
     tag.set(key::HEIGHT, bitmap.getHeight());
     sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
-    _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()),
-                       static_cast<std::streamsize>(bitmap.getSize()));
+    _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()), static_cast<std::streamsize>(bitmap.getSize()));
     pending.commit();
 }
 

@@ -36,6 +36,7 @@ class VtkQuiet
 {
 public:
     VtkQuiet() { vtkObject::GlobalWarningDisplayOff(); }
+
     ~VtkQuiet() { vtkObject::GlobalWarningDisplayOn(); }
 };
 
@@ -251,6 +252,7 @@ TEST_F(SDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
         const char* to;
         const char* message;
     };
+
     const char* const noArray = "Can't load data array from input stream\n";
     const char* const noPolys = "Can't load polydata from input stream\n";
     const Damage damages[] = {

@@ -134,8 +134,8 @@ TEST_F(SDBWriterTest, unchangedDataOfASessionIsStoredOnce)
         test::RecordingStream stream;
         records();
         ASSERT_TRUE(reader.loadRecord(record, stream));
-        EXPECT_EQ(stream.calls, (std::vector<std::string>{"node SceneNode_1", "polys SceneNode_1",
-                                                          "point SceneNode_1/T"}));
+        EXPECT_EQ(stream.calls,
+                  (std::vector<std::string>{"node SceneNode_1", "polys SceneNode_1", "point SceneNode_1/T"}));
         EXPECT_EQ(stream.arrays.begin()->second->GetComponent(2, 0), 3);
         EXPECT_EQ(stream.polys.begin()->second->GetNumberOfCells(), 1);
     }
@@ -237,9 +237,10 @@ TEST_F(SDBWriterTest, geometryCarriesTheArraysThatItsNodesShow)
 
 TEST_F(SDBWriterTest, everyKindOfArrayComesBackWithItsType)
 {
-    const int types[] = {VTK_CHAR,  VTK_UNSIGNED_CHAR, VTK_SHORT,  VTK_UNSIGNED_SHORT, VTK_INT,       VTK_UNSIGNED_INT,
-                         VTK_LONG,  VTK_UNSIGNED_LONG, VTK_FLOAT,  VTK_DOUBLE,         VTK_ID_TYPE,   VTK_SIGNED_CHAR,
-                         VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
+    const int types[] = {
+        VTK_CHAR,      VTK_UNSIGNED_CHAR,     VTK_SHORT, VTK_UNSIGNED_SHORT, VTK_INT,     VTK_UNSIGNED_INT,
+        VTK_LONG,      VTK_UNSIGNED_LONG,     VTK_FLOAT, VTK_DOUBLE,         VTK_ID_TYPE, VTK_SIGNED_CHAR,
+        VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
     Scene scene;
     for (const int type : types)
     {
@@ -309,7 +310,8 @@ TEST_F(SDBWriterTest, brokenInvariantsTellMessageConditionSourceAndLine)
         }
         catch (const NonRecoverableError& error)
         {
-            return error.message() + "|" + error.condition() + "|" + error.source() + "|" + std::to_string(error.line());
+            return error.message() + "|" + error.condition() + "|" + error.source() + "|" +
+                   std::to_string(error.line());
         }
         return std::string();
     };
@@ -321,8 +323,7 @@ TEST_F(SDBWriterTest, brokenInvariantsTellMessageConditionSourceAndLine)
     vtkNew<vtkFloatArray> unnamed;
     const std::pair<vtkDataArray*, const char*> arrays[] = {
         {nullptr, "Can't be null if exporting binary data|data|visualization/src/scenegraph/io/SDBWriter|571"},
-        {unnamed,
-         "The array's name must be specified|data->GetName()|visualization/src/scenegraph/io/SDBWriter|572"}};
+        {unnamed, "The array's name must be specified|data->GetName()|visualization/src/scenegraph/io/SDBWriter|572"}};
     for (const auto& [array, expected] : arrays)
     {
         Scene scene;

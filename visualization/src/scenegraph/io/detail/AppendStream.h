@@ -10,8 +10,8 @@ namespace sdb::detail
 
 /// The open file of a writer: an output stream that knows where the next item (a record or a thumbnail) starts.
 ///
-/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that opening
-/// a file changes nothing.
+/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that
+/// opening a file changes nothing.
 class AppendStream : public OS::UpdateStream
 {
 public:

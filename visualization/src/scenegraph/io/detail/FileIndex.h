@@ -18,6 +18,7 @@ class FileIndex
 public:
     /// Adds a record header behind the others.
     void registerRecord(const Properties& header);
+
     const std::vector<Properties>& records() const { return _records; }
 
     /// The frame number of the next record with this session and title. A counter that begins with 0 goes up by one for
@@ -32,6 +33,7 @@ public:
 
     /// Makes the payloads registered since the last call of either function final, or takes them back.
     void keepBinaries() { _replaced.clear(); }
+
     void undoBinaries();
 
     void clear() { *this = FileIndex(); }
