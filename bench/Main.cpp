@@ -20,9 +20,11 @@ int main(int argc, char** argv)
 {
     std::vector<std::string> arguments(argv, argv + argc);
     // In front of the caller's own, which win.
-    arguments.insert(arguments.begin() + 1, {"--benchmark_repetitions=15", "--benchmark_enable_random_interleaving=true",
-                                             "--benchmark_report_aggregates_only=true"});
+    arguments.insert(arguments.begin() + 1,
+                     {"--benchmark_repetitions=15", "--benchmark_enable_random_interleaving=true",
+                      "--benchmark_report_aggregates_only=true"});
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
     {
         pointers.push_back(argument.data());
@@ -34,12 +36,11 @@ int main(int argc, char** argv)
     {
         return 2;
     }
-    bench::RatioReporter reporter({{"write_polydata", 1.10},
-                                   {"read_polydata", 1.35},
-                                   {"write_arrays", 1.15},
-                                   {"read_arrays", 1.20}});
-    // Large buffers that are freed go back to the system, and getting them again costs a page fault for each page, which
-    // would charge whoever holds more of them at once. Keeping memory makes both sides work in pages they already have.
+    bench::RatioReporter reporter(
+        {{"write_polydata", 1.10}, {"read_polydata", 1.35}, {"write_arrays", 1.15}, {"read_arrays", 1.20}});
+    // Large buffers that are freed go back to the system, and getting them again costs a page fault for each page,
+    // which would charge whoever holds more of them at once. Keeping memory makes both sides work in pages they already
+    // have.
     mallopt(M_MMAP_THRESHOLD, LARGEST_HEAP_BLOCK);
     mallopt(M_TRIM_THRESHOLD, KEPT_MEMORY);
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -34,11 +34,14 @@ public:
         : _path((std::filesystem::temp_directory_path() / (std::to_string(getpid()) + name)).string())
     {
     }
+
     ~ScratchFile() { std::filesystem::remove(_path); }
+
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
 
     const std::string& path() const { return _path; }
+
     std::wstring wide() const { return {_path.begin(), _path.end()}; }
 
 private:
@@ -47,8 +50,9 @@ private:
 
 struct FileCloser
 {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* file) const { (void)std::fclose(file); }
 };
+
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
 void require(bool condition)
@@ -84,10 +88,9 @@ const Payload& standAloneArrays()
     static const std::unique_ptr<Payload> payload = []
     {
         auto made = std::make_unique<Payload>();
-        for (const auto& array :
-             {bench::smoothArray("pressure", VTK_FLOAT, 1, ARRAY_TUPLES),
-              bench::smoothArray("velocity", VTK_DOUBLE, 3, ARRAY_TUPLES),
-              bench::smoothArray("cell", VTK_ID_TYPE, 1, ARRAY_TUPLES)})
+        for (const auto& array : {bench::smoothArray("pressure", VTK_FLOAT, 1, ARRAY_TUPLES),
+                                  bench::smoothArray("velocity", VTK_DOUBLE, 3, ARRAY_TUPLES),
+                                  bench::smoothArray("cell", VTK_ID_TYPE, 1, ARRAY_TUPLES)})
         {
             made->arrays.push_back(bench::storedArray(*array));
             made->root.addData(tsg::NodeData::ofPoints(array));
@@ -136,10 +139,15 @@ class Sink : public tsg::NodeStream
 {
 public:
     bool write(const std::string&, Properties&&) override { return true; }
+
     bool writePolys(const std::string&, vtkPolyData*, tsg::TimeStamp) override { return count(); }
+
     bool writePointData(const std::string&, vtkPolyData*, vtkDataArray*) override { return count(); }
+
     bool writeCellData(const std::string&, vtkPolyData*, vtkDataArray*) override { return count(); }
+
     bool writeBinaryNodeData(const std::string&, vtkDataArray*, DataTag, tsg::TimeStamp) override { return count(); }
+
     bool writePropNodeData(const std::string&, Properties&&, DataTag) override { return true; }
 
     int datasets() const { return _datasets; }
@@ -159,7 +167,7 @@ using MakePayload = const Payload& (*)();
 void writeOurs(benchmark::State& state, MakePayload payload)
 {
     const ScratchFile file("_ours.sce");
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         writeRecord(payload(), file.wide());
     }
@@ -168,7 +176,7 @@ void writeOurs(benchmark::State& state, MakePayload payload)
 void writeReference(benchmark::State& state, MakePayload payload)
 {
     const ScratchFile file("_reference.z");
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         std::filesystem::remove(file.path()); // as a new record goes to a new file
         writeCompressed(payload(), file.path());
@@ -179,7 +187,7 @@ void readOurs(benchmark::State& state, MakePayload payload)
 {
     const ScratchFile file("_ours.sce");
     writeRecord(payload(), file.wide());
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         tsg::SDBReader reader;
         require(reader.open(file.wide()) == tsg::io::FileIoStatus::Success);
@@ -194,7 +202,7 @@ void readReference(benchmark::State& state, MakePayload payload)
     writeCompressed(payload(), scratch.path());
     std::vector<std::size_t> sizes;
     compressArrays(payload(), sizes);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         std::vector<char> bytes(std::filesystem::file_size(scratch.path()));
         const File file(std::fopen(scratch.path().c_str(), "rb"));
@@ -204,21 +212,45 @@ void readReference(benchmark::State& state, MakePayload payload)
         {
             uLongf length = payload().arrays[i].size();
             std::vector<char> array(length);
-            require(uncompress(reinterpret_cast<Bytef*>(array.data()), &length,
-                               reinterpret_cast<const Bytef*>(source), sizes[i]) == Z_OK);
+            require(uncompress(reinterpret_cast<Bytef*>(array.data()), &length, reinterpret_cast<const Bytef*>(source),
+                               sizes[i]) == Z_OK);
             benchmark::DoNotOptimize(array.data());
             source += sizes[i];
         }
     }
 }
 
-BENCHMARK_CAPTURE(writeOurs, surface, &surface)->Name("write_polydata/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(writeReference, surface, &surface)->Name("write_polydata/reference")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(readOurs, surface, &surface)->Name("read_polydata/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(readReference, surface, &surface)->Name("read_polydata/reference")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(writeOurs, arrays, &standAloneArrays)->Name("write_arrays/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(writeReference, arrays, &standAloneArrays)->Name("write_arrays/reference")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(readOurs, arrays, &standAloneArrays)->Name("read_arrays/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(readReference, arrays, &standAloneArrays)->Name("read_arrays/reference")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(writeOurs, surface, &surface)
+    ->Name("write_polydata/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(writeReference, surface, &surface)
+    ->Name("write_polydata/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readOurs, surface, &surface)
+    ->Name("read_polydata/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readReference, surface, &surface)
+    ->Name("read_polydata/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(writeOurs, arrays, &standAloneArrays)
+    ->Name("write_arrays/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(writeReference, arrays, &standAloneArrays)
+    ->Name("write_arrays/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readOurs, arrays, &standAloneArrays)
+    ->Name("read_arrays/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(readReference, arrays, &standAloneArrays)
+    ->Name("read_arrays/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace

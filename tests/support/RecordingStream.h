@@ -43,12 +43,14 @@ public:
     }
 
     using NodeStream::writeBinaryNodeData;
+
     bool writeBinaryNodeData(const std::string& key, vtkDataArray* array, DataTag tag, tsg::TimeStamp) override
     {
         return keep("node" + std::to_string(tag), key, array);
     }
 
     bool writePropNodeData(const std::string& key, Properties&&, DataTag) override { return log("record " + key); }
+
     tsg::NodeRegistry& getNodeRegistry() override { return registry; }
 
     std::vector<std::string> calls;

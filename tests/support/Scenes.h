@@ -82,6 +82,7 @@ public:
         addData(tsg::NodeData::ofPolys(polys, tsg::TimeStamp(polys->GetMTime())));
         return *this;
     }
+
     Scene& with(vtkDataArray* array)
     {
         addData(tsg::NodeData::ofPoints(array));
@@ -101,7 +102,8 @@ public:
 };
 
 /// Adds a record and answers with its index.
-inline int add(tsg::SDBWriter& writer, tsg::Node& root, const std::string& session = "s", const std::string& title = "t")
+inline int add(tsg::SDBWriter& writer, tsg::Node& root, const std::string& session = "s",
+               const std::string& title = "t")
 {
     int index = -2;
     writer.addRecord(title, "d", session, root, index);

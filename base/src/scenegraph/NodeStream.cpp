@@ -23,9 +23,7 @@ NodeRegistry& NodeStream::getNodeRegistry()
     return registry;
 }
 
-void NodeStream::notify(const Properties&)
-{
-}
+void NodeStream::notify(const Properties&) {}
 
 bool NodeStream::writeBinaryNodeData(const std::string& objectKey, vtkDataArray* array, DataTag tag)
 {

@@ -13,6 +13,7 @@ class TAVO_EXPORT PtrBase
 {
 public:
     PtrBase() = default;
+
     explicit PtrBase(Object* object)
         : _object(object)
     {
@@ -21,6 +22,7 @@ public:
     Object* object() const { return _object; }
 
     bool operator==(const PtrBase& other) const { return _object == other._object; }
+
     bool operator!=(const PtrBase& other) const { return _object != other._object; }
 
 protected:

@@ -10,6 +10,7 @@ class TimeStamp
 {
 public:
     TimeStamp() = default;
+
     explicit TimeStamp(std::uint64_t value)
         : _value(value)
     {

@@ -118,7 +118,7 @@ private:
     void writePropertyTags();
     void writeBinaryData();
     void writePolyDataBlock(vtkPolyData& polys);
-    bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags tag, int narrowingShift,
+    bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind, int narrowingShift,
                            bool forceCompression);
     bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method);
 

@@ -1,0 +1,8 @@
+#include "platform/Terminal.h"
+
+#include <unistd.h>
+
+bool OS::isErrorTerminal()
+{
+    return isatty(STDERR_FILENO) == 1;
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "core/Export.h"
+
+namespace OS
+{
+
+/// Whether standard error is a terminal, so that somebody watches it.
+TAVO_EXPORT bool isErrorTerminal();
+
+} // namespace OS

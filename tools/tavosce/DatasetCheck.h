@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Report.h"
+
+#include <string>
+
+#include <vtkPolyData.h>
+
+namespace tavosce
+{
+
+/// Makes a dataset that was read from the file `path` fit to be stored, in place:
+///   - arrays without a name get one, which is noted
+///   - 64-bit `long` values that need more than 4 bytes move to an array of 64-bit integers
+///   - a dataset without points gets an empty points object
+///   - arrays that cannot be stored (strings, ids beyond 32 bits, 2 GiB and more) are left out and noted if
+///     `skipUnsupported`
+/// Throws Failure: NotStorable for such arrays otherwise, after one error line for each of them, and for geometry
+/// beyond what the format holds; TooDamaged for cells that refer to points that are not there.
+void makeStorable(vtkPolyData& dataset, const std::string& path, bool skipUnsupported, Report& report);
+
+} // namespace tavosce

@@ -1,0 +1,16 @@
+#pragma once
+
+class vtkDataArray;
+class vtkPolyData;
+
+namespace tavosce
+{
+
+/// Whether two polydata have the same points, bit for bit and of one type, and the same cells of all four kinds. Arrays
+/// do not count.
+bool sameGeometry(vtkPolyData& left, vtkPolyData& right);
+
+/// Whether two arrays have the same type, name, shape, values (bit for bit) and lookup table.
+bool sameArray(vtkDataArray& left, vtkDataArray& right);
+
+} // namespace tavosce

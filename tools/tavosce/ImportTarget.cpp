@@ -1,0 +1,115 @@
+#include "ImportTarget.h"
+
+#include "Failure.h"
+#include "SceneFile.h"
+#include "Text.h"
+
+#include "core/Error.h"
+#include "platform/Platform.h"
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <random>
+
+namespace tavosce
+{
+
+namespace
+{
+
+using tsg::io::FileIoStatus;
+
+/// A random UUID.
+std::string newSession()
+{
+    constexpr char DIGITS[] = "0123456789abcdef";
+    std::random_device random;
+    std::uniform_int_distribution<int> digit(0, 15);
+    std::string res = "xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx";
+    for (char& c : res)
+    {
+        if (c == 'x' || c == 'y')
+        {
+            const int value = digit(random);
+            c = DIGITS[c == 'x' ? value : (value & 3) | 8];
+        }
+    }
+    return res;
+}
+
+} // namespace
+
+ImportTarget::ImportTarget(const ImportTargetOptions& options)
+    : _shown(shown(options.path))
+    , _session(options.session.empty() ? newSession() : options.session)
+{
+    errno = 0;
+    if (options.append && Platform::filesystem().fileExists(OS::toWide(options.path)))
+    {
+        openExisting(options);
+    }
+    else
+    {
+        openNew(options);
+    }
+}
+
+void ImportTarget::openExisting(const ImportTargetOptions& options)
+{
+    constexpr const char* HINT = "`tavosce info` shows what can be read";
+    const SceneFile file(options.path); // refuses foreign and newer files with a reason
+    try
+    {
+        _takenStamps = storedStamps(options.path, _session);
+        errno = 0;
+        if (_writer.open(OS::toWide(options.path), true, !options.noCompress) == FileIoStatus::Success)
+        {
+            return;
+        }
+    }
+    catch (const InternalError& error)
+    {
+        throw Failure(TooDamaged, _shown, "cannot be added to: " + shown(error.message()), HINT);
+    }
+    if (!file.isWhole())
+    {
+        throw Failure(TooDamaged, _shown, "cannot be added to: what is added behind the damage could not be read",
+                      HINT);
+    }
+    throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+}
+
+void ImportTarget::openNew(const ImportTargetOptions& options)
+{
+    _newFile.emplace(options.path, options.force);
+    errno = 0;
+    if (_writer.open(_newFile->path(), false, !options.noCompress) != FileIoStatus::Success)
+    {
+        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+    }
+}
+
+void ImportTarget::addRecord(const std::string& title, const std::string& description, ImportGraph& graph)
+{
+    graph.avoidStamps(_takenStamps);
+    int index = -1;
+    errno = 0;
+    const FileIoStatus status = _writer.addRecord(title, description, _session, graph.root(), index);
+    if (status != FileIoStatus::Success || _writer.hasFailed())
+    {
+        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+    }
+    _records.push_back(index);
+}
+
+void ImportTarget::finish()
+{
+    _writer.close();
+    if (_newFile)
+    {
+        _newFile->install();
+    }
+}
+
+} // namespace tavosce

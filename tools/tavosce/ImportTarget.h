@@ -1,0 +1,58 @@
+#pragma once
+
+#include "ImportGraph.h"
+#include "OutputFile.h"
+
+#include "scenegraph/io/SDBWriter.h"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tavosce
+{
+
+struct ImportTargetOptions
+{
+    std::string path;
+    std::string session; ///< empty for a new one
+    bool append = false;
+    bool force = false;
+    bool noCompress = false;
+};
+
+/// The scene database that an import writes: a new one, which appears when it is finished, or an existing one that is
+/// added to in place.
+class ImportTarget
+{
+public:
+    /// Throws Failure: CannotWrite; CannotOpen, WrongFormat and TooDamaged for a file that is to be added to.
+    explicit ImportTarget(const ImportTargetOptions& options);
+
+    /// Adds the graph as a record. Nodes that were part of a record have to outlive this object. Throws Failure
+    /// CannotWrite.
+    void addRecord(const std::string& title, const std::string& description, ImportGraph& graph);
+
+    /// Throws Failure CannotWrite.
+    void finish();
+
+    const std::string& session() const { return _session; }
+
+    /// The indices of the records that were added.
+    const std::vector<int>& records() const { return _records; }
+
+private:
+    void openExisting(const ImportTargetOptions& options);
+    void openNew(const ImportTargetOptions& options);
+
+    std::string _shown; ///< the path for messages
+    std::string _session;
+    std::optional<OutputFile> _newFile;   ///< none when an existing file is added to
+    std::set<std::uint64_t> _takenStamps; ///< of data that the file has of this session
+    tsg::SDBWriter _writer;               // destroyed before the new file is removed
+    std::vector<int> _records;
+};
+
+} // namespace tavosce

@@ -1,0 +1,202 @@
+#include "CommandTable.h"
+
+#include "Interrupt.h"
+#include "Json.h"
+#include "RecordJson.h"
+#include "SceneFile.h"
+#include "Text.h"
+
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+
+struct InfoOptions
+{
+    std::string file;
+    bool json = false;
+};
+
+struct Totals
+{
+    std::uint64_t blocks = 0;
+    std::uint64_t sharedBlocks = 0;
+    std::uint64_t payloadBytes = 0; ///< stored in the file
+    std::uint64_t savedBytes = 0;   ///< what sharing did not store again
+
+    void add(const RecordContents& contents)
+    {
+        for (const StoredBlock& block : contents.blocks)
+        {
+            ++blocks;
+            sharedBlocks += block.shared ? 1 : 0;
+            (block.shared ? savedBytes : payloadBytes) += block.length;
+        }
+    }
+};
+
+/// Hands the records out one after another, each with its contents, and warns of those that are not whole.
+template <class Visit>
+Totals visitRecords(SceneFile& file, Report& report, Visit visit)
+{
+    Totals totals;
+    for (std::size_t i = 0; i < file.records().size(); ++i)
+    {
+        throwIfInterrupted();
+        const RecordContents contents = walkRecord(file.stream(), file.records()[i], file.size());
+        totals.add(contents);
+        visit(i, contents);
+        if (!contents.fault.empty())
+        {
+            report.warning(file.placeOf(i, contents.faultPosition), contents.fault);
+        }
+    }
+    return totals;
+}
+
+void writeThumbnail(Json& json, const Properties& tag)
+{
+    json.beginObject();
+    json.member("recordIndex", tag.getInt(key::RECORD_INDEX));
+    json.member("width", tag.getInt(key::WIDTH));
+    json.member("height", tag.getInt(key::HEIGHT));
+    json.member("filePos", sdb::hexFromProp(tag, key::FILE_POS));
+    json.member("length", sdb::hexFromProp(tag, key::LENGTH));
+    json.endObject();
+}
+
+void printJson(SceneFile& file, Console& console)
+{
+    Json json(console.out);
+    json.member("file", file.path());
+    json.member("size", file.size());
+    json.member("release", file.release());
+    json.member("formatVersion", file.formatVersion());
+    json.member("whole", file.isWhole());
+    json.beginArray("records");
+    const Totals totals = visitRecords(file, console.report,
+                                       [&](std::size_t index, const RecordContents& contents)
+                                       {
+                                           json.beginObject();
+                                           writeRecordHeader(json, index, file.records()[index]);
+                                           writeNodes(json, contents);
+                                           writeBlocks(json, contents);
+                                           json.endObject();
+                                       });
+    json.endArray();
+    json.beginArray("thumbnails");
+    for (const Properties& tag : file.thumbnails())
+    {
+        writeThumbnail(json, tag);
+    }
+    json.endArray();
+    json.beginObject("totals");
+    json.member("blocks", totals.blocks);
+    json.member("sharedBlocks", totals.sharedBlocks);
+    json.member("payloadBytes", totals.payloadBytes);
+    json.member("savedBytes", totals.savedBytes);
+    json.endObject();
+    json.finish();
+}
+
+void printBlock(std::ostream& out, const StoredBlock& block)
+{
+    out << "    " << describeBlock(block);
+    if (block.isArray())
+    {
+        const int type = block.tag.getInt(key::DATA_TYPE);
+        out << ", " << block.tag.getInt(key::NUMBER_OF_TUPLES) << " x " << block.tag.getInt(key::NUMBER_OF_COMPONENTS)
+            << ' ' << typeName(type);
+    }
+    out << ": " << counted(block.length, "byte") << " at " << hexadecimal(block.filePos)
+        << (block.shared ? ", shared\n" : "\n");
+}
+
+void printRecord(std::ostream& out, std::size_t index, const Properties& header, const RecordContents& contents)
+{
+    out << "\nrecord " << index << ' ' << inQuotes(header.getString(key::TITLE)) << ", frame "
+        << header.getInt(key::FRAME) << " of session " << inQuotes(header.getString(key::SESSION_ID)) << '\n'
+        << "  " << counted(sdb::hexFromProp(header, key::LENGTH), "byte") << " at "
+        << hexadecimal(sdb::hexFromProp(header, key::FILE_POS)) << ", version " << header.getInt(key::VERSION)
+        << ", root " << shown(header.getString(key::ROOT_NODE_KEY)) << '\n';
+    if (!header.getString(key::DESCRIPTION).empty())
+    {
+        out << "  " << shown(header.getString(key::DESCRIPTION)) << '\n';
+    }
+    out << "  " << counted(contents.nodes.size(), "node") << '\n';
+    for (const StoredNode& node : contents.nodes)
+    {
+        out << "    " << shown(node.objectKey) << ' ' << shown(node.properties.toString()) << '\n';
+    }
+    out << "  " << counted(contents.blocks.size(), "block") << '\n';
+    for (const StoredBlock& block : contents.blocks)
+    {
+        printBlock(out, block);
+    }
+}
+
+void printThumbnails(std::ostream& out, const SceneFile& file)
+{
+    out << '\n' << counted(file.thumbnails().size(), "thumbnail") << '\n';
+    for (const Properties& tag : file.thumbnails())
+    {
+        out << "  of record " << tag.getInt(key::RECORD_INDEX) << ": " << tag.getInt(key::WIDTH) << " x "
+            << tag.getInt(key::HEIGHT) << ", " << counted(sdb::hexFromProp(tag, key::LENGTH), "byte") << " at "
+            << hexadecimal(sdb::hexFromProp(tag, key::FILE_POS)) << '\n';
+    }
+}
+
+void printText(SceneFile& file, Console& console)
+{
+    std::ostream& out = console.out;
+    out << shown(file.path()) << ": " << counted(file.size(), "byte") << ", format version " << file.formatVersion()
+        << ", written by release " << shown(file.release()) << '\n'
+        << counted(file.records().size(), "record") << '\n';
+    const Totals totals = visitRecords(file, console.report,
+                                       [&](std::size_t index, const RecordContents& contents)
+                                       { printRecord(out, index, file.records()[index], contents); });
+    printThumbnails(out, file);
+    out << '\n'
+        << counted(totals.blocks, "block") << " with " << counted(totals.payloadBytes, "byte") << "; "
+        << totals.sharedBlocks << " of them shared, which saved " << counted(totals.savedBytes, "byte") << '\n'
+        << (file.isWhole() ? "the file is whole\n" : "the file is not whole\n");
+}
+
+void runInfo(const InfoOptions& options, Console& console)
+{
+    SceneFile file(options.file);
+    if (options.json)
+    {
+        printJson(file, console);
+    }
+    else
+    {
+        printText(file, console);
+    }
+    file.reportEnd(console.report);
+}
+
+} // namespace
+
+Run declareInfo(CLI::App& app)
+{
+    const auto options = std::make_shared<InfoOptions>();
+    app.add_option("FILE", options->file, "Scene database")->required();
+    app.add_flag("--json", options->json, "Print one JSON document");
+    return [options](Console& console) { runInfo(*options, console); };
+}
+
+} // namespace tavosce

@@ -1,0 +1,26 @@
+#include "InputFile.h"
+
+#include "Failure.h"
+#include "Text.h"
+
+#include "platform/FileStreams.h"
+#include "platform/FileSystem.h"
+#include "scenegraph/io/detail/MemoryBudget.h"
+
+#include <cerrno>
+
+namespace tavosce
+{
+
+InputFile::InputFile(const std::string& path)
+{
+    errno = 0;
+    _stream = OS::openForReading(OS::toWide(path));
+    if (!_stream->is_open())
+    {
+        throw Failure(CannotOpen, shown(path), "cannot open: " + systemReason());
+    }
+    _size = sdb::detail::streamSize(*_stream);
+}
+
+} // namespace tavosce

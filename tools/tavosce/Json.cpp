@@ -1,0 +1,158 @@
+#include "Json.h"
+
+#include "Text.h"
+
+#include <algorithm>
+#include <ostream>
+#include <vector>
+
+#include <rapidjson/ostreamwrapper.h>
+#include <rapidjson/prettywriter.h>
+
+namespace tavosce
+{
+
+struct Json::Writer
+{
+    explicit Writer(std::ostream& out)
+        : stream(out)
+        , writer(stream)
+    {
+        writer.SetIndent(' ', 2);
+    }
+
+    void string(const std::string& text) { writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
+
+    rapidjson::OStreamWrapper stream;
+    rapidjson::PrettyWriter<rapidjson::OStreamWrapper> writer;
+};
+
+Json::Json(std::ostream& out)
+    : _out(out)
+    , _writer(std::make_unique<Writer>(out))
+{
+    _writer->writer.StartObject();
+    member("schema", 1);
+}
+
+Json::~Json() = default;
+
+void Json::member(const char* key, const std::string& value)
+{
+    _writer->writer.Key(key);
+    write(value);
+}
+
+void Json::member(const char* key, const char* value)
+{
+    member(key, std::string(value));
+}
+
+void Json::member(const char* key, bool value)
+{
+    _writer->writer.Key(key);
+    _writer->writer.Bool(value);
+}
+
+void Json::member(const char* key, int value)
+{
+    _writer->writer.Key(key);
+    _writer->writer.Int(value);
+}
+
+void Json::member(const char* key, std::uint64_t value)
+{
+    _writer->writer.Key(key);
+    _writer->writer.Uint64(value);
+}
+
+void Json::member(const char* key, const Properties& value)
+{
+    _writer->writer.Key(key);
+    write(value);
+}
+
+void Json::nullMember(const char* key)
+{
+    _writer->writer.Key(key);
+    _writer->writer.Null();
+}
+
+void Json::beginArray(const char* key)
+{
+    _writer->writer.Key(key);
+    _writer->writer.StartArray();
+}
+
+void Json::endArray()
+{
+    _writer->writer.EndArray();
+}
+
+void Json::beginObject()
+{
+    _writer->writer.StartObject();
+}
+
+void Json::beginObject(const char* key)
+{
+    _writer->writer.Key(key);
+    _writer->writer.StartObject();
+}
+
+void Json::endObject()
+{
+    _writer->writer.EndObject();
+}
+
+void Json::finish()
+{
+    _writer->writer.EndObject();
+    _out << '\n';
+}
+
+void Json::write(const std::string& text)
+{
+    if (isUtf8(text))
+    {
+        _writer->string(text);
+        return;
+    }
+    _writer->writer.StartObject();
+    _writer->writer.Key("base64");
+    _writer->string(base64(text));
+    _writer->writer.EndObject();
+}
+
+void Json::write(const Properties& record)
+{
+    const std::vector<std::string> names = record.names();
+    if (!std::all_of(names.begin(), names.end(), &isUtf8))
+    {
+        _writer->writer.StartObject();
+        _writer->writer.Key("base64");
+        _writer->string(base64(record.toString()));
+        _writer->writer.EndObject();
+        return;
+    }
+    _writer->writer.StartObject();
+    for (const std::string& name : names)
+    {
+        _writer->string(name);
+        switch (record.kind(name))
+        {
+        case Properties::Kind::Record:
+            write(record.getProperties(name)); // records nest at most Properties::MAX_DEPTH deep
+            break;
+        case Properties::Kind::Integer:
+            _writer->writer.Int64(record.getLong(name));
+            break;
+        default:
+            write(record.getString(name));
+            break;
+        }
+    }
+    _writer->writer.EndObject();
+}
+
+} // namespace tavosce

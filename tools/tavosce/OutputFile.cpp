@@ -1,0 +1,203 @@
+#include "OutputFile.h"
+
+#include "Failure.h"
+#include "Text.h"
+
+#include "platform/Platform.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <filesystem>
+#include <list>
+#include <system_error>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+Failure cannotWrite(const std::string& place, const std::string& reason)
+{
+    return {CannotWrite, place, "cannot write: " + reason};
+}
+
+Failure exists(const std::string& place)
+{
+    return {CannotWrite, place, "exists already", "--force replaces it"};
+}
+
+/// The target in normal form.
+std::wstring normalised(const std::string& target)
+{
+    errno = 0;
+    std::wstring res = Platform::filesystem().getFilePath(OS::toWide(target));
+    if (res.empty())
+    {
+        throw cannotWrite(shown(target), systemReason());
+    }
+    return res;
+}
+
+bool isEmptyFolder(const std::string& path)
+{
+    std::error_code error;
+    return fs::is_empty(path, error) && !error;
+}
+
+} // namespace
+
+OutputFile::OutputFile(const std::string& target, bool force)
+    : _shown(shown(target))
+    , _target(normalised(target))
+    , _path(Platform::filesystem().getTemporaryPath(_target))
+    , _force(force)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(OS::toNarrow(_target), error);
+    if (!fs::exists(status))
+    {
+        return;
+    }
+    if (!fs::is_regular_file(status))
+    {
+        throw cannotWrite(_shown, fs::is_directory(status) ? "it is a directory" : "it is no regular file");
+    }
+    if (!force)
+    {
+        throw exists(_shown);
+    }
+}
+
+OutputFile::~OutputFile()
+{
+    if (!_path.empty())
+    {
+        (void)Platform::filesystem().markForDeletion(_path); // it may never have been made
+    }
+}
+
+void OutputFile::install()
+{
+    OS::FileSystem& files = Platform::filesystem();
+    errno = 0;
+    if ((_force ? files.replaceFile(_path, _target) : files.renameFile(_path, _target)) != 0)
+    {
+        throw cannotWrite(_shown, systemReason());
+    }
+    _path.clear();
+}
+
+OutputFolder::OutputFolder(const std::string& target, bool force)
+    : _shown(shown(target))
+    , _target(OS::toNarrow(normalised(target)))
+    , _path(OS::toNarrow(Platform::filesystem().getTemporaryPath(OS::toWide(_target))))
+    , _targetExists(Platform::filesystem().directoryExists(OS::toWide(_target)))
+{
+    std::error_code error;
+    if (!_targetExists && fs::exists(_target, error))
+    {
+        throw cannotWrite(_shown, "it is no directory");
+    }
+    if (_targetExists && !force && !isEmptyFolder(_target))
+    {
+        throw Failure(CannotWrite, _shown, "the directory is not empty",
+                      "--force replaces the files in it that have the same names");
+    }
+    makeFolder("");
+}
+
+OutputFolder::~OutputFolder()
+{
+    removeBuilt();
+}
+
+std::string OutputFolder::fileFor(const std::string& name)
+{
+    const std::size_t slash = name.find('/');
+    if (slash != std::string::npos &&
+        std::find(_folders.begin(), _folders.end(), name.substr(0, slash)) == _folders.end())
+    {
+        makeFolder(name.substr(0, slash));
+    }
+    _files.push_back(name);
+    return _path + '/' + name;
+}
+
+void OutputFolder::install(const std::string& input)
+{
+    std::error_code error;
+    if (!_targetExists)
+    {
+        fs::rename(_path, _target, error);
+        if (error)
+        {
+            throw cannotWrite(_shown, error.message());
+        }
+        _files.clear();
+        _folders.clear();
+        return;
+    }
+    moveFiles(input);
+}
+
+void OutputFolder::moveFiles(const std::string& input)
+{
+    for (const std::string& name : _files)
+    {
+        if (isSameFile(_target + '/' + name, input))
+        {
+            throw cannotWrite(_shown, shown(name) + " is the input");
+        }
+    }
+    OS::FileSystem& files = Platform::filesystem();
+    errno = 0;
+    for (const std::string& folder : _folders)
+    {
+        if (!files.createDirectory(OS::toWide(_target + '/' + folder)))
+        {
+            throw cannotWrite(_shown, shown(folder) + ": " + systemReason());
+        }
+    }
+    for (const std::string& name : _files)
+    {
+        if (files.replaceFile(OS::toWide(_path + '/' + name), OS::toWide(_target + '/' + name)) != 0)
+        {
+            throw cannotWrite(_shown, shown(name) + ": " + systemReason());
+        }
+    }
+}
+
+void OutputFolder::makeFolder(const std::string& path)
+{
+    errno = 0;
+    if (!Platform::filesystem().createDirectory(OS::toWide(_path + '/' + path)))
+    {
+        throw cannotWrite(_shown, systemReason());
+    }
+    _folders.push_back(path);
+}
+
+void OutputFolder::removeBuilt()
+{
+    std::error_code ignored; // what cannot be removed stays behind; there is nobody to tell
+    for (const std::string& name : _files)
+    {
+        fs::remove(_path + '/' + name, ignored);
+    }
+    for (auto folder = _folders.rbegin(); folder != _folders.rend(); ++folder)
+    {
+        fs::remove(_path + '/' + *folder, ignored);
+    }
+}
+
+bool isSameFile(const std::string& left, const std::string& right)
+{
+    std::error_code error;
+    return fs::equivalent(left, right, error) && !error;
+}
+
+} // namespace tavosce

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tavosce
+{
+
+/// A new file that is built beside its target and takes the target's name when it is complete. Until then nothing at
+/// the target changes; what was not installed is removed again.
+class OutputFile
+{
+public:
+    /// Throws Failure CannotWrite if something is at the target that may not be replaced: anything without `force`,
+    /// anything but a regular file with it.
+    OutputFile(const std::string& target, bool force);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    /// Where to build; nothing is there yet.
+    const std::wstring& path() const { return _path; }
+
+    /// Throws Failure CannotWrite.
+    void install();
+
+private:
+    std::string _shown; ///< the target for messages
+    std::wstring _target;
+    std::wstring _path;
+    bool _force;
+};
+
+/// A folder of new files, built beside its target in the same way.
+class OutputFolder
+{
+public:
+    /// Throws Failure CannotWrite if the target is no directory, or holds something and `force` is not set. With
+    /// `force` files of the same names are replaced, and everything else in the target stays.
+    OutputFolder(const std::string& target, bool force);
+    ~OutputFolder();
+    OutputFolder(const OutputFolder&) = delete;
+    OutputFolder& operator=(const OutputFolder&) = delete;
+
+    /// The path where to write the file that will have this name in the folder; the name may begin with one folder,
+    /// which is made. Throws Failure CannotWrite.
+    std::string fileFor(const std::string& name);
+
+    /// Throws Failure CannotWrite; also if one of the files would replace `input`.
+    void install(const std::string& input);
+
+private:
+    void makeFolder(const std::string& path);
+    void moveFiles(const std::string& input);
+    void removeBuilt();
+
+    std::string _shown;
+    std::string _target;
+    std::string _path; ///< where it is built
+    bool _targetExists;
+    std::vector<std::string> _files;   ///< names that were handed out
+    std::vector<std::string> _folders; ///< what was made at _path, outer ones first
+};
+
+/// Whether both paths lead to the same existing file.
+bool isSameFile(const std::string& left, const std::string& right);
+
+} // namespace tavosce

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tavosce
+{
+
+/// A file, or one record of it.
+struct RecordAddress
+{
+    std::string file;
+    std::optional<std::int64_t> index; ///< as it was given: negative numbers count from the end
+};
+
+/// Takes FILE:INDEX apart. A file that has the whole text for its name wins.
+RecordAddress parseAddress(const std::string& text);
+
+/// The place in a list of `count` records that an address with an index denotes. Throws Failure WrongUsage if there is
+/// no such record.
+std::size_t placeOf(const RecordAddress& address, std::size_t count);
+
+} // namespace tavosce

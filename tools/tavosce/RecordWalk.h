@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/Properties.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace tavosce
+{
+
+/// A node tag of a record.
+struct StoredNode
+{
+    std::string objectKey;
+    Properties properties;
+};
+
+/// A binary data tag of a record.
+struct StoredBlock
+{
+    Properties tag;
+    std::uint64_t tagPosition = 0;
+    std::uint64_t filePos = 0; ///< of the payload
+    std::uint64_t length = 0;  ///< of the payload
+    bool shared = false;       ///< the payload lies before the tag, where an earlier block stored it
+
+    std::string objectKey() const;
+    std::string name() const;
+    int kind() const; ///< sdb::SDBTags, or whatever the file says
+
+    bool isArray() const { return kind() != 0; }
+};
+
+/// What a record holds, as far as its tags can be read.
+struct RecordContents
+{
+    Properties classVersions; ///< class name to version
+    std::vector<StoredNode> nodes;
+    std::vector<StoredBlock> blocks;
+    std::string fault;               ///< empty if the record is whole; otherwise why the walk ended early
+    std::uint64_t faultPosition = 0; ///< where that is
+};
+
+/// Walks the tags of one record, from its header to its end. Unlike the library's index, which jumps back where a block
+/// is shared, this reports every block. The walk goes through the record once and ends at the first thing that is not
+/// as a writer leaves it, so that no payload is ever taken for tags.
+RecordContents walkRecord(std::istream& in, const Properties& header, std::uint64_t fileSize);
+
+} // namespace tavosce

@@ -1,0 +1,114 @@
+#include "SceneFile.h"
+
+#include "LibraryLog.h"
+#include "Text.h"
+
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <sstream>
+#include <utility>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+using sdb::detail::WalkEnd;
+
+/// A text of the library as a reason: without the end of its line.
+std::string reasonOf(const std::string& text)
+{
+    return shown(text.substr(0, text.find('\n')));
+}
+
+/// What the end of the walk means; null where all is well.
+const char* endText(WalkEnd end)
+{
+    switch (end)
+    {
+    case WalkEnd::EndOfFile:
+        return nullptr;
+    case WalkEnd::UnfinishedItem:
+        return "the file ends in an item that was never finished; the next one that is added takes its place";
+    case WalkEnd::BeyondFile:
+        return "the file is truncated: its last item reaches beyond the end";
+    case WalkEnd::Damage:
+        return "the file is damaged: there is no tag where the next item should be, and what follows cannot be found";
+    case WalkEnd::StrayTag:
+        return "stray tag: neither file header, record nor thumbnail; what follows cannot be found";
+    }
+    return nullptr;
+}
+
+} // namespace
+
+SceneFile::SceneFile(std::string path)
+    : _path(std::move(path))
+    , _file(_path)
+{
+    const LibraryLog log; // what the walk warns of is said by reportEnd
+    readHeader();
+    _walk = sdb::detail::walkFile(
+        _file.stream(), [this](const Properties& header) { _records.push_back(header); },
+        [this](const Properties& tag) { _thumbnails.push_back(tag); });
+    _file.stream().clear();
+}
+
+void SceneFile::readHeader()
+{
+    std::ostringstream messages;
+    const bool accepted = sdb::checkFormat(_file.stream(), messages, _release);
+    _file.stream().clear();
+    _file.stream().seekg(0);
+    Properties header;
+    const bool headed = sdb::getNextProperty(_file.stream(), header) && sdb::isUuidCorrect(header);
+    _file.stream().clear();
+    if (!accepted && headed && sdb::fileFormatVersion(header, _formatVersion))
+    {
+        throw Failure(WrongFormat, shown(_path), reasonOf(messages.str()), "a newer release of tavosce may read it");
+    }
+    if (!accepted)
+    {
+        throw Failure(WrongFormat, shown(_path),
+                      _file.size() == 0 ? "no scene database: the file is empty" : "no scene database");
+    }
+    (void)sdb::fileFormatVersion(header, _formatVersion); // it was accepted, so it is there
+}
+
+bool SceneFile::isWhole() const
+{
+    return _walk.end == WalkEnd::EndOfFile && _walk.unfinished.empty();
+}
+
+void SceneFile::reportEnd(Report& report) const
+{
+    const auto warn = [&](std::uint64_t position, const char* text)
+    { report.warning(shown(_path) + ": byte " + hexadecimal(position), text); };
+    for (const std::uint64_t position : _walk.unfinished)
+    {
+        if (_walk.end != WalkEnd::UnfinishedItem || position != _walk.position)
+        {
+            warn(position, "an item that was never finished");
+        }
+    }
+    if (const char* const text = endText(_walk.end))
+    {
+        warn(_walk.position, text);
+    }
+}
+
+std::string SceneFile::placeOf(std::size_t record) const
+{
+    return placeOf(record, sdb::hexFromProp(_records[record], key::FILE_POS));
+}
+
+std::string SceneFile::placeOf(std::size_t record, std::uint64_t position) const
+{
+    return shown(_path) + ": record " + std::to_string(record) + ' ' +
+           inQuotes(_records[record].getString(key::TITLE)) + " (byte " + hexadecimal(position) + ')';
+}
+
+} // namespace tavosce

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "InputFile.h"
+#include "Report.h"
+
+#include "core/Properties.h"
+#include "scenegraph/io/detail/Index.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tavosce
+{
+
+/// A scene database that is open for reading, and what its top level holds.
+class SceneFile
+{
+public:
+    /// Opens and indexes a file. What lies behind damage stays unknown: see reportEnd. Throws Failure:
+    ///   CannotOpen  - missing, a directory, no permission
+    ///   WrongFormat - foreign, or of a newer format version or release
+    explicit SceneFile(std::string path);
+
+    const std::string& path() const { return _path; }
+
+    std::uint64_t size() const { return _file.size(); }
+
+    std::istream& stream() { return _file.stream(); }
+
+    /// The release that wrote the file.
+    const std::string& release() const { return _release; }
+
+    int formatVersion() const { return _formatVersion; }
+
+    /// Record headers and thumbnail tags in file order.
+    const std::vector<Properties>& records() const { return _records; }
+
+    const std::vector<Properties>& thumbnails() const { return _thumbnails; }
+
+    /// Whether the file is nothing but whole items up to its end.
+    bool isWhole() const;
+
+    /// Warns of every place where the file is not whole.
+    void reportEnd(Report& report) const;
+
+    /// How messages name a record, and a byte in it.
+    std::string placeOf(std::size_t record) const;
+    std::string placeOf(std::size_t record, std::uint64_t position) const;
+
+private:
+    void readHeader();
+
+    std::string _path;
+    InputFile _file;
+    std::string _release;
+    int _formatVersion = 0;
+    std::vector<Properties> _records;
+    std::vector<Properties> _thumbnails;
+    sdb::detail::WalkResult _walk;
+};
+
+} // namespace tavosce

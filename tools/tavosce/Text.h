@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tavosce
+{
+
+/// Whether a byte string is UTF-8.
+bool isUtf8(const std::string& text);
+
+/// A text from a file as it may be shown: control characters and bytes that are no UTF-8 as \n, \t or \xNN, a backslash
+/// doubled.
+std::string shown(const std::string& text);
+
+/// The same between double quotes.
+std::string inQuotes(const std::string& text);
+
+std::string base64(const std::string& bytes);
+
+/// A file position: 0x and lower-case hexadecimal digits.
+std::string hexadecimal(std::uint64_t value);
+
+/// "1 record", "2 records".
+std::string counted(std::uint64_t number, const std::string& noun);
+
+/// A file name made of an object key. "/", control bytes and bytes that are no UTF-8 become %XX, and so does a "%" that
+/// could be taken for the beginning of such a mark, so that different keys have different names.
+std::string fileNameOf(const std::string& objectKey);
+
+/// A name that XML can hold: the name itself, or, if there is anything in it that XML cannot hold, with %XX for that in
+/// the same way.
+std::string xmlNameOf(const std::string& name);
+
+/// A text as it stands between the quotes of an XML attribute.
+std::string xmlText(const std::string& text);
+
+/// The last part of a path, and the same without its extension.
+std::string nameOf(const std::string& path);
+std::string stemOf(const std::string& path);
+
+/// The extension of a path with its dot, in lower case.
+std::string extensionOf(const std::string& path);
+
+/// What the system says about the last failed operation; "failed" if it says nothing.
+std::string systemReason();
+
+} // namespace tavosce
