@@ -48,13 +48,13 @@ std::uint64_t remainingSize(std::istream& in)
 }
 
 /// What the file-type word of a header denotes; 0 if nothing.
-int fileTypeOf(std::string_view word)
+int fileTypeOf(std::string_view token)
 {
-    if (detail::beginsWith(word, detail::ASCII_WORD))
+    if (detail::beginsWith(token, detail::ASCII_WORD))
     {
         return VTK_ASCII;
     }
-    return detail::beginsWith(word, detail::BINARY_WORD) ? VTK_BINARY : 0;
+    return detail::beginsWith(token, detail::BINARY_WORD) ? VTK_BINARY : 0;
 }
 
 } // namespace
@@ -198,7 +198,8 @@ void SDBDataReader::CheckFor(const char* keyword, char* line, std::vector<std::s
     }
     sdb::detail::MemoryStream words(line, std::strlen(line));
     char word[detail::TOKEN_BYTES];
-    if (detail::readWord(words, word) && detail::readWord(words, word))
+    (void)detail::readWord(words, word); // the keyword
+    if (detail::readWord(words, word))
     {
         names.emplace_back(word);
     }

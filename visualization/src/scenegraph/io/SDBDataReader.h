@@ -204,7 +204,7 @@ protected:
 
     /// Adds the second word of a header line to the names if the line begins with the keyword, which is in lower case.
     /// The line is lower-cased as far as the keyword reaches.
-    void CheckFor(const char* keyword, char* line, std::vector<std::string>& names);
+    static void CheckFor(const char* keyword, char* line, std::vector<std::string>& names);
 
     /// The attribute sections of a dataset.
     enum SectionKind

@@ -92,7 +92,10 @@ vtkSmartPointer<vtkPolyData> scene(vtkIdType points)
     data->GetFieldData()->AddArray(arrayOf(VTK_LONG, "time", 1, 1));
     const vtkNew<vtkLookupTable> table;
     table->SetNumberOfTableValues(7);
-    table->SetTableValue(3, 0.2, 0.4, 0.6, 0.8);
+    for (int i = 0; i < 7; ++i)
+    {
+        table->SetTableValue(i, 0.1 * i, 0.4, 0.6, 0.8);
+    }
     data->GetPointData()->GetScalars()->SetLookupTable(table);
     return data;
 }
