@@ -3,6 +3,7 @@
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "support/BlockReading.h"
 #include "support/DatasetBlocks.h"
+#include "support/Golden.h"
 
 #include <climits>
 #include <string>
@@ -236,45 +237,39 @@ TEST(DatasetDamageTest, blocksOfAnotherLengthFillWhatTheirHeaderPromises)
     }
 }
 
-/// A block with every kind of record.
-std::string wholeBlock()
-{
-    return header() + "FIELD FieldData 1\ntime 1 1 double\n" + block<double>({0.5}) + points(3) +
-           cells("VERTICES", 1, {1, 2}) + cells("POLYGONS", 1, {3, 0, 1, 2}) + "CELL_DATA 2\nCOLOR_SCALARS c 3\n" +
-           block<unsigned char>({1, 2, 3, 4, 5, 6}) + "\nGLOBAL_IDS g vtkIdType:2\n" + block<short>({5, 6}) +
-           "TENSORS t float\n" + block(std::vector<float>(18, 1.0F), tsg::CompressionMethods::Zlib) +
-           "POINT_DATA 3\nSCALARS p float\nLOOKUP_TABLE lut\n" + block<float>({1, 2, 3}) + "LOOKUP_TABLE lut 2\n" +
-           block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) + "\nTEXTURE_COORDINATES tc 2 float\n" +
-           block(std::vector<float>(6, 0.5F)) + "FIELD FieldData 2\nb 1 3 bit\n\xa0\nl 1 3 long\n" +
-           block<int>({-1, 2, 3});
-}
+constexpr const char* WHOLE_BLOCKS[] = {"dataset-triangle.bin", "dataset-attributes.bin", "dataset-text.bin"};
 
 TEST(DatasetDamageTest, everyPrefixOfABlockIsReadOrReported)
 {
-    const std::string whole = wholeBlock();
-    ASSERT_THAT(readBlock(whole).messages, IsEmpty());
-    const std::size_t points = whole.find("POINTS");
-    for (std::size_t length = 0; length < whole.size(); ++length)
+    for (const char* const name : WHOLE_BLOCKS)
     {
-        const test::BlockReading reading = readBlock(whole.substr(0, length));
-        if (length <= points + 7)
+        const std::string whole = test::golden(name);
+        const std::size_t points = whole.find("\nPOINTS") + 8;
+        for (std::size_t length = 0; length < whole.size(); ++length)
         {
-            EXPECT_THAT(reading.messages, Not(IsEmpty())) << length;
-            EXPECT_EQ(reading.output().GetPoints(), nullptr) << length;
+            const test::BlockReading reading = readBlock(whole.substr(0, length));
+            if (length <= points)
+            {
+                EXPECT_THAT(reading.messages, Not(IsEmpty())) << name << " " << length;
+                EXPECT_EQ(reading.output().GetPoints(), nullptr) << name << " " << length;
+            }
         }
     }
 }
 
 TEST(DatasetDamageTest, noDamagedByteMakesALie)
 {
-    const std::string whole = wholeBlock();
-    for (std::size_t at = 0; at < whole.size(); ++at)
+    for (const char* const name : WHOLE_BLOCKS)
     {
-        for (const char byte : {'\0', '\xff', '9', '-', ' ', static_cast<char>(whole[at] ^ 1)})
+        const std::string whole = test::golden(name);
+        for (std::size_t at = 0; at < whole.size(); ++at)
         {
-            std::string damaged = whole;
-            damaged[at] = byte;
-            EXPECT_NO_THROW(readBlock(damaged)) << at << " " << byte;
+            for (const char byte : {'\0', '\xff', '9', '-', ' ', static_cast<char>(whole[at] ^ 1)})
+            {
+                std::string damaged = whole;
+                damaged[at] = byte;
+                EXPECT_NO_THROW(readBlock(damaged)) << name << " " << at << " " << byte;
+            }
         }
     }
 }

@@ -146,15 +146,6 @@ TEST(SDBDataReaderTest, bitsAreRawBytesOrTextAndHaveToBeThere)
     }
 }
 
-TEST(SDBDataReaderTest, emptyArraysTakeNothingFromTheStream)
-{
-    const test::BlockReading reading =
-        readBlock(header() + "FIELD f 3 a 0 5 int b 2 0 double c 1 0 bit\n\nPOINTS 0 float POINT_DATA 0\n");
-    EXPECT_THAT(reading.messages, IsEmpty());
-    EXPECT_EQ(reading.output().GetFieldData()->GetNumberOfArrays(), 3);
-    EXPECT_NE(reading.output().GetPoints(), nullptr);
-}
-
 // --- Attributes ------------------------------------------------------------------------------------------------------
 
 std::string pointData(const std::string& records, const std::string& fileType = "BINARY")
@@ -226,23 +217,18 @@ TEST(SDBDataReaderTest, theFirstRecordOfAKindOrTheNamedOneBecomesActive)
     }
 }
 
-TEST(SDBDataReaderTest, everyKindOfAttributeIsKeptWithItsComponents)
+TEST(SDBDataReaderTest, scalarsAndColoursAreOneKindWithFlagsOfTheirOwn)
 {
     const std::string scalars = " unsigned_char 2\nLOOKUP_TABLE default\n" + block<unsigned char>({8, 9});
-    const std::string colors = block<unsigned char>({1, 2, 3, 4}) + "\n";
-    const test::BlockReading reading = readBlock(
-        pointData("SCALARS s" + scalars + "SCALARS dropped" + scalars + "COLOR_SCALARS kept 4\n" + colors +
-                  "TENSORS t float\n" + block(std::vector<float>(9, 5.0F)) + "TEXTURE_COORDINATES u 2 float\n" +
-                  block<float>({6, 7}) + "GLOBAL_IDS g vtkIdType:4\n" + block<int>({70000})),
-        [](tsg::SDBPolyDataReader& reader) { reader.ReadAllColorScalarsOn(); });
+    const test::BlockReading reading =
+        readBlock(pointData("SCALARS s" + scalars + "SCALARS dropped" + scalars + "COLOR_SCALARS kept 4\n" +
+                            block<unsigned char>({1, 2, 3, 4})),
+                  [](tsg::SDBPolyDataReader& reader) { reader.ReadAllColorScalarsOn(); });
     vtkPointData* const data = reading.output().GetPointData();
     EXPECT_THAT(reading.messages, IsEmpty());
-    EXPECT_EQ(data->GetNumberOfArrays(), 5);
+    EXPECT_EQ(data->GetNumberOfArrays(), 2);
     EXPECT_THAT(valuesOf(data->GetScalars()), ElementsAre(8, 9));
     EXPECT_THAT(valuesOf(data->GetArray("kept")), ElementsAre(1, 2, 3, 4));
-    EXPECT_EQ(data->GetTensors()->GetNumberOfComponents(), 9);
-    EXPECT_THAT(valuesOf(data->GetTCoords()), ElementsAre(6, 7));
-    EXPECT_THAT(valuesOf(data->GetGlobalIds()), ElementsAre(70000));
 }
 
 TEST(SDBDataReaderTest, colorsInTextAreFractionsThatStayWithinBytes)

@@ -3,6 +3,7 @@
 #include "core/Error.h"
 #include "support/BlockReading.h"
 #include "support/DatasetBlocks.h"
+#include "support/Golden.h"
 
 #include <new>
 #include <string>
@@ -35,37 +36,30 @@ using testing::IsEmpty;
 
 using Messages = std::vector<std::string>;
 
-/// A triangle with all kinds of sections, in the writer's order.
-std::string wholeBlock()
+TEST(SDBPolyDataReaderTest, readsTheExamplesOfTheFormatPage)
 {
-    return header() + "FIELD FieldData 1\ntime 1 1 double\n" + block<double>({0.5}) + points(3) +
-           cells("VERTICES", 1, {1, 2}) + cells("LINES", 2, {2, 0, 1, 2, 1, 2}) + cells("POLYGONS", 1, {3, 0, 1, 2}) +
-           cells("TRIANGLE_STRIPS", 1, {3, 2, 1, 0}) + "CELL_DATA 5\nSCALARS part int\nLOOKUP_TABLE default\n" +
-           block<int>({10, 11, 12, 13, 14}) + "FIELD FieldData 1\narea%20m2 2 5 float\n" +
-           block<float>(std::vector<float>(10, 2.0F)) + "POINT_DATA 3\nSCALARS p float\nLOOKUP_TABLE lut\n" +
-           block<float>({1, 2, 3}) + "LOOKUP_TABLE lut 2\n" + block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) +
-           "\nVECTORS v double\n" + block<double>(std::vector<double>(9, 0.25));
-}
+    const test::BlockReading triangle = readBlock(test::golden("dataset-triangle.bin"));
+    EXPECT_THAT(triangle.messages, IsEmpty());
+    EXPECT_EQ(triangle.output().GetPoint(2)[2], 0.5);
+    EXPECT_EQ(triangle.output().GetNumberOfPolys(), 1);
+    EXPECT_TRUE(triangle.output().GetPolys()->IsStorage64Bit());
+    EXPECT_STREQ(triangle.reader->GetHeader(), "vtk output");
+    EXPECT_EQ(triangle.output().GetCellData()->GetArray("cell id")->GetTuple1(0), 65535.0);
+    EXPECT_EQ(triangle.output().GetPointData()->GetScalars("T")->GetTuple1(2), 1e300);
 
-TEST(SDBPolyDataReaderTest, readsEverySectionOfABlock)
-{
-    const test::BlockReading reading = readBlock(wholeBlock());
-    vtkPolyData& output = reading.output();
-    ASSERT_THAT(reading.messages, IsEmpty());
-    EXPECT_STREQ(reading.reader->GetHeader(), "vtk output");
-    EXPECT_EQ(output.GetFieldData()->GetArray("time")->GetTuple1(0), 0.5);
-    EXPECT_EQ(output.GetPoint(2)[1], 7.0);
-    EXPECT_EQ(output.GetNumberOfVerts(), 1);
-    EXPECT_EQ(output.GetNumberOfLines(), 2);
-    EXPECT_EQ(output.GetNumberOfPolys(), 1);
-    EXPECT_EQ(output.GetNumberOfStrips(), 1);
-    EXPECT_TRUE(output.GetPolys()->IsStorage64Bit());
-    EXPECT_EQ(output.GetCellData()->GetScalars()->GetTuple1(4), 14.0);
-    EXPECT_EQ(output.GetCellData()->GetArray("area m2")->GetNumberOfComponents(), 2);
-    vtkDataArray* const scalars = output.GetPointData()->GetScalars();
-    EXPECT_EQ(scalars->GetTuple1(2), 3.0);
-    EXPECT_EQ(scalars->GetLookupTable()->GetNumberOfTableValues(), 2);
-    EXPECT_EQ(output.GetPointData()->GetVectors()->GetComponent(2, 2), 0.25);
+    const test::BlockReading attributes = readBlock(test::golden("dataset-attributes.bin"));
+    EXPECT_THAT(attributes.messages, IsEmpty());
+    vtkPointData* const data = attributes.output().GetPointData();
+    EXPECT_EQ(data->GetNumberOfArrays(), 10);
+    EXPECT_EQ(data->GetTensors()->GetComponent(0, 8), 3.0);
+    EXPECT_EQ(data->GetArray("100%")->GetTuple1(0), -1.0);
+    EXPECT_EQ(data->GetArray("flags")->GetTuple1(8), 1.0);
+    EXPECT_EQ(data->GetScalars()->GetLookupTable()->GetTableValue(1)[3], 1.0);
+
+    // Arrays that are neither bits nor ids are blocks even in ASCII, but read as text.
+    const test::BlockReading text = readBlock(test::golden("dataset-text.bin"));
+    EXPECT_EQ(text.messages.front(), "generic warning: Error reading ascii data!");
+    EXPECT_EQ(text.output().GetFieldData()->GetArray("flags")->GetTuple1(3), 1.0);
 }
 
 struct MessageCase
@@ -188,7 +182,7 @@ TEST(SDBPolyDataReaderTest, isAWellBehavedPipelineSource)
 
 TEST(SDBPolyDataReaderTest, rereadsForAnotherStreamOnlyAndReportsProgress)
 {
-    const test::BlockReading reading = readBlock(wholeBlock());
+    const test::BlockReading reading = readBlock(header() + points(1));
     reading.reader->SetIStream(nullptr);
     {
         test::ReportedErrors reported(*reading.reader);
