@@ -43,8 +43,6 @@ constexpr VtkReport NO_TABLE{"Cannot read lookup table data!", SOURCE, 1146};
 constexpr VtkReport FAILED_BINARY_TABLE{"Error reading binary lookup table!", SOURCE, 1178};
 constexpr VtkReport FAILED_TEXT_TABLE{"Error reading lookup table!", SOURCE, 1193};
 
-constexpr int COLOR_BYTES = 4; ///< red, green, blue, alpha
-
 /// The byte nearest to a fraction of 255; what lies outside goes to the limits.
 unsigned char colorByte(double fraction)
 {
@@ -244,7 +242,7 @@ int SDBDataReader::ReadCoScalarData(vtkDataSetAttributes* set, int count)
 
 int SDBDataReader::ReadTableColors(unsigned char* colors, int size)
 {
-    const int bytes = COLOR_BYTES * size;
+    const int bytes = detail::COLOR_BYTES * size;
     if (!this->IsText())
     {
         const bool whole = this->Arrays().readBlock(reinterpret_cast<char*>(colors), bytes);
@@ -271,7 +269,8 @@ int SDBDataReader::ReadLutData(vtkDataSetAttributes* set)
     {
         return this->Fail(NO_TABLE);
     }
-    if (size > INT32_MAX / COLOR_BYTES || !this->RunBudget().charge(static_cast<std::uint64_t>(size) * COLOR_BYTES))
+    if (size > INT32_MAX / detail::COLOR_BYTES ||
+        !this->RunBudget().charge(static_cast<std::uint64_t>(size) * detail::COLOR_BYTES))
     {
         return this->Fail(this->IsText() ? FAILED_TEXT_TABLE : FAILED_BINARY_TABLE);
     }
@@ -279,7 +278,7 @@ int SDBDataReader::ReadLutData(vtkDataSetAttributes* set)
     table->SetNumberOfTableValues(size);
     // Values that are not written through WritePointer are lost when the table is built.
     unsigned char* const colors = table->WritePointer(0, size);
-    std::fill_n(colors, COLOR_BYTES * size, static_cast<unsigned char>(0));
+    std::fill_n(colors, detail::COLOR_BYTES * size, static_cast<unsigned char>(0));
     if (!this->ReadTableColors(colors, size))
     {
         return 0;

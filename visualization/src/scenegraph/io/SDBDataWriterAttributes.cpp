@@ -5,6 +5,7 @@
 #include "scenegraph/io/detail/DatasetBlock.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <vtkCellData.h>
 #include <vtkDataSet.h>
@@ -36,7 +37,6 @@ namespace
 {
 
 constexpr int NO_NARROWING = 0;
-constexpr int BYTES_PER_COLOR = 4;
 constexpr double MAX_BYTE = 255.0;
 
 bool hasTuples(vtkDataArray* array)
@@ -112,7 +112,7 @@ std::string tableLines(vtkLookupTable& table, int colors)
     std::string text;
     for (int i = 0; i < colors; ++i)
     {
-        double rgba[BYTES_PER_COLOR];
+        double rgba[detail::COLOR_BYTES];
         table.GetTableValue(i, rgba);
         text += detail::decimal(rgba[0]) + ' ' + detail::decimal(rgba[1]) + ' ' + detail::decimal(rgba[2]) + ' ' +
                 detail::decimal(rgba[3]) + '\n';
@@ -279,7 +279,7 @@ int SDBDataWriter::WriteLookupTable(std::ofstream* fp, vtkLookupTable& table, in
                                std::to_string(colors) + '\n');
     if (this->FileType == VTK_BINARY)
     {
-        this->WriteBlock(fp, table.GetPointer(0), std::uint64_t{BYTES_PER_COLOR} * static_cast<unsigned>(colors));
+        this->WriteBlock(fp, table.GetPointer(0), std::uint64_t{detail::COLOR_BYTES} * static_cast<unsigned>(colors));
         detail::writeText(*fp, "\n");
     }
     else
@@ -336,7 +336,7 @@ int SDBDataWriter::WriteFieldData(std::ofstream* fp, vtkFieldData* fieldData)
         const int components = array->GetNumberOfComponents();
         const std::string name =
             detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
-        const detail::ArrayRecord record(*array, num, components, 0, *this->NarrowingBuffer);
+        const detail::ArrayRecord record(*array, num, components, NO_NARROWING, *this->NarrowingBuffer);
         (void)this->WriteRecord(fp, record, // a failed stream shows in the error code
                                 detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
                                     std::to_string(num) + " %s\n");

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <vtkBitArray.h>
+#include <vtkDoubleArray.h>
 #include <vtkFloatArray.h>
 #include <vtkIdTypeArray.h>
 #include <vtkIntArray.h>
@@ -105,6 +106,10 @@ TEST(StoredArrayTest, valuesThatTheFormatCannotHoldAreRefused)
     EXPECT_THAT(refusal(test::arrayOf<vtkFloatArray>("", 1, {1, 2}), 3), HasSubstr("holds 2 values where 3"));
     EXPECT_THAT(refusal(test::arrayOf<vtkFloatArray>("", 1, {1, 2}), -1), HasSubstr("where -1"));
     EXPECT_EQ(refusal(test::arrayOf<vtkFloatArray>("", 1, {}), 0), "");
+    const auto halfFilled = test::arrayOf<vtkDoubleArray>("", 2, {1, 2});
+    halfFilled->InsertNextValue(3);
+    EXPECT_EQ(refusal(halfFilled, 2), "");
+    EXPECT_THAT(refusal(halfFilled, 3), HasSubstr("holds 2 values where 3"));
 
     char byte = 0;
     vtkNew<vtkUnsignedCharArray> huge; // claims 2 GiB, of which nothing may be looked at

@@ -74,6 +74,8 @@ constexpr AttributeFormat GLOBAL_IDS_FORMAT{vtkDataSetAttributes::GLOBALIDS, "GL
 /// Scalars of unsigned chars, and the colours of scalars.
 constexpr std::string_view COLOR_SCALARS_WORD = "COLOR_SCALARS";
 constexpr std::string_view LOOKUP_TABLE_WORD = "LOOKUP_TABLE";
+/// Bytes of one colour of a table: red, green, blue, alpha.
+constexpr int COLOR_BYTES = 4;
 
 /// The table name of scalars without colours of their own.
 constexpr std::string_view DEFAULT_LOOKUP_TABLE = "default";

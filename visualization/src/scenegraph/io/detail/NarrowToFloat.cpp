@@ -20,9 +20,8 @@ struct Bracket
     std::uint64_t step;
 };
 
-/// The step is shifted as a 32-bit number and then sign-extended: files made with a shift of 34 depend on the step
-/// being
-/// 4. Shifts count modulo the width of what they shift.
+/// The step is shifted as a 32-bit number and then sign-extended: files made with a shift of 34 depend on its being 4.
+/// Shifts count modulo the width of what they shift.
 Bracket bracketOf(int shift)
 {
     const auto count = static_cast<std::uint32_t>(shift);

@@ -100,10 +100,11 @@ std::string countRefusal(vtkDataArray& array, std::int64_t valueCount)
     {
         return "values of type " + std::to_string(type) + " are not stored";
     }
-    if (valueCount < 0 || array.GetNumberOfValues() < valueCount)
+    // The values of a last tuple that is not full do not count.
+    const std::int64_t held = array.GetNumberOfTuples() * array.GetNumberOfComponents();
+    if (valueCount < 0 || held < valueCount)
     {
-        return "it holds " + std::to_string(array.GetNumberOfValues()) + " values where " + std::to_string(valueCount) +
-               " are expected";
+        return "it holds " + std::to_string(held) + " values where " + std::to_string(valueCount) + " are expected";
     }
     if (valueCount > MAX_STORED / std::max(storedWidth(type), 1))
     {
