@@ -1,5 +1,6 @@
 #include "scenegraph/io/detail/Blocks.h"
 
+#include "scenegraph/io/detail/MemoryStream.h"
 #include "scenegraphcommon/Logger.h"
 
 #include <algorithm>
@@ -119,36 +120,52 @@ bool readRaw(std::istream& in, char* data, std::uint64_t size)
     return true;
 }
 
-/// The compressed bytes of a block, with their memory charged for as long as this object lives.
+/// The compressed bytes of a block: where they lie if the stream reads from memory, or else in scratch memory, which is
+/// charged for as long as this object lives.
 class CompressedBytes
 {
 public:
-    CompressedBytes(std::uint64_t size, detail::MemoryBudget& budget)
+    explicit CompressedBytes(detail::MemoryBudget& budget)
         : _budget(budget)
-        , _charged(size > SCRATCH_BYTES ? size : 0)
-        , _bytes(budget.charge(_charged) ? _scratch.take(size) : nullptr)
     {
     }
 
-    ~CompressedBytes()
-    {
-        if (_bytes != nullptr)
-        {
-            _budget.release(_charged);
-        }
-    }
+    ~CompressedBytes() { _budget.release(_charged); }
 
     CompressedBytes(const CompressedBytes&) = delete;
     CompressedBytes& operator=(const CompressedBytes&) = delete;
 
-    /// Null if the budget does not suffice.
-    char* get() { return _bytes; }
+    /// Takes the next `size` bytes of the stream. A budget that does not suffice counts as a short read.
+    bool take(std::istream& in, std::uint64_t size)
+    {
+        if (auto* const memory = dynamic_cast<detail::MemoryBuffer*>(in.rdbuf()))
+        {
+            _bytes = memory->take(size);
+            if (_bytes == nullptr)
+            {
+                in.setstate(std::ios::eofbit | std::ios::failbit);
+                return reportFailedRead(size);
+            }
+            return true;
+        }
+        const std::uint64_t onHeap = size > SCRATCH_BYTES ? size : 0;
+        if (!_budget.charge(onHeap))
+        {
+            return reportFailedRead(size);
+        }
+        _charged = onHeap;
+        char* const bytes = _scratch.take(size);
+        _bytes = bytes;
+        return readRaw(in, bytes, size);
+    }
+
+    const Bytef* get() const { return reinterpret_cast<const Bytef*>(_bytes); }
 
 private:
     detail::MemoryBudget& _budget;
-    std::uint64_t _charged;
+    std::uint64_t _charged = 0;
     Scratch _scratch;
-    char* _bytes;
+    const char* _bytes = nullptr;
 };
 
 /// Decodes a zlib block into `data`, which holds `capacity` bytes. With `trusted` the block's own length decides how
@@ -163,19 +180,15 @@ bool readZlib(std::istream& in, char* data, std::uint64_t capacity, bool trusted
     {
         return reportFailedRead(compressedSize);
     }
-    CompressedBytes compressed(compressedSize, budget);
-    if (compressed.get() == nullptr)
-    {
-        return reportFailedRead(compressedSize);
-    }
-    if (!readRaw(in, compressed.get(), compressedSize))
+    CompressedBytes compressed(budget);
+    if (!compressed.take(in, compressedSize))
     {
         return false;
     }
     const bool longer = !trusted && uncompressedSize > capacity;
     uLongf length = zlibLength(longer ? capacity : uncompressedSize);
-    const int result = uncompress(reinterpret_cast<Bytef*>(data), &length,
-                                  reinterpret_cast<const Bytef*>(compressed.get()), zlibLength(compressedSize));
+    const int result =
+        uncompress(reinterpret_cast<Bytef*>(data), &length, compressed.get(), zlibLength(compressedSize));
     if (longer && result == Z_BUF_ERROR && length == capacity)
     {
         longerBlock.log("sdb::readCompressed: block of " + std::to_string(uncompressedSize) +

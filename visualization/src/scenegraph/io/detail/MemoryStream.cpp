@@ -10,6 +10,18 @@ MemoryBuffer::MemoryBuffer(const char* data, std::size_t size)
     setg(begin, begin, begin + size);
 }
 
+const char* MemoryBuffer::take(std::uint64_t size)
+{
+    const char* const bytes = gptr();
+    if (size > static_cast<std::uint64_t>(egptr() - gptr()))
+    {
+        setg(eback(), egptr(), egptr());
+        return nullptr;
+    }
+    setg(eback(), gptr() + size, egptr());
+    return bytes;
+}
+
 MemoryBuffer::pos_type MemoryBuffer::seekoff(off_type offset, std::ios_base::seekdir from,
                                              std::ios_base::openmode which)
 {

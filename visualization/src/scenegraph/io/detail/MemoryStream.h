@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <streambuf>
 
@@ -13,6 +14,9 @@ class MemoryBuffer : public std::streambuf
 public:
     /// The bytes are borrowed and have to outlive this object.
     MemoryBuffer(const char* data, std::size_t size);
+
+    /// The next `size` bytes, which count as read. If there are fewer, null, and all of them count as read.
+    const char* take(std::uint64_t size);
 
 protected:
     pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode which) override;
