@@ -57,8 +57,10 @@ public:
     /// Adds one record: everything that can be reached from `root`, which is a SceneNode or a ChartCanvasCollection
     /// (InternalError otherwise).
     ///   Success - the record is written and `recordIndex` its index in the file; look at hasFailed() too
-    ///   NotOpen - no file is open; nothing was written
-    /// What a node throws passes through; the record is then not in the file.
+    ///   NotOpen - no file is open, or the call comes from a node in the middle of another addition; nothing was
+    ///             written
+    /// What a node throws passes through; the record is then not in the file. Nor is it when a node closes the file or
+    /// opens another one: hasFailed() then says so.
     io::FileIoStatus addRecord(const std::string& title, const std::string& description, const std::string& sessionId,
                                Node& root, int& recordIndex) override;
 
@@ -95,6 +97,8 @@ protected:
 private:
     class Addition;
 
+    bool canBeginAddition() const;
+    bool isAdding() const;
     bool readIndex(std::istream& in, std::uint64_t& nextItem);
     std::streampos getStreamPosition();
     void writeTag(const Properties& tag);
@@ -104,7 +108,7 @@ private:
     void writePropertyTags();
     void writeBinaryData();
     void writePolyDataBlock(vtkPolyData& polys);
-    bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags tag, int narrowingShift,
+    bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind, int narrowingShift,
                            bool forceCompression);
     bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method);
 

@@ -10,8 +10,8 @@ namespace sdb::detail
 
 /// The open file of a writer: an output stream that knows where the next item (a record or a thumbnail) starts.
 ///
-/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that opening
-/// a file changes nothing.
+/// What lies behind that place is an item that was never finished; it stays until the next item is begun, so that
+/// opening a file changes nothing.
 class AppendStream : public OS::UpdateStream
 {
 public:
@@ -23,6 +23,9 @@ public:
     /// set, if the file cannot be cut.
     bool beginItem();
 
+    /// Whether an item has been begun and neither ended, left nor abandoned.
+    bool isInItem() const { return _inItem; }
+
     /// Flushes; true if everything up to now has been taken by the system.
     bool flushed();
 
@@ -30,7 +33,7 @@ public:
     void endItem();
 
     /// Leaves the item unfinished in the file; the next one takes its place.
-    void leaveItem() { _leftover = true; }
+    void leaveItem();
 
     /// Cuts the file back to the start of the item, writes nothing more and closes.
     void abandon();
@@ -40,6 +43,7 @@ public:
 private:
     std::uint64_t _nextItem;
     bool _leftover = false;
+    bool _inItem = false;
 };
 
 } // namespace sdb::detail

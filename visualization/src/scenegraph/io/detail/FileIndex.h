@@ -2,6 +2,7 @@
 
 #include "core/Properties.h"
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ class FileIndex
 public:
     /// Adds a record header behind the others.
     void registerRecord(const Properties& header);
+
     const std::vector<Properties>& records() const { return _records; }
 
     /// The frame number of the next record with this session and title. A counter that begins with 0 goes up by one for
@@ -27,11 +29,15 @@ public:
     /// Remembers the payload that a binary data tag describes under the checksum of its owner; a newer one replaces it.
     void registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp);
 
+    /// How many payloads are remembered.
+    std::size_t blockCount() const { return _storedBlocks.size(); }
+
     /// The tag of the payload stored for `checksum`, if the data had this stamp when it was stored; else null.
     const Properties* findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const;
 
     /// Makes the payloads registered since the last call of either function final, or takes them back.
     void keepBinaries() { _replaced.clear(); }
+
     void undoBinaries();
 
     void clear() { *this = FileIndex(); }
