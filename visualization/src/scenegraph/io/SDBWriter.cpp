@@ -6,6 +6,8 @@
 #include "platform/Platform.h"
 #include "scenegraph/io/detail/AppendStream.h"
 #include "scenegraph/io/detail/Index.h"
+#include "scenegraph/io/detail/Limits.h"
+#include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/NewFile.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
@@ -82,11 +84,17 @@ bool SDBWriter::readIndex(std::istream& in, std::uint64_t& nextItem)
 {
     using sdb::detail::WalkEnd;
     sdb::detail::FileIndex index;
+    const std::uint64_t mostBlocks = sdb::detail::storedBlocks(sdb::detail::streamSize(in));
+    const auto registerBlock = [&](unsigned int checksum, const Properties& tag)
+    {
+        if (index.blockCount() < mostBlocks)
+        {
+            index.registerBinaries(checksum, tag, static_cast<unsigned long long>(tag.getLong(key::MTIME)));
+            index.keepBinaries(); // what the file holds is never taken back, and tags may come up many times
+        }
+    };
     const sdb::detail::WalkResult walk = sdb::detail::indexRecords(
-        in, [&](const Properties& header) { index.registerRecord(header); },
-        [&](unsigned int checksum, const Properties& tag)
-        { index.registerBinaries(checksum, tag, static_cast<unsigned long long>(tag.getLong(key::MTIME))); },
-        [](const Properties&) {});
+        in, [&](const Properties& header) { index.registerRecord(header); }, registerBlock, [](const Properties&) {});
     if (walk.end != WalkEnd::EndOfFile && walk.end != WalkEnd::UnfinishedItem)
     {
         std::cerr << "SDBWriter: can't append to " << OS::toNarrow(_fileName) << ": the file is damaged at byte "
@@ -94,7 +102,6 @@ bool SDBWriter::readIndex(std::istream& in, std::uint64_t& nextItem)
         return false;
     }
     nextItem = walk.position;
-    index.keepBinaries();
     _index = std::move(index);
     return true;
 }
@@ -112,6 +119,13 @@ void SDBWriter::close()
 bool SDBWriter::isOpen() const
 {
     return _fileStream && _fileStream->is_open();
+}
+
+/// Whether an addition is under way. A node that opens another file in the middle of one writes nothing there: what
+/// is no addition could not be found again.
+bool SDBWriter::isAdding() const
+{
+    return _fileStream && _fileStream->isInItem();
 }
 
 void SDBWriter::flushFileStream()

@@ -59,8 +59,10 @@ public:
     /// (InternalError otherwise).
     ///   Success - the record is written and `recordIndex` its index in the file, or it could not be written: then
     ///             `recordIndex` is -1 and hasFailed() true
-    ///   NotOpen - no file is open; nothing was written
-    /// What a node throws passes through; the record is then not in the file.
+    ///   NotOpen - no file is open, or the call comes from a node in the middle of another addition; nothing was
+    ///             written
+    /// What a node throws passes through; the record is then not in the file. Nor is it when a node closes the file or
+    /// opens another one: hasFailed() then says so.
     io::FileIoStatus addRecord(const std::string& title, const std::string& description, const std::string& sessionId,
                                Node& root, int& recordIndex) override;
 
@@ -109,6 +111,8 @@ public:
 private:
     class Addition;
 
+    bool canBeginAddition() const;
+    bool isAdding() const;
     bool readIndex(std::istream& in, std::uint64_t& nextItem);
     std::streampos getStreamPosition();
     void writeTag(const Properties& tag);

@@ -123,7 +123,7 @@ bool SDBWriter::writePolys(const std::string& objectKey, vtkPolyData* polys, Tim
     {
         return false;
     }
-    if (!_binaryPass || !isOpen())
+    if (!_binaryPass || !isOpen() || !isAdding())
     {
         return true;
     }
@@ -181,7 +181,7 @@ bool SDBWriter::writePropNodeData(const std::string&, Properties&&, DataTag)
 bool SDBWriter::writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind,
                                   int narrowingShift, bool forceCompression)
 {
-    if (!_binaryPass || !isOpen())
+    if (!_binaryPass || !isOpen() || !isAdding())
     {
         return true;
     }

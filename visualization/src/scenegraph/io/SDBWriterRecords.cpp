@@ -93,6 +93,7 @@ public:
     explicit Addition(SDBWriter& writer)
         : _writer(writer)
         , _stream(writer._fileStream)
+        , _fileName(writer._fileName)
     {
         _stream->beginItem();
     }
@@ -104,7 +105,7 @@ public:
             return;
         }
         _writer._index.undoBinaries();
-        if (_stream->good())
+        if (isWritable() && _stream->good())
         {
             _stream->leaveItem();
         }
@@ -112,7 +113,7 @@ public:
         {
             _stream->abandon();
             _writer._failed = true;
-            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_writer._fileName)
+            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_fileName)
                       << " failed; the file was cut back to its last whole item and closed\n";
         }
     }
@@ -121,7 +122,7 @@ public:
     Addition& operator=(const Addition&) = delete;
 
     /// Whether the system has taken everything that was written up to now.
-    bool taken() { return _stream->is_open() && _stream->flushed(); }
+    bool taken() { return isWritable() && _stream->flushed(); }
 
     /// Makes the addition part of the file.
     void complete()
@@ -132,10 +133,19 @@ public:
     }
 
 private:
+    /// Whether no node has closed the file or opened another one.
+    bool isWritable() const { return _writer._fileStream == _stream && _stream->is_open(); }
+
     SDBWriter& _writer;
     std::shared_ptr<sdb::detail::AppendStream> _stream; ///< kept alive whatever a node does with the writer
+    std::wstring _fileName;
     bool _complete = false;
 };
+
+bool SDBWriter::canBeginAddition() const
+{
+    return isOpen() && _fileStream && !isAdding();
+}
 
 io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::string& description,
                                       const std::string& sessionId, Node& root, int& recordIndex)
@@ -144,12 +154,16 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     {
         raise(ROOT_HOLDS_A_SCENE);
     }
-    if (!isOpen())
+    if (!canBeginAddition())
     {
         return io::FileIoStatus::NotOpen;
     }
-    _sessionId = sessionId;
     sdb::collectAllNodes(root, _nodes);
+    if (!canBeginAddition())
+    {
+        return io::FileIoStatus::NotOpen; // a node has closed the file
+    }
+    _sessionId = sessionId;
     collectDataArrays();
 
     recordIndex = -1;
@@ -238,7 +252,7 @@ void SDBWriter::writeBinaryData()
 
 bool SDBWriter::write(const std::string& objectKey, Properties&& properties)
 {
-    if (_propertyPass)
+    if (_propertyPass && isAdding())
     {
         Properties tag;
         tag.set(key::DATA_FIELD, field::NODE);
@@ -259,7 +273,7 @@ void SDBWriter::collectDataArrays()
 
 io::FileIoStatus SDBWriter::addThumbnail(int recordIndex, const Bitmap<3>& bitmap)
 {
-    if (!isOpen())
+    if (!canBeginAddition())
     {
         return io::FileIoStatus::NotOpen;
     }

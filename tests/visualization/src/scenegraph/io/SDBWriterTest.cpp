@@ -5,6 +5,7 @@
 #include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/PolyDataNode.h"
 #include "scenegraph/io/SDBReader.h"
+#include "support/ContainerBytes.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/TemporaryDirectory.h"
@@ -13,8 +14,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -357,6 +360,143 @@ TEST_F(SDBWriterTest, anExceptionLeavesNoRecordAndNoStoredData)
     EXPECT_EQ(records().size(), 2U);
     ASSERT_TRUE(reader.loadRecord(1, stream));
     EXPECT_EQ(stream.arrays.size(), 2U);
+}
+
+TEST_F(SDBWriterTest, nodesThatCallTheWriterBackHarmNoFile)
+{
+    const std::wstring other = directory.file("other.sce").wide;
+    const auto nestedRecord = [](SDBWriter& target)
+    {
+        Scene inner("SceneNode_0");
+        EXPECT_EQ(add(target, inner), -2); // no index was set
+    };
+
+    struct Case
+    {
+        const char* name;
+        std::function<void(SDBWriter&)> call;
+        std::size_t records; ///< in the file after the call's own record and another one
+        std::size_t others;  ///< in the other file
+    };
+
+    const Case cases[] = {
+        {"record", nestedRecord, 3, 1},
+        {"record of a copy",
+         [&](SDBWriter& target)
+         {
+             SDBWriter copy(target), second = copy;
+             nestedRecord(second);
+         },
+         3, 1},
+        {"thumbnail",
+         [](SDBWriter& target) { EXPECT_EQ(target.addThumbnail(0, tsg::Bitmap<3>()), FileIoStatus::NotOpen); }, 3, 1},
+        {"close", [](SDBWriter& target) { target.close(); }, 1, 1},
+        {"open", [&](SDBWriter& target) { target.open(other, true, false); }, 1, 2},
+    };
+    Scene quiet("SceneNode_2");
+    quiet.with(triangle()); // written after the node that calls back
+    for (const Case& test : cases)
+    {
+        for (const bool inBinaryPass : {false, true})
+        {
+            SCOPED_TRACE(std::string(test.name) + (inBinaryPass ? " in the binary pass" : " in the property pass"));
+            SDBWriter written;
+            ASSERT_EQ(written.open(other, false, false), FileIoStatus::Success);
+            add(written, quiet);
+            written = SDBWriter();
+            ASSERT_EQ(written.open(path, false, false), FileIoStatus::Success);
+            add(written, quiet);
+            Scene caller;
+            caller.addChild(quiet);
+            caller.afterSerialize = [&](tsg::NodeStream&)
+            {
+                if (written.getExportBinaryData() == inBinaryPass)
+                {
+                    test.call(written);
+                }
+            };
+            add(written, caller);
+            EXPECT_EQ(written.hasFailed(), test.records == 1);
+            caller.afterSerialize = nullptr;
+            add(written, caller);
+            EXPECT_EQ(records().size(), test.records);
+            ASSERT_EQ(reader.open(other), FileIoStatus::Success);
+            ASSERT_EQ(reader.getRecords().size(), test.others);
+            test::RecordingStream stream;
+            EXPECT_TRUE(reader.loadRecord(0, stream));
+            EXPECT_EQ(stream.polys.size(), 1U);
+        }
+    }
+}
+
+TEST_F(SDBWriterTest, aNodeThatClosesTheFileWhileNodesAreCollectedGetsNoRecord)
+{
+    struct Closer : Scene
+    {
+        void collectReferences(std::unordered_set<tsg::Ptr<tsg::Node>>&) const override { target->close(); }
+
+        SDBWriter* target = nullptr;
+    };
+
+    Closer closer;
+    closer.target = &writer;
+    int index = 7;
+    EXPECT_EQ(writer.addRecord("t", "d", "s", closer, index), FileIoStatus::NotOpen);
+    EXPECT_EQ(index, 7);
+    EXPECT_EQ(records().size(), 0U);
+}
+
+TEST_F(SDBWriterTest, aFileHeaderThatClaimsToBeAnUnfinishedRecordIsNotCutOff)
+{
+    writer.close();
+    std::string content = bytes();
+    content.insert(1, R"("DataField":"Header","FilePos":"0","Length":"0",)");
+    std::ofstream(directory.file("file.sce").narrow, std::ios::binary) << content;
+    EXPECT_EQ(writer.open(path, true, false), FileIoStatus::OpenFailed);
+    EXPECT_EQ(bytes(), content);
+}
+
+TEST_F(SDBWriterTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
+{
+    constexpr int BLOCKS = 40;
+    constexpr char SESSIONS = 50;
+    const auto array = floats("shared", {1});
+    const test::Edit describe = [&](Properties& tag)
+    {
+        tag.set("MTime", static_cast<std::int64_t>(array->GetMTime()));
+        tag.set("NumberOfComponents", 1);
+        tag.set("NumberOfTuples", 1);
+        tag.set("DataType", VTK_FLOAT);
+    };
+    std::vector<test::RawBlock> stored{{"shared", "12345", {}, describe}};
+    for (int i = 1; i < BLOCKS; ++i)
+    {
+        stored.push_back({std::to_string(i), "12345", {}, describe});
+    }
+    test::ContainerBytes content;
+    content.record("first", stored);
+    const std::uint64_t first = content.str().find("{\"DataField\":\"BinaryData\"");
+    for (char session = 0; session < SESSIONS; ++session)
+    {
+        content.record("t", {},
+                       [&](Properties& tag)
+                       {
+                           tag.set("SessionID", std::string(1, static_cast<char>('A' + session)),
+                                   Properties::Overwrite);
+                           test::position("BinaryData", first)(tag);
+                       });
+    }
+    writer.close();
+    std::ofstream(directory.file("file.sce").narrow, std::ios::binary) << content.str();
+    ASSERT_EQ(writer.open(path, true, false), FileIoStatus::Success);
+    Scene scene("N_1");
+    scene.with(array);
+    add(writer, scene, "s");
+    add(writer, scene, std::string(1, 'A' + SESSIONS - 1)); // the last of too many
+    const auto found = blocks();
+    ASSERT_EQ(found.size(), std::size_t{BLOCKS + 2});
+    EXPECT_EQ(found[BLOCKS].getString("FilePos"), found[0].getString("FilePos"));
+    EXPECT_NE(found[BLOCKS + 1].getString("FilePos"), found[0].getString("FilePos"));
 }
 
 TEST_F(SDBWriterTest, aFullDiskCostsOnlyTheRecordThatDidNotFit)

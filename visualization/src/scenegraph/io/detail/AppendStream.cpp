@@ -15,6 +15,7 @@ AppendStream::AppendStream(const std::wstring& path, std::uint64_t nextItem)
 
 void AppendStream::beginItem()
 {
+    _inItem = true;
     if (!_leftover)
     {
         return;
@@ -38,10 +39,18 @@ bool AppendStream::flushed()
 void AppendStream::endItem()
 {
     _nextItem = static_cast<std::uint64_t>(std::streamoff(tellp()));
+    _inItem = false;
+}
+
+void AppendStream::leaveItem()
+{
+    _leftover = true;
+    _inItem = false;
 }
 
 void AppendStream::abandon()
 {
+    _inItem = false;
     clear();
     close(); // tries once more to write what the stream still buffers, which the cut then removes
     truncate(_nextItem);

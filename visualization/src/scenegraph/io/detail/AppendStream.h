@@ -23,6 +23,9 @@ public:
     /// file cannot be cut.
     void beginItem();
 
+    /// Whether an item has been begun and neither ended, left nor abandoned.
+    bool isInItem() const { return _inItem; }
+
     /// Flushes; true if everything up to now has been taken by the system.
     bool flushed();
 
@@ -30,7 +33,7 @@ public:
     void endItem();
 
     /// Leaves the item unfinished in the file; the next one takes its place.
-    void leaveItem() { _leftover = true; }
+    void leaveItem();
 
     /// Cuts the file back to the start of the item, writes nothing more and closes.
     void abandon();
@@ -38,6 +41,7 @@ public:
 private:
     std::uint64_t _nextItem; ///< first byte of the next item
     bool _leftover = false;  ///< whether something lies there that has to be cut off first
+    bool _inItem = false;    ///< see isInItem
 };
 
 } // namespace sdb::detail

@@ -2,6 +2,7 @@
 
 #include "core/Properties.h"
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,6 +28,9 @@ public:
 
     /// Remembers the payload that a binary data tag describes under the checksum of its owner; a newer one replaces it.
     void registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp);
+
+    /// How many payloads are remembered.
+    std::size_t blockCount() const { return _storedBlocks.size(); }
 
     /// The tag of the payload stored for `checksum`, if the data had this stamp when it was stored; else null.
     const Properties* findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const;

@@ -154,7 +154,8 @@ private:
         const std::optional<std::uint64_t> next = findItem(_in, _end);
         if (!next.has_value())
         {
-            return stop(WalkEnd::UnfinishedItem, _begin);
+            // Without a file header in front of it, cutting the file there would leave none.
+            return stop(_result.lastItemEnd > 0 ? WalkEnd::UnfinishedItem : WalkEnd::Damage, _begin);
         }
         seekTo(_in, next);
         return true;

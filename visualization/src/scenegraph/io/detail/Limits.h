@@ -33,4 +33,12 @@ constexpr std::uint64_t indexedBlocks(std::uint64_t fileSize)
     return 1000000 + fileSize / 8;
 }
 
+/// Payloads that a file of that size can honestly hold, each with a tag of its own. Records of many sessions that all
+/// point at the same tags would make more of them.
+constexpr std::uint64_t storedBlocks(std::uint64_t fileSize)
+{
+    constexpr std::uint64_t LEAST_TAG_BYTES = 64;
+    return fileSize / LEAST_TAG_BYTES;
+}
+
 } // namespace sdb::detail
