@@ -14,7 +14,6 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using tsg::CompressionMethods;
 
 std::string written(const std::string& data, CompressionMethods method)
@@ -72,26 +71,27 @@ TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::Zlib));
 }
 
-struct DamagedBlock
-{
-    std::string bytes;
-    std::string message;
-    int position; ///< of the stream afterwards
-};
-
 TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
 {
+    struct DamagedBlock
+    {
+        std::string bytes;
+        std::vector<std::string> messages;
+        int position; ///< of the stream afterwards
+    };
+
     const std::string whole = test::golden("block-zlib.bin");
-    std::string corrupt = whole;
-    corrupt[20] ^= 0x55;
-    const std::string failed = "sdb::readCompressed: failed to read ";
-    const std::string unknown = "sdb::readCompressed: unknown compression method";
-    for (const DamagedBlock& damaged :
-         {DamagedBlock{"\2rest", unknown, 1},
-          DamagedBlock{std::string("\0abc", 4), failed + "40 bytes from input stream!", -1},
-          DamagedBlock{"", failed + "40 bytes from input stream!", -1},
-          DamagedBlock{whole.substr(0, 28), failed + "12 bytes from input stream!", -1},
-          DamagedBlock{whole.substr(0, 5), failed + "0 bytes from input stream!", -1}, DamagedBlock{corrupt, "", 29}})
+    const auto failed = [](const std::string& count)
+    { return "sdb::readCompressed: failed to read " + count + " bytes from input stream!"; };
+    const DamagedBlock cases[] = {
+        {"\2rest", {"sdb::readCompressed: unknown compression method"}, 1},
+        {std::string("\0abc", 4), {failed("40")}, -1},
+        {"", {failed("40")}, -1},
+        {whole.substr(0, 28), {failed("12")}, -1},
+        {whole.substr(0, 5), {failed("0")}, -1},
+        {std::string(whole).replace(20, 1, 1, static_cast<char>(whole[20] ^ 0x55)), {}, 29},
+    };
+    for (const DamagedBlock& damaged : cases)
     {
         for (const bool isBounded : {false, true})
         {
@@ -101,7 +101,7 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
             sdb::detail::MemoryBudget budget(1 << 20);
             EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
                                    : sdb::readCompressed(in, back.data(), 40));
-            EXPECT_EQ(log.entries, damaged.message.empty() ? std::vector<std::string>() : std::vector{damaged.message});
+            EXPECT_EQ(log.entries, damaged.messages);
             EXPECT_EQ(in.tellg(), damaged.position);
         }
     }

@@ -3,7 +3,6 @@
 #include "support/TemporaryDirectory.h"
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 
@@ -20,7 +19,7 @@ protected:
     test::TemporaryFile file(const std::string& name, const std::string& content)
     {
         const test::TemporaryFile path = directory.file(name);
-        std::ofstream(path.narrow) << content;
+        test::writeBytes(path.narrow, content);
         return path;
     }
 
