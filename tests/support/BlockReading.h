@@ -6,13 +6,8 @@
 #include "support/Datasets.h"
 #include "support/LogCapture.h"
 #include "support/ReportedErrors.h"
+#include "support/Testing.h"
 #include "support/TouchEverything.h"
-
-#include <functional>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 namespace test
 {

@@ -7,11 +7,7 @@
 #include "support/Datasets.h"
 #include "support/RecordingStream.h"
 #include "support/TemporaryDirectory.h"
-
-#include <functional>
-#include <string>
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace test
 {

@@ -1,14 +1,9 @@
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
-#include <string>
-#include <system_error>
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
+#include <cstdlib>
+#include <system_error>
 
 namespace test
 {

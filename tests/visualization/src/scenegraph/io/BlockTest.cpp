@@ -3,17 +3,14 @@
 #include "scenegraph/io/detail/Blocks.h"
 #include "support/Golden.h"
 #include "support/LogCapture.h"
+#include "support/Testing.h"
 
 #include <random>
-#include <sstream>
-#include <string>
-
-#include <gmock/gmock.h>
 
 namespace
 {
 
-using testing::ElementsAre;
+using namespace test;
 using tsg::CompressionMethods;
 
 std::string written(const std::string& data, CompressionMethods method)
@@ -36,10 +33,10 @@ std::string noise(std::size_t size)
 
 TEST(BlockTest, bytesAreThoseOfTheFormatPage)
 {
-    EXPECT_TRUE(test::isGolden("block-none.bin", written("abc", CompressionMethods::None)));
-    EXPECT_TRUE(test::isGolden("block-zlib.bin", written(std::string(40, 'a'), CompressionMethods::Zlib)));
-    const test::LogCapture log;
-    EXPECT_TRUE(test::isGolden("block-empty.bin", written("", CompressionMethods::Zlib)));
+    EXPECT_TRUE(isGolden("block-none.bin", written("abc", CompressionMethods::None)));
+    EXPECT_TRUE(isGolden("block-zlib.bin", written(std::string(40, 'a'), CompressionMethods::Zlib)));
+    const LogCapture log;
+    EXPECT_TRUE(isGolden("block-empty.bin", written("", CompressionMethods::Zlib)));
     EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: suspicious request to write an array of zero length"));
 }
 
@@ -61,7 +58,7 @@ TEST(BlockTest, whatIsWrittenIsReadBack)
 
 TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
 {
-    const test::LogCapture log;
+    const LogCapture log;
     std::ostringstream out;
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, static_cast<CompressionMethods>(2)));
     EXPECT_EQ(out.str(), "\2");
@@ -80,7 +77,7 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
         int position; ///< of the stream afterwards
     };
 
-    const std::string whole = test::golden("block-zlib.bin");
+    const std::string whole = golden("block-zlib.bin");
     const auto failed = [](const std::string& count)
     { return "sdb::readCompressed: failed to read " + count + " bytes from input stream!"; };
     const DamagedBlock cases[] = {
@@ -95,7 +92,7 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
     {
         for (const bool isBounded : {false, true})
         {
-            const test::LogCapture log;
+            const LogCapture log;
             std::istringstream in(damaged.bytes);
             std::string back(40, '\0');
             sdb::detail::MemoryBudget budget(1 << 20);
@@ -117,14 +114,14 @@ TEST(BlockTest, theExportedReaderTrustsTheBlocksOwnLength)
 
 TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
 {
-    const test::LogCapture log;
+    const LogCapture log;
     sdb::detail::MemoryBudget budget(1 << 20);
     std::istringstream longer(written(noise(50), CompressionMethods::Zlib) + "next");
     std::string back(41, '.');
     EXPECT_TRUE(sdb::detail::readBlock(longer, back.data(), 40, budget));
     EXPECT_EQ(back, noise(40) + ".");
     EXPECT_EQ(longer.str().substr(static_cast<std::size_t>(longer.tellg())), "next");
-    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("block of 50 bytes is longer than the expected 40")));
+    EXPECT_THAT(log.entries, ElementsAre(HasSubstr("block of 50 bytes is longer than the expected 40")));
 
     std::istringstream shorter(written(noise(30), CompressionMethods::Zlib));
     back.assign(40, '\0');
@@ -134,15 +131,15 @@ TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
 
 TEST(BlockTest, aLyingCompressedLengthTakesNoMoreThanTheBudget)
 {
-    const test::LogCapture log;
-    std::string bytes = test::golden("block-zlib.bin");
+    const LogCapture log;
+    std::string bytes = golden("block-zlib.bin");
     bytes[14] = '\x7f'; // more than 100 TiB
     std::istringstream in(bytes);
     sdb::detail::MemoryBudget budget(1 << 20);
     std::string back(40, '\0');
     EXPECT_FALSE(sdb::detail::readBlock(in, back.data(), 40, budget));
     EXPECT_EQ(budget.left(), 1U << 20);
-    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("failed to read 139637976727564 bytes")));
+    EXPECT_THAT(log.entries, ElementsAre(HasSubstr("failed to read 139637976727564 bytes")));
 }
 
 } // namespace

@@ -3,19 +3,15 @@
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "support/BlockReading.h"
 #include "support/Golden.h"
+#include "support/Testing.h"
 
 #include <climits>
-#include <string>
-#include <vector>
 
 /// What damaged and hostile dataset blocks come to. Every reading touches all that it has read.
 namespace
 {
 
 using namespace test;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::Not;
 
 TEST(DatasetDamageTest, connectivityIsProvedBeforeVtkSeesIt)
 {

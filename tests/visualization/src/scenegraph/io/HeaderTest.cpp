@@ -2,19 +2,18 @@
 
 #include "core/TavoVersion.h"
 #include "support/Golden.h"
+#include "support/Testing.h"
 
-#include <limits>
 #include <regex>
-#include <sstream>
-#include <string>
 
 namespace
 {
 
+using namespace test;
+
 TEST(HeaderTest, headerIsTheOneOfTheFormatPageWithThisRelease)
 {
-    const std::string example =
-        test::golden("two-records.sce").substr(0, test::golden("two-records.sce").find('\n') + 1);
+    const std::string example = golden("two-records.sce").substr(0, golden("two-records.sce").find('\n') + 1);
     std::ostringstream out;
     out.width(200);
     sdb::writeHeader(out);

@@ -1,21 +1,19 @@
 #include "scenegraph/io/detail/NarrowToFloat.h"
 
 #include "support/Datasets.h"
+#include "support/Testing.h"
 
 #include <cfloat>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
-#include <gmock/gmock.h>
 #include <vtkFloatArray.h>
 #include <vtkSOADataArrayTemplate.h>
 
 namespace
 {
 
-using test::arrayOf;
-using testing::ElementsAre;
+using namespace test;
 using tsg::detail::narrowToFloat;
 
 constexpr double INF = std::numeric_limits<double>::infinity();
@@ -80,7 +78,7 @@ TEST(NarrowToFloatTest, theBufferTakesTheShapeOfTheValues)
     const vtkNew<vtkFloatArray> buffer;
     EXPECT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "", 3, {1, 2, 3, 4, 5, 6, 7}), buffer, 34), buffer);
     EXPECT_EQ(buffer->GetNumberOfComponents(), 3);
-    EXPECT_THAT(test::valuesOf(buffer), ElementsAre(1, 2, 3, 4, 5, 6));
+    EXPECT_THAT(valuesOf(buffer), ElementsAre(1, 2, 3, 4, 5, 6));
     EXPECT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "", 2, {}), buffer, 34), buffer);
     EXPECT_EQ(buffer->GetNumberOfTuples(), 0);
     EXPECT_EQ(buffer->GetNumberOfComponents(), 2);
@@ -96,7 +94,7 @@ TEST(NarrowToFloatTest, whatIsNotNarrowedLeavesTheBufferAlone)
     EXPECT_EQ(narrowToFloat(doubles, buffer, 0), doubles);
     EXPECT_EQ(narrowToFloat(floats, buffer, 34), floats);
     EXPECT_EQ(narrowToFloat(columns, buffer, 34), columns);
-    EXPECT_THAT(test::valuesOf(buffer), ElementsAre(7));
+    EXPECT_THAT(valuesOf(buffer), ElementsAre(7));
 }
 
 } // namespace

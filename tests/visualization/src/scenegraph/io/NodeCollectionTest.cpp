@@ -2,18 +2,15 @@
 
 #include "scenegraph/Node.h"
 #include "support/RaisedError.h"
+#include "support/Testing.h"
 
 #include <deque>
-#include <string>
 #include <unordered_set>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 namespace
 {
 
-using testing::ElementsAre;
+using namespace test;
 
 class TestNode : public tsg::Node
 {
@@ -64,7 +61,7 @@ TEST(NodeCollectionTest, aReferenceThatIsNoNodeRaisesAndAddsNothing)
         root.refersTo(&child);
         child.refersTo(bad);
         sdb::NodeSet nodes{&old};
-        EXPECT_EQ(test::raisedBy([&] { sdb::collectAllNodes(root, nodes); }),
+        EXPECT_EQ(raisedBy([&] { sdb::collectAllNodes(root, nodes); }),
                   "Uninitialized object or unexpected object type|res|base/src/scenegraph/Ptr|63");
         EXPECT_THAT(nodes, ElementsAre(&old));
     }

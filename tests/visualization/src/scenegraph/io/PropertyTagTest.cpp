@@ -2,15 +2,14 @@
 
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/Positions.h"
+#include "support/Testing.h"
 
 #include <ios>
-#include <sstream>
-#include <string>
-
-#include <gtest/gtest.h>
 
 namespace
 {
+
+using namespace test;
 
 constexpr std::ios::iostate AT_END = std::ios::eofbit | std::ios::failbit;
 

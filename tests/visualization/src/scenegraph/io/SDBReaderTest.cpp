@@ -3,24 +3,13 @@
 #include "core/Error.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "support/Scenes.h"
+#include "support/Testing.h"
 #include "support/TouchEverything.h"
-
-#include <algorithm>
-#include <cstdint>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 namespace
 {
 
 using namespace test;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using tsg::ISDBReader;
 using tsg::SDBReader;
 using tsg::io::FileIoStatus;

@@ -4,25 +4,16 @@
 #include "scenegraph/PolyDataNode.h"
 #include "support/RaisedError.h"
 #include "support/Scenes.h"
+#include "support/Testing.h"
 
-#include <algorithm>
 #include <csignal>
-#include <cstdint>
-#include <filesystem>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 
 namespace
 {
 
 using namespace test;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 

@@ -1,20 +1,18 @@
 #include "scenegraph/io/detail/StoredArray.h"
 
 #include "support/Datasets.h"
+#include "support/Testing.h"
 
 #include <cstring>
 
-#include <gmock/gmock.h>
 #include <vtkSOADataArrayTemplate.h>
 #include <vtkUnsignedCharArray.h>
 
 namespace
 {
 
+using namespace test;
 using sdb::detail::MemoryBudget;
-using test::arrayOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using tsg::detail::makeStoredArray;
 using tsg::detail::StoredValues;
 
@@ -58,7 +56,7 @@ TEST(StoredArrayTest, everyStorableTypeComesBackAsItWentIn)
         EXPECT_STREQ(copy->GetClassName(), array->GetClassName());
         ASSERT_EQ(copy->GetNumberOfTuples(), 2);
         const bool isBit = type == VTK_BIT; // bits come zeroed
-        EXPECT_THAT(test::valuesOf(copy), ElementsAre(!isBit, 0, !isBit, isBit ? 0 : last));
+        EXPECT_THAT(valuesOf(copy), ElementsAre(!isBit, 0, !isBit, isBit ? 0 : last));
         EXPECT_LE(budget.left(), 1000 - 4U * static_cast<unsigned>(array->GetDataTypeSize()));
         EXPECT_GE(budget.left(), 1000 - 4U * sizeof(double) - 2 * sizeof(double));
     }

@@ -1,12 +1,12 @@
 #include "scenegraph/io/SDB.h"
 
 #include "support/Golden.h"
-
-#include <sstream>
-#include <string>
+#include "support/Testing.h"
 
 namespace
 {
+
+using namespace test;
 
 std::string pixelsOf(const tsg::Bitmap<3>& bitmap)
 {
@@ -53,7 +53,7 @@ TEST(ThumbnailTest, fillsWhatThereIsAndRestoresTheStream)
 
 TEST(ThumbnailTest, theExampleOfTheFormatPageHasARedAndABluePixel)
 {
-    std::istringstream in(test::golden("two-records.sce"));
+    std::istringstream in(golden("two-records.sce"));
     tsg::Bitmap<3> bitmap;
     sdb::indexRecords(
         in, [](const Properties&) {}, [](unsigned, const Properties&) {},
