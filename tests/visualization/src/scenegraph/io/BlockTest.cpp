@@ -70,17 +70,11 @@ TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
 
 TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
 {
-    struct DamagedBlock
-    {
-        std::string bytes;
-        std::vector<std::string> messages;
-        int position; ///< of the stream afterwards
-    };
-
+    // position: of the stream afterwards
     const std::string whole = golden("block-zlib.bin");
     const auto failed = [](const std::string& count)
     { return "sdb::readCompressed: failed to read " + count + " bytes from input stream!"; };
-    const DamagedBlock cases[] = {
+    const std::tuple<std::string, std::vector<std::string>, int> cases[] = {
         {"\2rest", {"sdb::readCompressed: unknown compression method"}, 1},
         {std::string("\0abc", 4), {failed("40")}, -1},
         {"", {failed("40")}, -1},
@@ -88,18 +82,18 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
         {whole.substr(0, 5), {failed("0")}, -1},
         {std::string(whole).replace(20, 1, 1, static_cast<char>(whole[20] ^ 0x55)), {}, 29},
     };
-    for (const DamagedBlock& damaged : cases)
+    for (const auto& [bytes, messages, position] : cases)
     {
         for (const bool isBounded : {false, true})
         {
             const LogCapture log;
-            std::istringstream in(damaged.bytes);
+            std::istringstream in(bytes);
             std::string back(40, '\0');
             sdb::detail::MemoryBudget budget(1 << 20);
             EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
                                    : sdb::readCompressed(in, back.data(), 40));
-            EXPECT_EQ(log.entries, damaged.messages);
-            EXPECT_EQ(in.tellg(), damaged.position);
+            EXPECT_EQ(log.entries, messages);
+            EXPECT_EQ(in.tellg(), position);
         }
     }
 }

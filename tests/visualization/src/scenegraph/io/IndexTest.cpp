@@ -42,15 +42,6 @@ TEST(IndexTest, theExampleOfTheFormatPageHasTwoRecordsThatShareABlock)
     EXPECT_EQ(in.tellg(), 7);
 }
 
-TEST(IndexTest, checksumsBelongToSessionOwnerNameAndTag)
-{
-    std::istringstream in(ContainerBytes().record("a", {{"T", "x"}}).str());
-    unsigned checksum = 0;
-    sdb::indexRecords(
-        in, NO_TAG, [&](unsigned value, const Properties&) { checksum = value; }, NO_TAG);
-    EXPECT_EQ(checksum, sdb::getChecksum("s", "N_1", "T", sdb::PointData));
-}
-
 TEST(IndexTest, behindASharedPayloadTheBlocksOfTheEarlierRecordAreReported)
 {
     ContainerBytes file;

@@ -30,16 +30,9 @@ double neighbour(double value, std::int64_t difference)
 
 TEST(NarrowToFloatTest, aValueNarrowsIfItsFloatLiesInTheBracket)
 {
-    struct Case
-    {
-        int shift;
-        double value;
-        float narrowed;
-    };
-
     constexpr std::int64_t CLEARED = std::int64_t{1} << 34;
     const float up = static_cast<float>(neighbour(2.5, CLEARED)), down = static_cast<float>(neighbour(-2.5, CLEARED));
-    const Case narrowing[] = {
+    const std::tuple<int, double, float> narrowing[] = {
         {34, 2.5, 2.5F},
         {34, -2.5, -2.5F},
         {34, 100.125, 100.125F},
@@ -56,12 +49,12 @@ TEST(NarrowToFloatTest, aValueNarrowsIfItsFloatLiesInTheBracket)
         {66, 2.5, 2.5F},  // shifts count modulo their width: 2 bits cleared
         {-30, 2.5, 2.5F}, // 34 bits cleared, a step of 4
     };
-    for (const Case& row : narrowing)
+    for (const auto& [shift, value, narrowed] : narrowing)
     {
         const vtkNew<vtkFloatArray> buffer;
-        ASSERT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "v", 1, {0, row.value}), buffer, row.shift), buffer) << row.value;
-        EXPECT_EQ(buffer->GetValue(1), row.narrowed) << row.value << " by " << row.shift;
-        EXPECT_EQ(std::signbit(buffer->GetValue(1)), std::signbit(row.narrowed)) << row.value;
+        ASSERT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "v", 1, {0, value}), buffer, shift), buffer) << value;
+        EXPECT_EQ(buffer->GetValue(1), narrowed) << value << " by " << shift;
+        EXPECT_EQ(std::signbit(buffer->GetValue(1)), std::signbit(narrowed)) << value;
     }
     for (const double kept : {neighbour(2.5, CLEARED - 5), neighbour(-2.5, CLEARED - 5), 0.1, -1.0 / 3, 1234567.0,
                               262144.5, 1e300, 1e-60, INF, -INF})

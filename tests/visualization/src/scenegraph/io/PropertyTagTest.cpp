@@ -122,27 +122,20 @@ TEST(PropertyTagTest, checksumsAreTheCrcOfTheOwner)
 
 TEST(PropertyTagTest, rewindingGoesToTheEndOfWhatTheTagDescribes)
 {
-    struct RewindCase
-    {
-        const char* tag;
-        std::ios::iostate before, after;
-        int position;
-    };
-
-    const RewindCase cases[] = {
+    const std::tuple<const char*, std::ios::iostate, std::ios::iostate, int> cases[] = {
         {R"({"FilePos":"3","Length":"4"})", std::ios::eofbit, std::ios::goodbit, 7},
         {"{}", std::ios::goodbit, std::ios::goodbit, 0},
         {R"({"FilePos":"3","Length":"4"})", AT_END, std::ios::failbit, -1},
         {R"({"FilePos":"ffffffffffffffff","Length":"8"})", std::ios::goodbit, std::ios::failbit, -1},
         {R"({"FilePos":"7fffffffffffffff","Length":"1"})", std::ios::goodbit, std::ios::failbit, -1},
     };
-    for (const RewindCase& c : cases)
+    for (const auto& [tag, before, after, position] : cases)
     {
         std::istringstream in("0123456789");
-        in.setstate(c.before);
-        sdb::internal::rewindToEndOfTag(in, Properties(c.tag));
-        EXPECT_EQ(in.rdstate(), c.after) << c.tag;
-        EXPECT_EQ(in.tellg(), c.position) << c.tag;
+        in.setstate(before);
+        sdb::internal::rewindToEndOfTag(in, Properties(tag));
+        EXPECT_EQ(in.rdstate(), after) << tag;
+        EXPECT_EQ(in.tellg(), position) << tag;
     }
 }
 

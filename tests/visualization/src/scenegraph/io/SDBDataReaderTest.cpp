@@ -52,15 +52,7 @@ struct OpenReading
 
 TEST(SDBDataReaderTest, typeWordsTellHowValuesAreStored)
 {
-    struct TypeCase
-    {
-        const char* word;
-        const char* className;
-        std::string stored;
-        std::vector<double> values;
-    };
-
-    const TypeCase cases[] = {
+    const std::tuple<const char*, const char*, std::string, std::vector<double>> cases[] = {
         {"CHAR", "vtkCharArray", block<signed char>({-1, 2}), {-1, 2}},
         {"unsigned_char", "vtkUnsignedCharArray", block<unsigned char>({255, 2}), {255, 2}},
         {"short", "vtkShortArray", block<short>({-300, 2}), {-300, 2}},
@@ -75,14 +67,14 @@ TEST(SDBDataReaderTest, typeWordsTellHowValuesAreStored)
         {"doubles", "vtkDoubleArray", block<double>({0.1, 2}, tsg::CompressionMethods::Zlib), {0.1, 2}},
         {"bit", "vtkBitArray", "\x40\n", {0, 1}},
     };
-    for (const TypeCase& one : cases)
+    for (const auto& [word, className, stored, values] : cases)
     {
-        OpenReading open("BINARY", one.stored);
-        const auto array = vtkSmartPointer<vtkDataArray>::Take(open.reader->ReadArray(one.word, 2, 1));
-        ASSERT_NE(array, nullptr) << one.word;
-        EXPECT_STREQ(array->GetClassName(), one.className);
-        EXPECT_THAT(valuesOf(array), ElementsAreArray(one.values)) << one.word;
-        EXPECT_EQ(open.stream.peek(), '\n') << one.word;
+        OpenReading open("BINARY", stored);
+        const auto array = vtkSmartPointer<vtkDataArray>::Take(open.reader->ReadArray(word, 2, 1));
+        ASSERT_NE(array, nullptr) << word;
+        EXPECT_STREQ(array->GetClassName(), className);
+        EXPECT_THAT(valuesOf(array), ElementsAreArray(values)) << word;
+        EXPECT_EQ(open.stream.peek(), '\n') << word;
     }
 }
 
@@ -167,31 +159,25 @@ TEST(SDBDataReaderTest, recordsSayWhatIsWrongWithThem)
 
 TEST(SDBDataReaderTest, theFirstRecordOfAKindOrTheNamedOneBecomesActive)
 {
-    struct Choice
-    {
-        std::function<void(tsg::SDBPolyDataReader&)> configure;
-        std::string active; ///< empty for none
-        int arrays;
-    };
-
-    const Choice choices[] = {
+    // activeName: empty for none
+    const std::tuple<std::function<void(tsg::SDBPolyDataReader&)>, std::string, int> choices[] = {
         {[](auto&) {}, "a b", 1},
         {[](auto& reader) { reader.SetVectorsName("c"), reader.SetNormalsName("c"); }, "c", 1},
         {[](auto& reader) { reader.SetVectorsName("x"), reader.SetNormalsName("x"); }, "", 0},
         {[](auto& reader) { reader.ReadAllVectorsOn(), reader.ReadAllNormalsOn(); }, "a b", 2},
     };
     const std::string value = " float\n" + block<float>({1, 2, 3});
-    for (const Choice& choice : choices)
+    for (const auto& [configure, activeName, arrays] : choices)
     {
         for (const std::string keyword : {"VECTORS", "NORMALS"})
         {
             const std::string records = keyword + " a%20b" + value + keyword + " c" + value;
-            const BlockReading reading = readBlock(pointData(records), choice.configure);
+            const BlockReading reading = readBlock(pointData(records), configure);
             vtkPointData& data = reading.pointData();
             vtkDataArray* const active = keyword == "VECTORS" ? data.GetVectors() : data.GetNormals();
             EXPECT_THAT(reading.messages, IsEmpty());
-            EXPECT_EQ(data.GetNumberOfArrays(), choice.arrays) << choice.active;
-            EXPECT_EQ(active != nullptr ? active->GetName() : "", choice.active);
+            EXPECT_EQ(data.GetNumberOfArrays(), arrays) << activeName;
+            EXPECT_EQ(active != nullptr ? active->GetName() : "", activeName);
         }
     }
 }
@@ -222,29 +208,23 @@ TEST(SDBDataReaderTest, colorsInTextAreFractionsThatStayWithinBytes)
 
 TEST(SDBDataReaderTest, aTableGoesToTheScalarsThatAnnouncedIt)
 {
-    struct TableCase
-    {
-        const char* wanted;
-        std::string record;
-        int colors; ///< 0 if the scalars have no table
-    };
-
+    // colors: of the table; 0 if the scalars have none
     const std::string two = " 2\n" + block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) + "\n";
     const std::string scalars = "SCALARS s int\nLOOKUP_TABLE lut\n" + block<int>({1}) + "LOOKUP_TABLE ";
-    const TableCase cases[] = {{nullptr, "lut" + two, 2},
-                               {nullptr, "other" + two, 0},
-                               {"lut", "lut" + two, 2},
-                               {"mine", "lut" + two, 0},
-                               {nullptr, "lut 0\n", 0}};
-    for (const TableCase& one : cases)
+    const std::tuple<const char*, std::string, int> cases[] = {{nullptr, "lut" + two, 2},
+                                                               {nullptr, "other" + two, 0},
+                                                               {"lut", "lut" + two, 2},
+                                                               {"mine", "lut" + two, 0},
+                                                               {nullptr, "lut 0\n", 0}};
+    for (const auto& [wanted, record, colors] : cases)
     {
         const BlockReading reading =
-            readBlock(pointData(scalars + one.record + "VECTORS v float\n" + block<float>({1, 2, 3})),
-                      [&](auto& reader) { reader.SetLookupTableName(one.wanted); });
+            readBlock(pointData(scalars + record + "VECTORS v float\n" + block<float>({1, 2, 3})),
+                      [wanted = wanted](auto& reader) { reader.SetLookupTableName(wanted); });
         vtkLookupTable* const table = reading.pointData().GetScalars()->GetLookupTable();
         EXPECT_THAT(reading.messages, IsEmpty());
-        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : 0, one.colors) << one.record;
-        EXPECT_NE(reading.pointData().GetVectors(), nullptr) << one.record;
+        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : 0, colors) << record;
+        EXPECT_NE(reading.pointData().GetVectors(), nullptr) << record;
     }
     expectMessages({{pointData("LOOKUP_TABLE lut 2\n" + block<char>({1, 2})),
                      {"generic warning: Error reading binary data!", "error: Error reading binary lookup table!"}}});

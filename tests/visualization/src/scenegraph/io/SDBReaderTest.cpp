@@ -154,30 +154,22 @@ TEST_F(SDBReaderTest, nodesAreUpgradedAndLearnTheRelease)
 
 TEST_F(SDBReaderTest, recordVersionsDecideAboutTheRoot)
 {
-    struct Case
-    {
-        int version;
-        const char* rootKey;
-        const char* name;
-        ISDBReader::CanvasType type;
-    };
-
     const std::string nodes = R"({"DataField":"Node","ObjectKey":"SceneNode_1","Properties":{"Name":"a"}})"
                               R"({"DataField":"Node","ObjectKey":"SceneNode_2","Properties":{"Name":"b"}})";
-    const Case cases[] = {
+    const std::tuple<int, const char*, const char*, ISDBReader::CanvasType> cases[] = {
         {1, "", "b", ISDBReader::SceneCanvas},
         {2, "SceneNode_1", "a", ISDBReader::SceneCanvas},
         {2, "ChartCanvasCollection", "", ISDBReader::ChartCanvas},
         {1, "ChartCanvasCollection_1", "b", ISDBReader::SceneCanvas}, // version 1 has no root key
         {2, "Other_SceneNode_1", "", ISDBReader::UnknownCanvas},
     };
-    for (const Case& one : cases)
+    for (const auto& [version, rootKey, name, type] : cases)
     {
-        writeRecord(one.version, one.rootKey, nodes + std::string(0x1000, ' '), 0x1000);
+        writeRecord(version, rootKey, nodes + std::string(0x1000, ' '), 0x1000);
         EXPECT_EQ(reader.open(path), FileIoStatus::Success);
         EXPECT_TRUE(reader.loadRecord(0, stream));
-        EXPECT_EQ(reader.getCanvasInfo().name, one.name) << one.rootKey;
-        EXPECT_EQ(reader.getCanvasInfo().type, one.type) << one.rootKey;
+        EXPECT_EQ(reader.getCanvasInfo().name, name) << rootKey;
+        EXPECT_EQ(reader.getCanvasInfo().type, type) << rootKey;
     }
     writeRecord(3, "SceneNode_1", nodes, 0x1000);
     reader.open(path);
@@ -250,16 +242,9 @@ TEST_F(SDBReaderTest, throwingIsHowALoadIsCancelled)
 
 TEST_F(QuietSDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
 {
-    struct Damage
-    {
-        const char* from;
-        const char* to;
-        const char* message;
-    };
-
     const char* const noArray = "Can't load data array from input stream\n";
     const char* const noPolys = "Can't load polydata from input stream\n";
-    const Damage damages[] = {
+    const std::tuple<const char*, const char*, const char*> damages[] = {
         {R"("DataType":10)", R"("DataType":13)", noArray},
         {R"("DataType":10)", R"("DataType":99)", noArray},
         {"\x78\x9c", "\x79\x9c", noArray}, // the beginning of a zlib stream
@@ -268,13 +253,13 @@ TEST_F(QuietSDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
     };
     Scene scene;
     scene.with(floats("T", {1, 2, 3})).with(triangle());
-    for (const Damage& damage : damages)
+    for (const auto& [from, to, message] : damages)
     {
         write({&scene});
-        openPatched(damage.from, damage.to);
+        openPatched(from, to);
         bool loaded = true;
-        EXPECT_THAT(stderrOf([&] { loaded = reader.loadRecord(0, stream); }), HasSubstr(damage.message));
-        EXPECT_FALSE(loaded) << damage.to;
+        EXPECT_THAT(stderrOf([&] { loaded = reader.loadRecord(0, stream); }), HasSubstr(message));
+        EXPECT_FALSE(loaded) << to;
     }
     write({&scene});
     openPatched(R"("NumberOfTuples":3)", R"("NumberOfTuples":9)"); // a block shorter than its array: the rest is zero
@@ -286,13 +271,8 @@ TEST_F(QuietSDBReaderTest, damagedBlocksEndTheLoadWithAMessage)
 
 TEST_F(SDBReaderTest, countsOfAnArrayWrapButNeverExceedItsMemory)
 {
-    struct Shape
-    {
-        int components, tuples, type;
-        int values; ///< of the loaded array; -1 for none
-    };
-
-    const Shape shapes[] = {
+    // values: of the loaded array; -1 for none
+    const std::tuple<int, int, int, int> shapes[] = {
         {3, 1, VTK_FLOAT, 3},
         {4, 1073741825, VTK_FLOAT, 4},
         {65536, 65536, VTK_FLOAT, 0},
@@ -306,25 +286,25 @@ TEST_F(SDBReaderTest, countsOfAnArrayWrapButNeverExceedItsMemory)
         {1, 3, VTK_LONG, 3},
         {1, 5, VTK_FLOAT, -1},
     };
-    for (const Shape& shape : shapes)
+    for (const auto& [components, tuples, type, values] : shapes)
     {
-        SCOPED_TRACE(std::to_string(shape.components) + " x " + std::to_string(shape.tuples));
+        SCOPED_TRACE(std::to_string(components) + " x " + std::to_string(tuples));
         Properties tag(R"({"DataField":"BinaryData","ObjectKey":"A_1","Tag":1,"Name":"T"})");
-        tag.set("NumberOfComponents", shape.components);
-        tag.set("NumberOfTuples", shape.tuples);
-        tag.set("DataType", shape.type);
+        tag.set("NumberOfComponents", components);
+        tag.set("NumberOfTuples", tuples);
+        tag.set("DataType", type);
         tag.set("FilePos", sdb::detail::hexPosition(0));
         writeRecord(2, "A_1", tag.toString(), 0x1000);
         tag.set("FilePos", sdb::detail::hexPosition(bytes().size()), Properties::Overwrite);
         writeRecord(2, "A_1", tag.toString() + std::string(17, '\0'), 0x1000); // an uncompressed block
         reader.open(path);
         stream.arrays.clear();
-        stderrOf([&] { EXPECT_EQ(reader.loadRecord(0, stream), shape.values >= 0); });
-        ASSERT_EQ(stream.arrays.size(), shape.values >= 0 ? 1U : 0U);
+        stderrOf([&, loads = values >= 0] { EXPECT_EQ(reader.loadRecord(0, stream), loads); });
+        ASSERT_EQ(stream.arrays.size(), values >= 0 ? 1U : 0U);
         for (const auto& [name, array] : stream.arrays)
         {
-            EXPECT_EQ(array->GetNumberOfValues(), shape.values);
-            EXPECT_EQ(array->GetNumberOfComponents(), std::max(shape.components, 1));
+            EXPECT_EQ(array->GetNumberOfValues(), values);
+            EXPECT_EQ(array->GetNumberOfComponents(), std::max(components, 1));
             const vtkNew<vtkPolyData> holder;
             holder->GetPointData()->AddArray(array);
             touchEverything(*holder);

@@ -229,7 +229,9 @@ TEST_F(SDBWriterTest, everyKindOfArrayComesBackWithItsType)
         VTK_CHAR,      VTK_UNSIGNED_CHAR,     VTK_SHORT, VTK_UNSIGNED_SHORT, VTK_INT,     VTK_UNSIGNED_INT,
         VTK_LONG,      VTK_UNSIGNED_LONG,     VTK_FLOAT, VTK_DOUBLE,         VTK_ID_TYPE, VTK_SIGNED_CHAR,
         VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
-    const auto last = [](int type) { return type == VTK_LONG || type == VTK_ID_TYPE ? -9.0 : 9.0; };
+    const auto last = [](int type) {
+        return type == VTK_LONG || type == VTK_ID_TYPE ? -9.0 : type == VTK_UNSIGNED_LONG ? 4294967295.0 : 9.0;
+    };
     Scene scene;
     for (const int type : types)
     {

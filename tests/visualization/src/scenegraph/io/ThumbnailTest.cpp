@@ -15,14 +15,8 @@ std::string pixelsOf(const tsg::Bitmap<3>& bitmap)
 
 TEST(ThumbnailTest, fillsWhatThereIsAndRestoresTheStream)
 {
-    struct PictureCase
-    {
-        const char* tag; ///< of a picture whose pixels are the letters from byte 2 on
-        const char* pixels;
-        int width, height;
-    };
-
-    const PictureCase cases[] = {
+    // tag: of a picture whose pixels are the letters from byte 2 on
+    const std::tuple<const char*, const char*, int, int> cases[] = {
         {R"({"Width":2,"Height":1,"FilePos":"2","Length":"6"})", "abcdef", 2, 1},
         {R"({"Width":2,"Height":1,"FilePos":"2","Length":"ffff"})", "abcdef", 2, 1},
         {R"({"Width":2,"Height":1,"FilePos":"2","Length":"4"})", "abcd", 2, 1},
@@ -33,19 +27,19 @@ TEST(ThumbnailTest, fillsWhatThereIsAndRestoresTheStream)
         {R"({"Width":30000,"Height":10000,"FilePos":"2","Length":"6"})", "", 0, 0}, // 900 MB for a file of ten bytes
         {"{}", "", 0, 0},
     };
-    for (const PictureCase& one : cases)
+    for (const auto& [tag, pixels, width, height] : cases)
     {
-        SCOPED_TRACE(one.tag);
+        SCOPED_TRACE(tag);
         std::istringstream in("..abcdefgh");
         in.seekg(1);
         tsg::Bitmap<3> bitmap;
         bitmap.resize(9, 9);
         for (int i = 0; i < 2; ++i)
         {
-            sdb::getThumbnailData(in, Properties(one.tag), bitmap);
-            EXPECT_EQ(bitmap.getWidth(), one.width);
-            EXPECT_EQ(bitmap.getHeight(), one.height);
-            EXPECT_STREQ(pixelsOf(bitmap).c_str(), one.pixels);
+            sdb::getThumbnailData(in, Properties(tag), bitmap);
+            EXPECT_EQ(bitmap.getWidth(), width);
+            EXPECT_EQ(bitmap.getHeight(), height);
+            EXPECT_STREQ(pixelsOf(bitmap).c_str(), pixels);
             EXPECT_EQ(in.tellg(), 1);
         }
     }
