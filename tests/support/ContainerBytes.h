@@ -3,14 +3,10 @@
 #include "core/Properties.h"
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Positions.h"
+#include "support/Testing.h"
 
-#include <functional>
 #include <initializer_list>
 #include <optional>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace test
 {
@@ -64,11 +60,7 @@ public:
         const std::uint64_t begin = _bytes.size();
         const auto header = [&](std::uint64_t length, std::uint64_t binaryData)
         {
-            Properties tag;
-            tag.set("DataField", "Header");
-            tag.set("Version", 2);
-            tag.set("SessionID", "s");
-            tag.set("RootNodeKey", "N_1");
+            Properties tag(R"({"DataField":"Header","Version":2,"SessionID":"s","RootNodeKey":"N_1"})");
             tag.set("Title", title);
             tag.set("FilePos", hex(begin));
             tag.set("Length", hex(length));
@@ -92,10 +84,7 @@ public:
     {
         const auto text = [&](std::uint64_t filePos, std::uint64_t length)
         {
-            Properties tag;
-            tag.set("DataField", "BinaryData");
-            tag.set("ObjectKey", "N_1");
-            tag.set("Tag", sdb::PointData);
+            Properties tag(R"({"DataField":"BinaryData","ObjectKey":"N_1","Tag":1})");
             tag.set("FilePos", hex(filePos));
             tag.set("Length", hex(length));
             tag.set("Name", rawBlock.name);
@@ -117,11 +106,8 @@ public:
     {
         const auto text = [&](std::uint64_t filePos)
         {
-            Properties tag;
-            tag.set("DataField", "Thumbnail");
+            Properties tag(R"({"DataField":"Thumbnail","Width":2,"Height":2})");
             tag.set("RecordIndex", recordIndex);
-            tag.set("Width", 2);
-            tag.set("Height", 2);
             tag.set("FilePos", hex(filePos));
             tag.set("Length", hex(pixels.size()));
             return edited(tag, edit);

@@ -1,10 +1,7 @@
 #pragma once
 
 #include "scenegraph/io/SDB.h"
-
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/Testing.h"
 
 /// Raw dataset blocks, put together from text and binary blocks.
 namespace test

@@ -4,33 +4,56 @@
 #include <vector>
 
 #include <vtkCellArray.h>
+#include <vtkCellData.h>
+#include <vtkDataArray.h>
+#include <vtkLookupTable.h>
+#include <vtkNew.h>
+#include <vtkPointData.h>
 #include <vtkPoints.h>
 #include <vtkPolyData.h>
 #include <vtkSmartPointer.h>
+#include <vtkVariant.h>
 
 namespace test
 {
 
-/// An array of the given values, tuple by tuple. A null name leaves it without one.
-template <class Array>
-vtkSmartPointer<Array> arrayOf(const char* name, int components, const std::vector<double>& values)
+/// An array of a VTK type with the given values, tuple by tuple. A null name leaves it without one.
+inline vtkSmartPointer<vtkDataArray> arrayOf(int type, const char* name, int components,
+                                             const std::vector<double>& values)
 {
-    auto array = vtkSmartPointer<Array>::New();
+    auto array = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(type));
     array->SetName(name);
     array->SetNumberOfComponents(components);
     for (const double value : values)
     {
-        array->InsertNextValue(static_cast<decltype(array->GetValue(0))>(value));
+        array->InsertVariantValue(array->GetNumberOfValues(), value);
     }
     return array;
 }
 
-/// Points with these coordinates, three a point.
-template <class Array>
-vtkSmartPointer<vtkPoints> pointsOf(const std::vector<double>& coordinates)
+/// A float array of one component.
+inline vtkSmartPointer<vtkDataArray> floats(const char* name, const std::vector<double>& values)
+{
+    return arrayOf(VTK_FLOAT, name, 1, values);
+}
+
+/// All values of an array; none for a null array.
+inline std::vector<double> valuesOf(vtkDataArray* array)
+{
+    std::vector<double> values;
+    for (vtkIdType i = 0; array != nullptr && i < array->GetNumberOfValues(); ++i)
+    {
+        const int components = array->GetNumberOfComponents();
+        values.push_back(array->GetComponent(i / components, static_cast<int>(i % components)));
+    }
+    return values;
+}
+
+/// Points of a VTK type with these coordinates, three a point.
+inline vtkSmartPointer<vtkPoints> pointsOf(int type, const std::vector<double>& coordinates)
 {
     auto points = vtkSmartPointer<vtkPoints>::New();
-    points->SetData(arrayOf<Array>(nullptr, 3, coordinates));
+    points->SetData(arrayOf(type, nullptr, 3, coordinates));
     return points;
 }
 
@@ -45,15 +68,20 @@ inline vtkSmartPointer<vtkCellArray> cellsOf(std::initializer_list<std::initiali
     return array;
 }
 
-/// `count` points in a row, and nothing else.
-inline vtkSmartPointer<vtkPolyData> pointRow(int count)
+/// One point, and nothing else.
+inline vtkSmartPointer<vtkPolyData> onePoint()
 {
     auto data = vtkSmartPointer<vtkPolyData>::New();
-    data->SetPoints(vtkSmartPointer<vtkPoints>::New());
-    for (int i = 0; i < count; ++i)
-    {
-        data->GetPoints()->InsertNextPoint(i, 0, 0);
-    }
+    data->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0}));
+    return data;
+}
+
+/// One triangle.
+inline vtkSmartPointer<vtkPolyData> triangle()
+{
+    auto data = vtkSmartPointer<vtkPolyData>::New();
+    data->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0, 1, 0, 0, 0, 1, 0.5}));
+    data->SetPolys(cellsOf({{0, 1, 2}}));
     return data;
 }
 

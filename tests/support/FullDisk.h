@@ -1,10 +1,9 @@
 #pragma once
 
-#include <algorithm>
+#include "support/Testing.h"
+
 #include <cstddef>
-#include <fstream>
 #include <streambuf>
-#include <string>
 
 namespace test
 {

@@ -1,12 +1,6 @@
 #pragma once
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace test
 {

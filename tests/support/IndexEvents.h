@@ -3,11 +3,9 @@
 #include "core/Error.h"
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Index.h"
+#include "support/Testing.h"
 
 #include <istream>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace test
 {

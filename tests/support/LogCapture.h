@@ -1,9 +1,7 @@
 #pragma once
 
 #include "scenegraphcommon/Logger.h"
-
-#include <string>
-#include <vector>
+#include "support/Testing.h"
 
 namespace test
 {

@@ -2,12 +2,9 @@
 
 #include "core/Properties.h"
 #include "scenegraph/NodeStream.h"
+#include "support/Testing.h"
 
-#include <functional>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <vtkDataArray.h>
 #include <vtkPolyData.h>

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include "support/Testing.h"
 
 #include <vtkCommand.h>
 #include <vtkLogger.h>
@@ -66,11 +65,7 @@ private:
             return window;
         }
 
-        void DisplayText(const char* text) override { owner->add("text: ", text, ""); }
-
-        void DisplayErrorText(const char* text) override { owner->add("other error: ", text, "): "); }
-
-        void DisplayWarningText(const char* text) override { owner->add("other warning: ", text, "): "); }
+        void DisplayText(const char* text) override { owner->add("other: ", text, ""); }
 
         void DisplayGenericWarningText(const char* text) override { owner->add("generic warning: ", text, "\n"); }
 

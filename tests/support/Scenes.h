@@ -2,71 +2,15 @@
 
 #include "scenegraph/DataNode.h"
 #include "scenegraph/SceneNode.h"
+#include "scenegraph/io/SDBReader.h"
 #include "scenegraph/io/SDBWriter.h"
-
-#include <functional>
-#include <initializer_list>
-#include <string>
-#include <utility>
-
-#include <vtkCellArray.h>
-#include <vtkDataArray.h>
-#include <vtkFloatArray.h>
-#include <vtkPoints.h>
-#include <vtkPolyData.h>
-#include <vtkSmartPointer.h>
+#include "support/Datasets.h"
+#include "support/RecordingStream.h"
+#include "support/TemporaryDirectory.h"
+#include "support/Testing.h"
 
 namespace test
 {
-
-/// A float array of one component.
-inline vtkSmartPointer<vtkFloatArray> floats(const char* name, std::initializer_list<float> values)
-{
-    auto array = vtkSmartPointer<vtkFloatArray>::New();
-    array->SetName(name);
-    for (const float value : values)
-    {
-        array->InsertNextValue(value);
-    }
-    return array;
-}
-
-/// One triangle.
-inline vtkSmartPointer<vtkPolyData> triangle()
-{
-    auto polys = vtkSmartPointer<vtkPolyData>::New();
-    auto points = vtkSmartPointer<vtkPoints>::New();
-    points->InsertNextPoint(0, 0, 0);
-    points->InsertNextPoint(1, 0, 0);
-    points->InsertNextPoint(0, 1, 0.5);
-    auto cells = vtkSmartPointer<vtkCellArray>::New();
-    cells->InsertNextCell({0, 1, 2});
-    polys->SetPoints(points);
-    polys->SetPolys(cells);
-    return polys;
-}
-
-/// side x side points in a plane, with two triangles a square.
-inline vtkSmartPointer<vtkPolyData> grid(int side)
-{
-    auto polys = vtkSmartPointer<vtkPolyData>::New();
-    auto points = vtkSmartPointer<vtkPoints>::New();
-    auto cells = vtkSmartPointer<vtkCellArray>::New();
-    for (vtkIdType id = 0; id < vtkIdType{side} * side; ++id)
-    {
-        const vtkIdType x = id % side;
-        const vtkIdType y = id / side;
-        points->InsertNextPoint(static_cast<double>(x), static_cast<double>(y), 0);
-        if (x + 1 < side && y + 1 < side)
-        {
-            cells->InsertNextCell({id, id + 1, id + side});
-            cells->InsertNextCell({id + 1, id + side + 1, id + side});
-        }
-    }
-    polys->SetPoints(points);
-    polys->SetPolys(cells);
-    return polys;
-}
 
 /// A scene root with data of its own, and a hook that runs whenever it is asked to serialise itself.
 class Scene : public tsg::SceneNode
@@ -109,5 +53,33 @@ inline int add(tsg::SDBWriter& writer, tsg::Node& root, const std::string& sessi
     writer.addRecord(title, "d", session, root, index);
     return index;
 }
+
+/// What an operation writes to standard error.
+template <class Operation>
+std::string stderrOf(Operation operation)
+{
+    testing::internal::CaptureStderr();
+    operation();
+    return testing::internal::GetCapturedStderr();
+}
+
+/// One scene file in a directory of its own, with what reads it.
+class SceneFileTest : public testing::Test
+{
+protected:
+    std::string bytes() const { return bytesOf(file.narrow); }
+
+    void replaceBytes(const std::string& bytes) const
+    {
+        std::filesystem::remove(file.narrow); // cheaper than cutting it
+        writeBytes(file.narrow, bytes);
+    }
+
+    const TemporaryDirectory directory;
+    const TemporaryFile file = directory.file("file.sce");
+    const std::wstring& path = file.wide;
+    tsg::SDBReader reader;
+    RecordingStream stream;
+};
 
 } // namespace test

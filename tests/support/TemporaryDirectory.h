@@ -1,12 +1,9 @@
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <system_error>
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
+#include <cstdlib>
+#include <system_error>
 
 namespace test
 {
@@ -56,5 +53,17 @@ public:
 private:
     std::string _path;
 };
+
+/// The bytes of a file; none if it cannot be read.
+inline std::string bytesOf(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void writeBytes(const std::string& path, const std::string& bytes)
+{
+    std::ofstream(path, std::ios::binary) << bytes;
+}
 
 } // namespace test

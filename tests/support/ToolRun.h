@@ -1,9 +1,8 @@
 #pragma once
 
 #include "CommandTable.h"
+#include "support/TemporaryDirectory.h"
 
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -35,17 +34,6 @@ inline ToolRun tool(const std::vector<std::string>& arguments)
     std::ostringstream out, err;
     const int code = tavosce::run(arguments, out, err, false);
     return {code, out.str(), err.str()};
-}
-
-inline std::string bytesOf(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-inline void writeBytes(const std::string& path, const std::string& bytes)
-{
-    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 } // namespace test

@@ -1,15 +1,7 @@
 #include "support/TouchEverything.h"
 
-#include <stdexcept>
-
-#include <vtkCellArray.h>
-#include <vtkCellArrayIterator.h>
-#include <vtkCellData.h>
-#include <vtkDataArray.h>
-#include <vtkLookupTable.h>
-#include <vtkPointData.h>
-#include <vtkPolyData.h>
-#include <vtkSmartPointer.h>
+#include "support/Datasets.h"
+#include "support/Testing.h"
 
 namespace test
 {
@@ -20,12 +12,9 @@ namespace
 double sumOf(vtkDataArray& array)
 {
     double sum = 0.0;
-    for (vtkIdType tuple = 0; tuple < array.GetNumberOfTuples(); ++tuple)
+    for (const double value : valuesOf(&array))
     {
-        for (int component = 0; component < array.GetNumberOfComponents(); ++component)
-        {
-            sum += array.GetComponent(tuple, component);
-        }
+        sum += value;
     }
     if (vtkLookupTable* const table = array.GetLookupTable())
     {
@@ -49,20 +38,17 @@ double sumOf(vtkFieldData* fields)
 double sumOf(vtkPolyData& data, vtkCellArray& cells, vtkIdType least, bool& sound)
 {
     double sum = 0.0;
-    const auto cell = vtk::TakeSmartPointer(cells.NewIterator());
-    for (cell->GoToFirstCell(); !cell->IsDoneWithTraversal(); cell->GoToNextCell())
+    const vtkNew<vtkIdList> ids;
+    for (cells.InitTraversal(); cells.GetNextCell(ids) != 0;)
     {
-        vtkIdType count = 0;
-        const vtkIdType* ids = nullptr;
-        cell->GetCurrentCell(count, ids);
-        sound = sound && count >= least;
-        for (vtkIdType i = 0; i < count; ++i)
+        sound = sound && ids->GetNumberOfIds() >= least;
+        for (const vtkIdType id : *ids)
         {
-            if (ids[i] < 0 || ids[i] >= data.GetNumberOfPoints())
+            if (id < 0 || id >= data.GetNumberOfPoints())
             {
-                throw std::out_of_range("a cell refers to point " + std::to_string(ids[i]));
+                throw std::out_of_range("a cell refers to point " + std::to_string(id));
             }
-            sum += data.GetPoint(ids[i])[0];
+            sum += data.GetPoint(id)[0];
         }
     }
     return sum;

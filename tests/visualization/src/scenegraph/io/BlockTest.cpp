@@ -3,18 +3,14 @@
 #include "scenegraph/io/detail/Blocks.h"
 #include "support/Golden.h"
 #include "support/LogCapture.h"
+#include "support/Testing.h"
 
 #include <random>
-#include <sstream>
-#include <string>
-
-#include <gmock/gmock.h>
 
 namespace
 {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace test;
 using tsg::CompressionMethods;
 
 std::string written(const std::string& data, CompressionMethods method)
@@ -37,10 +33,10 @@ std::string noise(std::size_t size)
 
 TEST(BlockTest, bytesAreThoseOfTheFormatPage)
 {
-    EXPECT_TRUE(test::isGolden("block-none.bin", written("abc", CompressionMethods::None)));
-    EXPECT_TRUE(test::isGolden("block-zlib.bin", written(std::string(40, 'a'), CompressionMethods::Zlib)));
-    const test::LogCapture log;
-    EXPECT_TRUE(test::isGolden("block-empty.bin", written("", CompressionMethods::Zlib)));
+    EXPECT_TRUE(isGolden("block-none.bin", written("abc", CompressionMethods::None)));
+    EXPECT_TRUE(isGolden("block-zlib.bin", written(std::string(40, 'a'), CompressionMethods::Zlib)));
+    const LogCapture log;
+    EXPECT_TRUE(isGolden("block-empty.bin", written("", CompressionMethods::Zlib)));
     EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: suspicious request to write an array of zero length"));
 }
 
@@ -62,7 +58,7 @@ TEST(BlockTest, whatIsWrittenIsReadBack)
 
 TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
 {
-    const test::LogCapture log;
+    const LogCapture log;
     std::ostringstream out;
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, static_cast<CompressionMethods>(2)));
     EXPECT_EQ(out.str(), "\2");
@@ -72,37 +68,32 @@ TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::Zlib));
 }
 
-struct DamagedBlock
-{
-    std::string bytes;
-    std::string message;
-    int position; ///< of the stream afterwards
-};
-
 TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
 {
-    const std::string whole = test::golden("block-zlib.bin");
-    std::string corrupt = whole;
-    corrupt[20] ^= 0x55;
-    const std::string failed = "sdb::readCompressed: failed to read ";
-    const std::string unknown = "sdb::readCompressed: unknown compression method";
-    for (const DamagedBlock& damaged :
-         {DamagedBlock{"\2rest", unknown, 1},
-          DamagedBlock{std::string("\0abc", 4), failed + "40 bytes from input stream!", -1},
-          DamagedBlock{"", failed + "40 bytes from input stream!", -1},
-          DamagedBlock{whole.substr(0, 28), failed + "12 bytes from input stream!", -1},
-          DamagedBlock{whole.substr(0, 5), failed + "0 bytes from input stream!", -1}, DamagedBlock{corrupt, "", 29}})
+    // position: of the stream afterwards
+    const std::string whole = golden("block-zlib.bin");
+    const auto failed = [](const std::string& count)
+    { return "sdb::readCompressed: failed to read " + count + " bytes from input stream!"; };
+    const std::tuple<std::string, std::vector<std::string>, int> cases[] = {
+        {"\2rest", {"sdb::readCompressed: unknown compression method"}, 1},
+        {std::string("\0abc", 4), {failed("40")}, -1},
+        {"", {failed("40")}, -1},
+        {whole.substr(0, 28), {failed("12")}, -1},
+        {whole.substr(0, 5), {failed("0")}, -1},
+        {std::string(whole).replace(20, 1, 1, static_cast<char>(whole[20] ^ 0x55)), {}, 29},
+    };
+    for (const auto& [bytes, messages, position] : cases)
     {
         for (const bool isBounded : {false, true})
         {
-            const test::LogCapture log;
-            std::istringstream in(damaged.bytes);
+            const LogCapture log;
+            std::istringstream in(bytes);
             std::string back(40, '\0');
             sdb::detail::MemoryBudget budget(1 << 20);
             EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
                                    : sdb::readCompressed(in, back.data(), 40));
-            EXPECT_EQ(log.entries, damaged.message.empty() ? std::vector<std::string>() : std::vector{damaged.message});
-            EXPECT_EQ(in.tellg(), damaged.position);
+            EXPECT_EQ(log.entries, messages);
+            EXPECT_EQ(in.tellg(), position);
         }
     }
 }
@@ -117,14 +108,14 @@ TEST(BlockTest, theExportedReaderTrustsTheBlocksOwnLength)
 
 TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
 {
-    const test::LogCapture log;
+    const LogCapture log;
     sdb::detail::MemoryBudget budget(1 << 20);
     std::istringstream longer(written(noise(50), CompressionMethods::Zlib) + "next");
     std::string back(41, '.');
     EXPECT_TRUE(sdb::detail::readBlock(longer, back.data(), 40, budget));
     EXPECT_EQ(back, noise(40) + ".");
     EXPECT_EQ(longer.str().substr(static_cast<std::size_t>(longer.tellg())), "next");
-    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("block of 50 bytes is longer than the expected 40")));
+    EXPECT_THAT(log.entries, ElementsAre(HasSubstr("block of 50 bytes is longer than the expected 40")));
 
     std::istringstream shorter(written(noise(30), CompressionMethods::Zlib));
     back.assign(40, '\0');
@@ -134,15 +125,15 @@ TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
 
 TEST(BlockTest, aLyingCompressedLengthTakesNoMoreThanTheBudget)
 {
-    const test::LogCapture log;
-    std::string bytes = test::golden("block-zlib.bin");
+    const LogCapture log;
+    std::string bytes = golden("block-zlib.bin");
     bytes[14] = '\x7f'; // more than 100 TiB
     std::istringstream in(bytes);
     sdb::detail::MemoryBudget budget(1 << 20);
     std::string back(40, '\0');
     EXPECT_FALSE(sdb::detail::readBlock(in, back.data(), 40, budget));
     EXPECT_EQ(budget.left(), 1U << 20);
-    EXPECT_THAT(log.entries, ElementsAre(testing::HasSubstr("failed to read 139637976727564 bytes")));
+    EXPECT_THAT(log.entries, ElementsAre(HasSubstr("failed to read 139637976727564 bytes")));
 }
 
 } // namespace

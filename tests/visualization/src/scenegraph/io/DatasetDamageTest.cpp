@@ -2,124 +2,103 @@
 
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "support/BlockReading.h"
-#include "support/DatasetBlocks.h"
 #include "support/Golden.h"
+#include "support/Testing.h"
 
 #include <climits>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <vtkCellArray.h>
-#include <vtkCellData.h>
-#include <vtkDataArray.h>
-#include <vtkPointData.h>
 
 /// What damaged and hostile dataset blocks come to. Every reading touches all that it has read.
 namespace
 {
 
-using test::block;
-using test::cells;
-using test::header;
-using test::points;
-using test::readBlock;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::Not;
-
-using Messages = std::vector<std::string>;
-
-struct ConnectivityCase
-{
-    const char* what;
-    int cellCount;
-    std::vector<int> list;
-    bool accepted;
-};
+using namespace test;
 
 TEST(DatasetDamageTest, connectivityIsProvedBeforeVtkSeesIt)
 {
-    const ConnectivityCase cases[] = {
+    struct Case
+    {
+        const char* what;
+        int cellCount;
+        std::vector<int> list;
+        bool accepted = false;
+    };
+
+    const Case cases[] = {
         {"sound", 2, {3, 0, 1, 2, 3, 2, 1, 0}, true},
         {"no cells", 0, {}, true},
         {"empty cells", 3, {0, 0, 0}, true},
-        {"a count beyond the list", 1, {100000000, 0, 1, 2}, false},
-        {"a count one too large", 1, {4, 0, 1, 2}, false},
-        {"the largest count", 1, {INT_MAX}, false},
-        {"a negative count", 1, {-1, 0, 1, 2}, false},
-        {"a negative count that a later one evens out", 2, {-2, 4, 0, 1}, false},
-        {"more cells than the header tells", 1, {3, 0, 1, 2, 3, 2, 1, 0}, false},
-        {"fewer cells than the header tells", 3, {3, 0, 1, 2, 3, 2, 1, 0}, false},
-        {"far fewer cells than the header tells", 300000000, {3, 0, 1, 2}, false},
-        {"cells without a list", 1, {}, false},
-        {"an id of no point", 1, {3, 0, 1, 3}, false},
-        {"a negative id", 1, {3, 0, -1, 2}, false},
-        {"the largest id", 1, {3, 0, 1, INT_MAX}, false},
+        {"a count beyond the list", 1, {100000000, 0, 1, 2}},
+        {"a count one too large", 1, {4, 0, 1, 2}},
+        {"the largest count", 1, {INT_MAX}},
+        {"a negative count", 1, {-1, 0, 1, 2}},
+        {"a negative count that a later one evens out", 2, {-2, 4, 0, 1}},
+        {"more cells than the header tells", 1, {3, 0, 1, 2, 3, 2, 1, 0}},
+        {"fewer cells than the header tells", 3, {3, 0, 1, 2, 3, 2, 1, 0}},
+        {"far fewer cells than the header tells", 300000000, {3, 0, 1, 2}},
+        {"cells without a list", 1, {}},
+        {"an id of no point", 1, {3, 0, 1, 3}},
+        {"a negative id", 1, {3, 0, -1, 2}},
+        {"the largest id", 1, {3, 0, 1, INT_MAX}},
     };
-    for (const ConnectivityCase& one : cases)
+    for (const Case& one : cases)
     {
-        const test::BlockReading reading =
+        SCOPED_TRACE(one.what);
+        const BlockReading reading =
             readBlock(header() + points(3) + cells("POLYGONS", one.cellCount, one.list) + "CELL_DATA " +
                       std::to_string(one.cellCount) + "\nPOINT_DATA 3\nSCALARS s int\nLOOKUP_TABLE default\n" +
                       block<int>({1, 2, 3}));
         const Messages failure = {"error: Cannot read polygons!"};
-        EXPECT_THAT(reading.messages, ElementsAreArray(one.accepted ? Messages() : failure)) << one.what;
-        EXPECT_EQ(reading.output().GetNumberOfPolys(), one.accepted ? one.cellCount : 0) << one.what;
-        EXPECT_NE(reading.output().GetPointData()->GetScalars(), nullptr) << one.what;
+        EXPECT_THAT(reading.messages, ElementsAreArray(one.accepted ? Messages() : failure));
+        EXPECT_EQ(reading.output().GetNumberOfPolys(), one.accepted ? one.cellCount : 0);
+        EXPECT_NE(reading.pointData().GetScalars(), nullptr);
     }
 }
 
-struct OrderCase
-{
-    std::string sections;
-    Messages messages;
-    int lines;
-    int vertices;
-};
-
 TEST(DatasetDamageTest, idsHaveToFitThePointsInTheEndHoweverTheBlockEnds)
 {
+    struct Case
+    {
+        std::string sections;
+        Messages messages;
+        int lines;
+        int vertices = 1;
+    };
+
     const std::string lines = cells("LINES", 1, {2, 1, 2});
     const std::string vertices = cells("VERTICES", 1, {1, 0});
+    const std::string both = lines + vertices;
     const std::string data = "CELL_DATA 2\nSCALARS s int\nLOOKUP_TABLE default\n" + block<int>({1, 2});
-    const Messages failed = {"error: Cannot read lines!"};
-    const OrderCase cases[] = {
-        {lines + vertices + points(3) + data, {}, 1, 1},
-        {points(3) + lines + vertices + points(2) + data, failed, 0, 1},
-        {points(3) + lines + vertices + "POINTS 0 float\nPOINTS 1 float\n" + block<float>({0, 0, 0}) + data, failed, 0,
-         1},
-        {points(2) + lines + vertices + data + "JUNK",
-         {"error: Unsupported cell attribute type: junk", failed[0]},
-         0,
-         1},
-        {points(2) + lines + vertices + "CELL_DATA x", {"error: Cannot read cell data!", failed[0]}, 0, 1},
-        {points(2) + lines + cells("LINES", 1, {2, 0, 1}) + vertices + data, {}, 1, 1},
-        {points(3) + cells("LINES", 1, {9, 9}) + lines + vertices + data, {"error: Cannot read lines!"}, 1, 1},
-        {lines + vertices + data, {"warning: No points read!", "error: Cannot read vertices!", failed[0]}, 0, 0},
+    const std::string failed = "error: Cannot read lines!";
+    const Case cases[] = {
+        {both + points(3) + data, {}, 1},
+        {points(3) + both + points(2) + data, {failed}, 0},
+        {points(3) + both + "POINTS 0 float\nPOINTS 1 float\n" + block<float>({0, 0, 0}) + data, {failed}, 0},
+        {points(2) + both + data + "JUNK", {"error: Unsupported cell attribute type: junk", failed}, 0},
+        {points(2) + both + "CELL_DATA x", {"error: Cannot read cell data!", failed}, 0},
+        {points(2) + lines + cells("LINES", 1, {2, 0, 1}) + vertices + data, {}, 1},
+        {points(3) + cells("LINES", 1, {9, 9}) + both + data, {failed}, 1},
+        {both + data, {"warning: No points read!", "error: Cannot read vertices!", failed}, 0, 0},
     };
-    for (const OrderCase& one : cases)
+    for (const Case& one : cases)
     {
-        const test::BlockReading reading = readBlock(header() + one.sections);
-        EXPECT_THAT(reading.messages, ElementsAreArray(one.messages)) << one.sections;
-        EXPECT_EQ(reading.output().GetNumberOfLines(), one.lines) << one.sections;
-        EXPECT_EQ(reading.output().GetNumberOfVerts(), one.vertices) << one.sections;
-        const bool whole = one.lines == 1 && one.vertices == 1;
-        EXPECT_EQ(reading.output().GetCellData()->GetScalars() != nullptr, whole) << one.sections;
+        SCOPED_TRACE(one.sections);
+        const BlockReading reading = readBlock(header() + one.sections);
+        EXPECT_THAT(reading.messages, ElementsAreArray(one.messages));
+        EXPECT_EQ(reading.output().GetNumberOfLines(), one.lines);
+        EXPECT_EQ(reading.output().GetNumberOfVerts(), one.vertices);
+        EXPECT_EQ(reading.output().GetCellData()->GetScalars() != nullptr, one.lines == 1 && one.vertices == 1);
     }
 }
 
 TEST(DatasetDamageTest, countsThatNoBlockCanHoldTakeNoMemory)
 {
-    const std::string start = header() + points(1) + "POINT_DATA 1\n";
-    const std::string warning = "generic warning: Error reading binary data!";
-    const std::pair<std::string, Messages> cases[] = {
-        {header() + "POINTS 2000000000 double\n", {warning, "warning: No points read!"}},
+    const std::string start = header() + points(1) + "POINT_DATA 1\n", field = start + "FIELD f 1\na ";
+    const std::string warning = "generic warning: Error reading binary data!", noPoints = "warning: No points read!";
+    expectMessages({
+        {header() + "POINTS 2000000000 double\n", {warning, noPoints}},
         {header() + "POINTS 99999999999 double\n", {"error: Cannot read number of points!"}},
         {header() + "POLYGONS 1 2000000000\n", {"error: Cannot read polygons!"}},
-        {header() + "POLYGONS 2000000000 2\n" + block<int>({1, 0}),
-         {"error: Cannot read polygons!", "warning: No points read!"}},
+        {header() + "POLYGONS 2000000000 2\n" + block<int>({1, 0}), {"error: Cannot read polygons!", noPoints}},
         {start + "SCALARS s char 2000000000\nLOOKUP_TABLE default\n", {warning}},
         {start + "SCALARS s char 99999999999999999999 LOOKUP_TABLE default\n", {warning}},
         {start + "COLOR_SCALARS s -3\n", {warning}},
@@ -127,22 +106,17 @@ TEST(DatasetDamageTest, countsThatNoBlockCanHoldTakeNoMemory)
         {start + "LOOKUP_TABLE t 2000000000\n", {"error: Error reading binary lookup table!"}},
         {start + "LOOKUP_TABLE t 500000000\n", {"error: Error reading binary lookup table!"}},
         {start + "LOOKUP_TABLE t -1\n", {"error: Cannot read lookup table data!"}},
-        {start + "FIELD f 2000000000\na 1 1 int\n" + block<int>({1}), {}},
+        {start + "FIELD f 2000000000\na 1 1 int\n" + block<int>({1})},
         {start + "FIELD f -1\n", {"error: Cannot read field header!"}},
-        {start + "FIELD f 1\na 2000000000 2000000000 double\n", {warning}},
-        {start + "FIELD f 1\na -1 1 int\n", {warning}},
-        {start + "FIELD f 1\na 1 -1 int\n", {warning}},
-        {start + "FIELD f 1\na -3 -3 int\n", {warning}},
-        {start + "FIELD f 1\na 3 1431655765 bit\n", {warning}},
-        {start + "FIELD f 1\na 1 2000000000 vtkIdType:2\n", {warning}},
-    };
-    for (const auto& [bytes, messages] : cases)
-    {
-        EXPECT_THAT(readBlock(bytes).messages, ElementsAreArray(messages)) << bytes;
-    }
-    const std::string text = header("ASCII") + "POINTS 2000000000 float\n1 2 3\n";
-    EXPECT_THAT(readBlock(text).messages,
-                ElementsAre("generic warning: Error reading ascii data!", "error: Unrecognized keyword: 1"));
+        {field + "2000000000 2000000000 double\n", {warning}},
+        {field + "-1 1 int\n", {warning}},
+        {field + "1 -1 int\n", {warning}},
+        {field + "-3 -3 int\n", {warning}},
+        {field + "3 1431655765 bit\n", {warning}},
+        {field + "1 2000000000 vtkIdType:2\n", {warning}},
+        {header("ASCII") + "POINTS 2000000000 float\n1 2 3\n",
+         {"generic warning: Error reading ascii data!", "error: Unrecognized keyword: 1"}},
+    });
 }
 
 TEST(DatasetDamageTest, aRunKeepsToTheBudgetItIsGiven)
@@ -153,7 +127,7 @@ TEST(DatasetDamageTest, aRunKeepsToTheBudgetItIsGiven)
     for (const std::uint64_t allowed : {needed, needed - 1})
     {
         sdb::detail::MemoryBudget budget(allowed);
-        const test::BlockReading reading =
+        const BlockReading reading =
             readBlock(bytes, [&](tsg::SDBPolyDataReader& reader) { reader.SetMemoryBudget(&budget); });
         EXPECT_EQ(reading.output().GetNumberOfCells(), allowed == needed ? 1 : 0);
         EXPECT_EQ(reading.messages.empty(), allowed == needed);
@@ -167,16 +141,15 @@ TEST(DatasetDamageTest, sectionsThatOpenOneAnotherDoNotNest)
     {
         bytes += "CELL_DATA 0 POINT_DATA 1\n";
     }
-    const test::BlockReading reading = readBlock(bytes + "VECTORS v float\n" + block<float>({1, 2, 3}));
+    const BlockReading reading = readBlock(bytes + "VECTORS v float\n" + block<float>({1, 2, 3}));
     EXPECT_THAT(reading.messages, IsEmpty());
-    EXPECT_NE(reading.output().GetPointData()->GetVectors(), nullptr);
+    EXPECT_NE(reading.pointData().GetVectors(), nullptr);
 }
 
 TEST(DatasetDamageTest, manySmallFieldArraysAreReadInTheTimeOfTheirBytes)
 {
     constexpr int COUNT = 50000;
-    std::string one = "POINT_DATA 1\nFIELD f " + std::to_string(COUNT) + "\n";
-    std::string many = "POINT_DATA 1\n";
+    std::string one = "POINT_DATA 1\nFIELD f " + std::to_string(COUNT) + "\n", many = "POINT_DATA 1\n";
     for (int i = 0; i < COUNT; ++i)
     {
         const std::string array = std::to_string(i) + " 1 0 int\n";
@@ -185,27 +158,27 @@ TEST(DatasetDamageTest, manySmallFieldArraysAreReadInTheTimeOfTheirBytes)
     }
     for (const std::string& data : {one, many, many + many.substr(many.find('F'))})
     {
-        const test::BlockReading reading = readBlock(header() + points(1) + data);
+        const BlockReading reading = readBlock(header() + points(1) + data);
         EXPECT_THAT(reading.messages, IsEmpty());
-        EXPECT_EQ(reading.output().GetPointData()->GetNumberOfArrays(), COUNT);
-        EXPECT_STREQ(reading.output().GetPointData()->GetArrayName(COUNT - 1), "49999");
+        EXPECT_EQ(reading.pointData().GetNumberOfArrays(), COUNT);
+        EXPECT_STREQ(reading.pointData().GetArrayName(COUNT - 1), "49999");
     }
 }
 
 TEST(DatasetDamageTest, aFieldListThatEndsEarlyEndsQuietly)
 {
     const std::string array = "a 1 1 int\n" + block<int>({7});
-    const std::pair<std::string, Messages> cases[] = {
-        {"", {}},
-        {" \n", {}},
-        {"POINT_DATA 1\nVECTORS v float\n" + block<float>({1, 2, 3}), {}},
+    const MessageCase cases[] = {
+        {""},
+        {" \n"},
+        {"POINT_DATA 1\nVECTORS v float\n" + block<float>({1, 2, 3})},
         {"POINT_DATA 1\nb 1", {"error: Unsupported point attribute type: b"}},
         {"b 1 x int\n", {"error: Unsupported cell attribute type: b"}},
         {"b 1 1 string\n", {"error: Unsupported data type: string"}},
     };
     for (const auto& [rest, messages] : cases)
     {
-        const test::BlockReading reading =
+        const BlockReading reading =
             readBlock(header() + "FIELD f 3\n" + array + points(1) + cells("VERTICES", 1, {1, 0}) +
                       "CELL_DATA 1\nFIELD f 2\n" + array + rest);
         EXPECT_THAT(reading.messages, ElementsAreArray(messages)) << rest;
@@ -217,20 +190,14 @@ TEST(DatasetDamageTest, aFieldListThatEndsEarlyEndsQuietly)
 /// Bytes that decode to something else than the header in front of them promises.
 TEST(DatasetDamageTest, blocksOfAnotherLengthFillWhatTheirHeaderPromises)
 {
-    const auto zlib = tsg::CompressionMethods::Zlib;
-    const std::vector<float> nine(9, 4.0F);
-    std::string damaged = block(nine, zlib);
+    const auto fours = [](std::size_t count)
+    { return block(std::vector<float>(count, 4.0F), tsg::CompressionMethods::Zlib); };
+    std::string damaged = fours(9);
     damaged[17] = '\x55'; // the first byte of the zlib stream
-    const std::string after = "LINES 1 3\n" + block<int>({2, 0, 1});
-    const std::pair<std::string, double> cases[] = {
-        {block(std::vector<float>(100, 4.0F), zlib), 4.0},
-        {block(nine, zlib), 4.0},
-        {block(std::vector<float>(2, 4.0F), zlib), 0.0},
-        {damaged, 0.0},
-    };
-    for (const auto& [stored, last] : cases)
+    for (const auto& [stored, last] : {std::pair(fours(100), 4.0), {fours(9), 4.0}, {fours(2), 0.0}, {damaged, 0.0}})
     {
-        const test::BlockReading reading = readBlock(header() + "POINTS 3 float\n" + stored + after);
+        const BlockReading reading =
+            readBlock(header() + "POINTS 3 float\n" + stored + "LINES 1 3\n" + block<int>({2, 0, 1}));
         EXPECT_THAT(reading.messages, IsEmpty());
         EXPECT_EQ(reading.output().GetPoint(2)[2], last);
         EXPECT_EQ(reading.output().GetNumberOfLines(), 1);
@@ -243,11 +210,11 @@ TEST(DatasetDamageTest, everyPrefixOfABlockIsReadOrReported)
 {
     for (const char* const name : WHOLE_BLOCKS)
     {
-        const std::string whole = test::golden(name);
+        const std::string whole = golden(name);
         const std::size_t points = whole.find("\nPOINTS") + 8;
         for (std::size_t length = 0; length < whole.size(); ++length)
         {
-            const test::BlockReading reading = readBlock(whole.substr(0, length));
+            const BlockReading reading = readBlock(whole.substr(0, length));
             if (length <= points)
             {
                 EXPECT_THAT(reading.messages, Not(IsEmpty())) << name << " " << length;
@@ -261,7 +228,7 @@ TEST(DatasetDamageTest, noDamagedByteMakesALie)
 {
     for (const char* const name : WHOLE_BLOCKS)
     {
-        const std::string whole = test::golden(name);
+        const std::string whole = golden(name);
         for (std::size_t at = 0; at < whole.size(); ++at)
         {
             for (const char byte : {'\0', '\xff', '9', '-', ' ', static_cast<char>(whole[at] ^ 1)})

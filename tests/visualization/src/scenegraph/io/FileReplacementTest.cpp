@@ -1,37 +1,33 @@
 #include "scenegraph/io/SDB.h"
 
 #include "support/TemporaryDirectory.h"
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 #include <sys/stat.h>
 
 namespace
 {
 
+using namespace test;
+
 class FileReplacementTest : public testing::Test
 {
 protected:
-    test::TemporaryFile file(const std::string& name, const std::string& content)
+    TemporaryFile file(const std::string& name, const std::string& content)
     {
-        const test::TemporaryFile path = directory.file(name);
-        std::ofstream(path.narrow) << content;
+        const TemporaryFile path = directory.file(name);
+        writeBytes(path.narrow, content);
         return path;
     }
 
     std::ptrdiff_t entries() const { return std::distance(std::filesystem::directory_iterator(directory.path()), {}); }
 
-    test::TemporaryDirectory directory;
+    TemporaryDirectory directory;
 };
 
 TEST_F(FileReplacementTest, aReaderKeepsItsFileWhileTheNameIsTakenByAnother)
 {
-    const test::TemporaryFile path = file("a.sce", "old");
+    const TemporaryFile path = file("a.sce", "old");
     const auto reader = sdb::binaryIfstreamShareDelete(path.wide);
     ASSERT_TRUE(reader->is_open());
     EXPECT_TRUE(sdb::renameToTempAndMarkForDeletion(path.wide));
@@ -44,8 +40,8 @@ TEST_F(FileReplacementTest, aReaderKeepsItsFileWhileTheNameIsTakenByAnother)
 
 TEST_F(FileReplacementTest, onlyRegularFilesAreOpenedOrReplaced)
 {
-    const test::TemporaryFile folder = directory.file("folder");
-    const test::TemporaryFile pipe = directory.file("pipe");
+    const TemporaryFile folder = directory.file("folder");
+    const TemporaryFile pipe = directory.file("pipe");
     ASSERT_TRUE(std::filesystem::create_directory(folder.narrow));
     ASSERT_EQ(mkfifo(pipe.narrow.c_str(), 0600), 0);
     for (const std::wstring& path : {directory.file("missing").wide, folder.wide, pipe.wide, std::wstring(),

@@ -2,15 +2,12 @@
 
 #include "core/Error.h"
 #include "scenegraph/io/detail/Limits.h"
-
-#include <sstream>
-#include <string>
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace
 {
 
+using namespace test;
 using sdb::detail::PendingTag;
 
 Properties arrayTag()

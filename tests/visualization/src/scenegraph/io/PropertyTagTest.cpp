@@ -2,48 +2,48 @@
 
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/Positions.h"
+#include "support/Testing.h"
 
 #include <ios>
-#include <sstream>
-#include <string>
-
-#include <gtest/gtest.h>
 
 namespace
 {
 
-struct TagCase
-{
-    std::string bytes;
-    std::string tag; ///< none is found if empty
-    std::string rest;
-    std::ios::iostate state;
-};
+using namespace test;
 
 constexpr std::ios::iostate AT_END = std::ios::eofbit | std::ios::failbit;
 
-class NextPropertyTagTest : public testing::TestWithParam<TagCase>
+TEST(PropertyTagTest, takesOneWholeTagAndLeavesTheStreamBehindIt)
 {
-};
+    struct TagCase
+    {
+        std::string bytes;
+        std::string tag; ///< none is found if empty
+        std::string rest;
+        std::ios::iostate state = std::ios::goodbit;
+    };
 
-TEST_P(NextPropertyTagTest, takesOneWholeTagAndLeavesTheStreamBehindIt)
-{
-    std::istringstream in(GetParam().bytes);
-    std::string text = "unchanged";
-    EXPECT_EQ(sdb::internal::getNextPropertyTag(in, text), !GetParam().tag.empty());
-    EXPECT_EQ(text, GetParam().tag.empty() ? "unchanged" : GetParam().tag);
-    EXPECT_EQ(in.rdstate(), GetParam().state);
-    in.clear();
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), GetParam().rest);
+    const TagCase cases[] = {
+        {"{a{b}c}more", "{a{b}c}", "more"},
+        {"\r\n} \xff x{}{b}", "{}", "{b}"},
+        {"{a\n}{b}", "", "}{b}"},
+        {"{a\r{b}}", "", "{b}}"},
+        {"no tag \n here", "", "", AT_END},
+        {"{a{b}c", "", "", AT_END},
+        {"", "", "", AT_END},
+    };
+    for (const TagCase& one : cases)
+    {
+        SCOPED_TRACE(one.bytes);
+        std::istringstream in(one.bytes);
+        std::string text = "unchanged";
+        EXPECT_EQ(sdb::internal::getNextPropertyTag(in, text), !one.tag.empty());
+        EXPECT_EQ(text, one.tag.empty() ? "unchanged" : one.tag);
+        EXPECT_EQ(in.rdstate(), one.state);
+        in.clear();
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), one.rest);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(PropertyTagTest, NextPropertyTagTest,
-                         testing::Values(TagCase{"{a{b}c}more", "{a{b}c}", "more", std::ios::goodbit},
-                                         TagCase{"\r\n} \xff x{}{b}", "{}", "{b}", std::ios::goodbit},
-                                         TagCase{"{a\n}{b}", "", "}{b}", std::ios::goodbit},
-                                         TagCase{"{a\r{b}}", "", "{b}}", std::ios::goodbit},
-                                         TagCase{"no tag \n here", "", "", AT_END}, TagCase{"{a{b}c", "", "", AT_END},
-                                         TagCase{"", "", "", AT_END}));
 
 TEST(PropertyTagTest, everyPrefixOfATagIsNone)
 {
@@ -105,15 +105,11 @@ TEST(PropertyTagTest, positionsAreSixteenDigitsAndReadInAnyWidth)
     EXPECT_EQ(sdb::detail::hexPosition(420), "00000000000001a4");
     EXPECT_EQ(sdb::detail::hexPosition(UINT64_MAX), "ffffffffffffffff");
     const Properties tag(R"({"a":"00000000000001a4","b":"1A4","c":"","d":"x","e":" 0x1a4;","f":"-1","g":7})");
-    for (const char* key : {"a", "b", "e"})
+    for (const auto& [key, position] :
+         {std::pair("a", 420), {"b", 420}, {"e", 420}, {"c", 0}, {"d", 0}, {"g", 0}, {"missing", 0}, {"f", -1}})
     {
-        EXPECT_EQ(sdb::hexFromProp(tag, key), 420U) << key;
+        EXPECT_EQ(sdb::hexFromProp(tag, key), static_cast<std::uint64_t>(position)) << key;
     }
-    for (const char* key : {"c", "d", "g", "missing"})
-    {
-        EXPECT_EQ(sdb::hexFromProp(tag, key), 0U) << key;
-    }
-    EXPECT_EQ(sdb::hexFromProp(tag, "f"), UINT64_MAX);
 }
 
 TEST(PropertyTagTest, checksumsAreTheCrcOfTheOwner)
@@ -124,28 +120,22 @@ TEST(PropertyTagTest, checksumsAreTheCrcOfTheOwner)
     EXPECT_EQ(sdb::getChecksum("sk", "", "", sdb::PolyData), 0x09268ddbU);
 }
 
-struct RewindCase
-{
-    const char* tag;
-    std::ios::iostate before;
-    std::ios::iostate after;
-    int position;
-};
-
 TEST(PropertyTagTest, rewindingGoesToTheEndOfWhatTheTagDescribes)
 {
-    for (const RewindCase& c :
-         {RewindCase{R"({"FilePos":"3","Length":"4"})", std::ios::eofbit, std::ios::goodbit, 7},
-          RewindCase{"{}", std::ios::goodbit, std::ios::goodbit, 0},
-          RewindCase{R"({"FilePos":"3","Length":"4"})", AT_END, std::ios::failbit, -1},
-          RewindCase{R"({"FilePos":"ffffffffffffffff","Length":"8"})", std::ios::goodbit, std::ios::failbit, -1},
-          RewindCase{R"({"FilePos":"7fffffffffffffff","Length":"1"})", std::ios::goodbit, std::ios::failbit, -1}})
+    const std::tuple<const char*, std::ios::iostate, std::ios::iostate, int> cases[] = {
+        {R"({"FilePos":"3","Length":"4"})", std::ios::eofbit, std::ios::goodbit, 7},
+        {"{}", std::ios::goodbit, std::ios::goodbit, 0},
+        {R"({"FilePos":"3","Length":"4"})", AT_END, std::ios::failbit, -1},
+        {R"({"FilePos":"ffffffffffffffff","Length":"8"})", std::ios::goodbit, std::ios::failbit, -1},
+        {R"({"FilePos":"7fffffffffffffff","Length":"1"})", std::ios::goodbit, std::ios::failbit, -1},
+    };
+    for (const auto& [tag, before, after, position] : cases)
     {
         std::istringstream in("0123456789");
-        in.setstate(c.before);
-        sdb::internal::rewindToEndOfTag(in, Properties(c.tag));
-        EXPECT_EQ(in.rdstate(), c.after) << c.tag;
-        EXPECT_EQ(in.tellg(), c.position) << c.tag;
+        in.setstate(before);
+        sdb::internal::rewindToEndOfTag(in, Properties(tag));
+        EXPECT_EQ(in.rdstate(), after) << tag;
+        EXPECT_EQ(in.tellg(), position) << tag;
     }
 }
 

@@ -1,46 +1,16 @@
 #include "scenegraph/io/SDBDataReader.h"
 
 #include "support/BlockReading.h"
-#include "support/DatasetBlocks.h"
+#include "support/ForeignNumbers.h"
+#include "support/Testing.h"
 
-#include <locale>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <vtkCellData.h>
-#include <vtkDataArray.h>
-#include <vtkLookupTable.h>
-#include <vtkNew.h>
 #include <vtkObjectFactory.h>
-#include <vtkPointData.h>
 #include <vtkRectilinearGrid.h>
 
 namespace
 {
 
-using test::block;
-using test::header;
-using test::points;
-using test::readBlock;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-
-using Messages = std::vector<std::string>;
-using Configure = std::function<void(tsg::SDBPolyDataReader&)>;
-
-std::vector<double> valuesOf(vtkDataArray* array)
-{
-    std::vector<double> values;
-    for (vtkIdType i = 0; array != nullptr && i < array->GetNumberOfValues(); ++i)
-    {
-        values.push_back(array->GetComponent(i / array->GetNumberOfComponents(),
-                                             static_cast<int>(i % array->GetNumberOfComponents())));
-    }
-    return values;
-}
+using namespace test;
 
 /// A reader of one text with its inner operations laid open.
 class OpenReader : public tsg::SDBDataReader
@@ -56,24 +26,33 @@ public:
 
 vtkStandardNewMacro(OpenReader);
 
-std::string binaryHeader()
+/// Such a reader at the beginning of some bytes.
+struct OpenReading
 {
-    return "# vtk DataFile Version 3.0\n\nBINARY\n";
-}
+    explicit OpenReading(std::string content)
+        : bytes(std::move(content))
+    {
+        reader->SetIStream(&stream);
+    }
+
+    /// Behind the header of a block of a type.
+    OpenReading(const std::string& fileType, const std::string& content)
+        : OpenReading("# vtk DataFile Version 3.0\n\n" + fileType + "\n" + content)
+    {
+        EXPECT_EQ(reader->ReadHeader(), 1);
+    }
+
+    const std::string bytes;
+    sdb::detail::MemoryStream stream{bytes.data(), bytes.size()};
+    const vtkNew<OpenReader> reader;
+    const ReportedErrors reported{*reader};
+};
 
 // --- Arrays ----------------------------------------------------------------------------------------------------------
 
-struct TypeCase
-{
-    const char* word;
-    const char* className;
-    std::string stored;
-    std::vector<double> values;
-};
-
 TEST(SDBDataReaderTest, typeWordsTellHowValuesAreStored)
 {
-    const TypeCase cases[] = {
+    const std::tuple<const char*, const char*, std::string, std::vector<double>> cases[] = {
         {"CHAR", "vtkCharArray", block<signed char>({-1, 2}), {-1, 2}},
         {"unsigned_char", "vtkUnsignedCharArray", block<unsigned char>({255, 2}), {255, 2}},
         {"short", "vtkShortArray", block<short>({-300, 2}), {-300, 2}},
@@ -88,18 +67,14 @@ TEST(SDBDataReaderTest, typeWordsTellHowValuesAreStored)
         {"doubles", "vtkDoubleArray", block<double>({0.1, 2}, tsg::CompressionMethods::Zlib), {0.1, 2}},
         {"bit", "vtkBitArray", "\x40\n", {0, 1}},
     };
-    for (const TypeCase& one : cases)
+    for (const auto& [word, className, stored, values] : cases)
     {
-        const std::string bytes = binaryHeader() + one.stored;
-        sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-        const vtkNew<OpenReader> reader;
-        reader->SetIStream(&stream);
-        ASSERT_EQ(reader->ReadHeader(), 1);
-        const auto array = vtkSmartPointer<vtkDataArray>::Take(reader->ReadArray(one.word, 2, 1));
-        ASSERT_NE(array, nullptr) << one.word;
-        EXPECT_STREQ(array->GetClassName(), one.className);
-        EXPECT_THAT(valuesOf(array), ElementsAreArray(one.values)) << one.word;
-        EXPECT_EQ(stream.peek(), '\n') << one.word;
+        OpenReading open("BINARY", stored);
+        const auto array = vtkSmartPointer<vtkDataArray>::Take(open.reader->ReadArray(word, 2, 1));
+        ASSERT_NE(array, nullptr) << word;
+        EXPECT_STREQ(array->GetClassName(), className);
+        EXPECT_THAT(valuesOf(array), ElementsAreArray(values)) << word;
+        EXPECT_EQ(open.stream.peek(), '\n') << word;
     }
 }
 
@@ -118,19 +93,17 @@ TEST(SDBDataReaderTest, textValuesAreReadUpToTheFirstBadOne)
     };
     for (const auto& [text, values] : cases)
     {
-        const test::BlockReading reading = readBlock(header("ASCII") + "FIELD f 1\na 2 2 " + text);
-        const bool whole = values.back() != 0.0;
+        const BlockReading reading = readBlock(header("ASCII") + "FIELD f 1\na 2 2 " + text);
         EXPECT_THAT(valuesOf(reading.output().GetFieldData()->GetArray("a")), ElementsAreArray(values)) << text;
-        Messages messages = {"generic warning: Error reading ascii data!", "warning: No points read!"};
-        messages.erase(messages.begin(), messages.begin() + (whole ? 1 : 0));
-        EXPECT_THAT(reading.messages, ElementsAreArray(messages)) << text;
+        EXPECT_EQ(reading.messages.front() == "generic warning: Error reading ascii data!", values.back() == 0.0);
+        EXPECT_EQ(reading.messages.back(), "warning: No points read!") << text;
     }
 }
 
 TEST(SDBDataReaderTest, bitsAreRawBytesOrTextAndHaveToBeThere)
 {
-    const std::pair<std::string, Messages> cases[] = {
-        {header() + "FIELD f 1\na 3 3 bit\n\xff\x80\n", {}},
+    const MessageCase cases[] = {
+        {header() + "FIELD f 1\na 3 3 bit\n\xff\x80\n"},
         {header() + "FIELD f 1\na 3 3 bit\n\xff", {"error: Error reading binary bit array!"}},
         {header("ASCII") + "FIELD f 1\na 3 3 bit\n1 2 1 1 1 1 1 1 1", {}},
         {header("ASCII") + "FIELD f 1\na 3 3 bit\n1 2 1 1 1 x",
@@ -138,7 +111,7 @@ TEST(SDBDataReaderTest, bitsAreRawBytesOrTextAndHaveToBeThere)
     };
     for (auto [bytes, messages] : cases)
     {
-        const test::BlockReading reading = readBlock(bytes);
+        const BlockReading reading = readBlock(bytes);
         vtkDataArray* const array = reading.output().GetFieldData()->GetArray("a");
         EXPECT_THAT(valuesOf(array), ElementsAreArray(std::vector<double>(messages.empty() ? 9 : 0, 1.0))) << bytes;
         messages.push_back("warning: No points read!");
@@ -184,35 +157,27 @@ TEST(SDBDataReaderTest, recordsSayWhatIsWrongWithThem)
     }
 }
 
-struct ChoiceCase
-{
-    const char* what;
-    Configure configure;
-    const char* active;
-    int arrays;
-};
-
 TEST(SDBDataReaderTest, theFirstRecordOfAKindOrTheNamedOneBecomesActive)
 {
-    using Reader = tsg::SDBPolyDataReader;
-    const ChoiceCase choices[] = {
-        {"first", [](Reader&) {}, "a b", 1},
-        {"named", [](Reader& reader) { reader.SetVectorsName("c"), reader.SetNormalsName("c"); }, "c", 1},
-        {"none", [](Reader& reader) { reader.SetVectorsName("x"), reader.SetNormalsName("x"); }, nullptr, 0},
-        {"all", [](Reader& reader) { reader.ReadAllVectorsOn(), reader.ReadAllNormalsOn(); }, "a b", 2},
+    // activeName: empty for none
+    const std::tuple<std::function<void(tsg::SDBPolyDataReader&)>, std::string, int> choices[] = {
+        {[](auto&) {}, "a b", 1},
+        {[](auto& reader) { reader.SetVectorsName("c"), reader.SetNormalsName("c"); }, "c", 1},
+        {[](auto& reader) { reader.SetVectorsName("x"), reader.SetNormalsName("x"); }, "", 0},
+        {[](auto& reader) { reader.ReadAllVectorsOn(), reader.ReadAllNormalsOn(); }, "a b", 2},
     };
     const std::string value = " float\n" + block<float>({1, 2, 3});
-    for (const ChoiceCase& choice : choices)
+    for (const auto& [configure, activeName, arrays] : choices)
     {
         for (const std::string keyword : {"VECTORS", "NORMALS"})
         {
             const std::string records = keyword + " a%20b" + value + keyword + " c" + value;
-            const test::BlockReading reading = readBlock(pointData(records), choice.configure);
-            vtkPointData* const data = reading.output().GetPointData();
-            vtkDataArray* const active = keyword == "VECTORS" ? data->GetVectors() : data->GetNormals();
+            const BlockReading reading = readBlock(pointData(records), configure);
+            vtkPointData& data = reading.pointData();
+            vtkDataArray* const active = keyword == "VECTORS" ? data.GetVectors() : data.GetNormals();
             EXPECT_THAT(reading.messages, IsEmpty());
-            EXPECT_EQ(data->GetNumberOfArrays(), choice.arrays) << choice.what;
-            EXPECT_EQ(std::string(active ? active->GetName() : ""), choice.active ? choice.active : "") << choice.what;
+            EXPECT_EQ(data.GetNumberOfArrays(), arrays) << activeName;
+            EXPECT_EQ(active != nullptr ? active->GetName() : "", activeName);
         }
     }
 }
@@ -220,20 +185,18 @@ TEST(SDBDataReaderTest, theFirstRecordOfAKindOrTheNamedOneBecomesActive)
 TEST(SDBDataReaderTest, scalarsAndColoursAreOneKindWithFlagsOfTheirOwn)
 {
     const std::string scalars = " unsigned_char 2\nLOOKUP_TABLE default\n" + block<unsigned char>({8, 9});
-    const test::BlockReading reading =
-        readBlock(pointData("SCALARS s" + scalars + "SCALARS dropped" + scalars + "COLOR_SCALARS kept 4\n" +
-                            block<unsigned char>({1, 2, 3, 4})),
-                  [](tsg::SDBPolyDataReader& reader) { reader.ReadAllColorScalarsOn(); });
-    vtkPointData* const data = reading.output().GetPointData();
+    const BlockReading reading = readBlock(pointData("SCALARS s" + scalars + "SCALARS dropped" + scalars +
+                                                     "COLOR_SCALARS kept 4\n" + block<unsigned char>({1, 2, 3, 4})),
+                                           [](auto& reader) { reader.ReadAllColorScalarsOn(); });
     EXPECT_THAT(reading.messages, IsEmpty());
-    EXPECT_EQ(data->GetNumberOfArrays(), 2);
-    EXPECT_THAT(valuesOf(data->GetScalars()), ElementsAre(8, 9));
-    EXPECT_THAT(valuesOf(data->GetArray("kept")), ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(reading.pointData().GetNumberOfArrays(), 2);
+    EXPECT_THAT(valuesOf(reading.pointData().GetScalars()), ElementsAre(8, 9));
+    EXPECT_THAT(valuesOf(reading.pointData().GetArray("kept")), ElementsAre(1, 2, 3, 4));
 }
 
 TEST(SDBDataReaderTest, colorsInTextAreFractionsThatStayWithinBytes)
 {
-    const test::BlockReading reading =
+    const BlockReading reading =
         readBlock(pointData("COLOR_SCALARS c 4\n0.5 -3 1e30 1\nLOOKUP_TABLE lut 1\n2 -1 0.5 1\n", "ASCII"));
     vtkDataArray* const colors = reading.output().GetPointData()->GetScalars();
     EXPECT_THAT(reading.messages, IsEmpty());
@@ -243,36 +206,28 @@ TEST(SDBDataReaderTest, colorsInTextAreFractionsThatStayWithinBytes)
                 ElementsAre("error: Error reading lookup table!"));
 }
 
-struct TableCase
-{
-    const char* announced;
-    const char* wanted;
-    std::string record;
-    int colors; ///< 0 if the scalars have no table
-};
-
 TEST(SDBDataReaderTest, aTableGoesToTheScalarsThatAnnouncedIt)
 {
+    // colors: of the table; 0 if the scalars have none
     const std::string two = " 2\n" + block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) + "\n";
-    const TableCase cases[] = {
-        {"lut", nullptr, "lut" + two, 2}, {"lut", nullptr, "other" + two, 0}, {"lut", "lut", "lut" + two, 2},
-        {"lut", "mine", "lut" + two, 0},  {"lut", nullptr, "lut 0\n", 0},
-    };
-    for (const TableCase& one : cases)
+    const std::string scalars = "SCALARS s int\nLOOKUP_TABLE lut\n" + block<int>({1}) + "LOOKUP_TABLE ";
+    const std::tuple<const char*, std::string, int> cases[] = {{nullptr, "lut" + two, 2},
+                                                               {nullptr, "other" + two, 0},
+                                                               {"lut", "lut" + two, 2},
+                                                               {"mine", "lut" + two, 0},
+                                                               {nullptr, "lut 0\n", 0}};
+    for (const auto& [wanted, record, colors] : cases)
     {
-        const std::string records =
-            "SCALARS s int\nLOOKUP_TABLE " + std::string(one.announced) + "\n" + block<int>({1});
-        const test::BlockReading reading =
-            readBlock(pointData(records + "LOOKUP_TABLE " + one.record + "VECTORS v float\n" + block<float>({1, 2, 3})),
-                      [&](tsg::SDBPolyDataReader& reader) { reader.SetLookupTableName(one.wanted); });
-        vtkLookupTable* const table = reading.output().GetPointData()->GetScalars()->GetLookupTable();
+        const BlockReading reading =
+            readBlock(pointData(scalars + record + "VECTORS v float\n" + block<float>({1, 2, 3})),
+                      [wanted = wanted](auto& reader) { reader.SetLookupTableName(wanted); });
+        vtkLookupTable* const table = reading.pointData().GetScalars()->GetLookupTable();
         EXPECT_THAT(reading.messages, IsEmpty());
-        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : 0, one.colors) << one.record;
-        EXPECT_NE(reading.output().GetPointData()->GetVectors(), nullptr) << one.record;
+        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : 0, colors) << record;
+        EXPECT_NE(reading.pointData().GetVectors(), nullptr) << record;
     }
-    const Messages cut = readBlock(pointData("LOOKUP_TABLE lut 2\n" + block<char>({1, 2}))).messages;
-    EXPECT_THAT(
-        cut, ElementsAre("generic warning: Error reading binary data!", "error: Error reading binary lookup table!"));
+    expectMessages({{pointData("LOOKUP_TABLE lut 2\n" + block<char>({1, 2})),
+                     {"generic warning: Error reading binary data!", "error: Error reading binary lookup table!"}}});
 }
 
 // --- Lines, words and numbers ----------------------------------------------------------------------------------------
@@ -295,10 +250,8 @@ TEST(SDBDataReaderTest, namesAreDecodedToTheBytesTheyStandFor)
 TEST(SDBDataReaderTest, linesAndWordsAreCutTo255Bytes)
 {
     const std::string longText(300, 'x');
-    const std::string bytes = longText + "\n" + std::string(255, 'y') + "\n\n" + longText + " \t\n\v\f\rZ\xc4 \xff";
-    sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-    const vtkNew<OpenReader> reader;
-    reader->SetIStream(&stream);
+    const OpenReading open(longText + "\n" + std::string(255, 'y') + "\n\n" + longText + " \t\n\v\f\rZ\xc4 \xff");
+    const auto& reader = open.reader;
     char text[256];
     for (const std::string& line : {longText.substr(0, 255), std::string(255, 'y'), std::string()})
     {
@@ -315,20 +268,10 @@ TEST(SDBDataReaderTest, linesAndWordsAreCutTo255Bytes)
     EXPECT_EQ(reader->ReadLine(text), 0);
 }
 
-/// Punctuation that would read "1.5" as fifteen.
-struct Grouping : std::numpunct<char>
-{
-    char do_decimal_point() const override { return ','; }
-
-    char do_thousands_sep() const override { return '.'; }
-
-    std::string do_grouping() const override { return "\1"; }
-};
-
 TEST(SDBDataReaderTest, numbersDependOnNeitherLocaleNorFlagsOfTheStream)
 {
     std::istringstream stream(" 12 1.5 -1 40000 77x");
-    stream.imbue(std::locale(std::locale::classic(), new Grouping));
+    stream.imbue(ForeignNumbers::locale());
     stream.setf(std::ios::hex, std::ios::basefield);
     stream.unsetf(std::ios::skipws);
     const vtkNew<OpenReader> reader;
@@ -352,87 +295,64 @@ TEST(SDBDataReaderTest, numbersDependOnNeitherLocaleNorFlagsOfTheStream)
 TEST(SDBDataReaderTest, titlesAreLinesAndVersionsDoNotCount)
 {
     const std::string title(300, 't');
-    const std::string bytes = "# vtk DataFile Version 9.9 and more\n" + title + "\n bInArYx";
-    sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-    const vtkNew<OpenReader> reader;
-    EXPECT_EQ(reader->GetHeader(), nullptr);
-    EXPECT_EQ(reader->GetFileType(), 1);
-    reader->SetIStream(&stream);
-    EXPECT_EQ(reader->ReadHeader(), 1);
-    EXPECT_EQ(reader->GetHeader(), title.substr(0, 255));
-    EXPECT_EQ(reader->GetFileType(), 2);
+    const OpenReading open("# vtk DataFile Version 9.9 and more\n" + title + "\n bInArYx");
+    EXPECT_EQ(open.reader->GetHeader(), nullptr);
+    EXPECT_EQ(open.reader->GetFileType(), 1);
+    EXPECT_EQ(open.reader->ReadHeader(), 1);
+    EXPECT_EQ(open.reader->GetHeader(), title.substr(0, 255));
+    EXPECT_EQ(open.reader->GetFileType(), 2);
 
-    const std::string cut = "# vtk DataFile Version\n\nbin";
-    sdb::detail::MemoryStream cutStream(cut.data(), cut.size());
-    reader->SetIStream(&cutStream);
-    test::ReportedErrors reported(*reader);
-    EXPECT_EQ(reader->ReadHeader(), 0);
-    EXPECT_EQ(reader->GetFileType(), 0);
-    EXPECT_THAT(reported.messages, ElementsAre("error: Unrecognized file type: bin"));
-    EXPECT_THAT(reported.texts.front(),
-                testing::MatchesRegex("ERROR: In visualization/src/scenegraph/io/SDBDataReader[.cp]*, line [0-9]+\n"
-                                      "OpenReader \\(0x[0-9a-f]+\\): Unrecognized file type: bin\n\n"));
+    const OpenReading cut("# vtk DataFile Version\n\nbin");
+    EXPECT_EQ(cut.reader->ReadHeader(), 0);
+    EXPECT_EQ(cut.reader->GetFileType(), 0);
+    EXPECT_THAT(cut.reported.texts,
+                ElementsAre(MatchesRegex("ERROR: In visualization/src/scenegraph/io/SDBDataReader[.cp]*, line [0-9]+\n"
+                                         "OpenReader \\(0x[0-9a-f]+\\): Unrecognized file type: bin\n\n")));
 }
 
 TEST(SDBDataReaderTest, partsOfAConnectivityListAreCopied)
 {
-    const std::pair<std::string, std::string> forms[] = {
-        {"BINARY", block<int>({1, 0, 2, 1, 2, 3, 0, 1, 2})},
-        {"ASCII", "1 0 2 1 2 3 0 1 2"},
-    };
+    const std::pair<std::string, std::string> forms[] = {{"BINARY", block<int>({1, 0, 2, 1, 2, 3, 0, 1, 2})},
+                                                         {"ASCII", "1 0 2 1 2 3 0 1 2"}};
+    const std::pair<std::vector<int>, std::vector<int>> cases[] = {
+        {{0, 3, 0}, {1, 0, 2, 1, 2, 3, 0, 1, 2}}, {{1, 1, 1}, {2, 1, 2}}, {{3, 0, 0}, {}}, {{1, 3, 0}, {}}};
     for (const auto& [fileType, list] : forms)
     {
-        const std::pair<std::vector<int>, std::vector<int>> cases[] = {
-            {{0, 3, 0}, {1, 0, 2, 1, 2, 3, 0, 1, 2}}, {{1, 1, 1}, {2, 1, 2}}, {{3, 0, 0}, {}}, {{1, 3, 0}, {}}};
         for (const auto& [parts, kept] : cases)
         {
-            const std::string bytes = "# vtk DataFile Version 3.0\n\n" + fileType + "\n" + list;
-            sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-            const vtkNew<OpenReader> reader;
-            reader->SetIStream(&stream);
-            test::ReportedErrors reported(*reader);
-            ASSERT_EQ(reader->ReadHeader(), 1);
+            const OpenReading open(fileType, list);
             std::vector<int> found(kept.size());
             const bool whole = parts[0] + parts[1] <= 3;
-            EXPECT_EQ(reader->ReadCells(9, found.data(), parts[0], parts[1], parts[2]), whole);
+            EXPECT_EQ(open.reader->ReadCells(9, found.data(), parts[0], parts[1], parts[2]), whole);
             EXPECT_EQ(found, kept);
-            EXPECT_EQ(reported.messages.empty(), whole);
+            EXPECT_EQ(open.reported.messages.empty(), whole);
         }
     }
 }
 
 TEST(SDBDataReaderTest, coordinatesGoToTheirAxis)
 {
-    const std::string bytes =
-        binaryHeader() + "float\n" + block<float>({1, 2}) + "int\n" + block<int>({3}) + "double\n";
-    sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-    const vtkNew<OpenReader> reader;
-    reader->SetIStream(&stream);
-    ASSERT_EQ(reader->ReadHeader(), 1);
+    const OpenReading open("BINARY", "float\n" + block<float>({1, 2}) + "int\n" + block<int>({3}) + "double\n");
     const vtkNew<vtkRectilinearGrid> grid;
-    EXPECT_EQ(reader->ReadCoordinates(grid, 0, 2), 1);
-    EXPECT_EQ(reader->ReadCoordinates(grid, 1, 1), 1);
-    EXPECT_EQ(reader->ReadCoordinates(grid, 2, 0), 1);
+    EXPECT_EQ(open.reader->ReadCoordinates(grid, 0, 2), 1);
+    EXPECT_EQ(open.reader->ReadCoordinates(grid, 1, 1), 1);
+    EXPECT_EQ(open.reader->ReadCoordinates(grid, 2, 0), 1);
     EXPECT_THAT(valuesOf(grid->GetXCoordinates()), ElementsAre(1, 2));
     EXPECT_THAT(valuesOf(grid->GetYCoordinates()), ElementsAre(3));
     EXPECT_STREQ(grid->GetZCoordinates()->GetClassName(), "vtkDoubleArray");
-    test::ReportedErrors reported(*reader);
-    EXPECT_EQ(reader->ReadCoordinates(grid, 2, 1), 0);
-    EXPECT_THAT(reported.messages, ElementsAre("error: Cannot read coordinates type!"));
+    EXPECT_EQ(open.reader->ReadCoordinates(grid, 2, 1), 0);
+    EXPECT_THAT(open.reported.messages, ElementsAre("error: Cannot read coordinates type!"));
 }
 
 TEST(SDBDataReaderTest, headerLinesTellNames)
 {
     const vtkNew<OpenReader> reader;
-    char scalars[] = "SCALARS Pressure float";
-    char vectors[] = "VECTORS v float";
-    char bare[] = "scalars";
+    char scalars[] = "SCALARS Pressure float", vectors[] = "VECTORS v float", bare[] = "scalars";
     for (char* const line : {scalars, vectors, bare})
     {
         reader->CheckFor("scalars", line, reader->InFile.Scalars);
     }
     EXPECT_THAT(reader->InFile.Scalars, ElementsAre("Pressure"));
-    EXPECT_STREQ(scalars, "scalars Pressure float");
     reader->InitializeCharacteristics();
     EXPECT_THAT(reader->InFile.Scalars, IsEmpty());
 }

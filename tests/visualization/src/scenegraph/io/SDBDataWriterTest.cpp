@@ -4,37 +4,17 @@
 #include "support/Datasets.h"
 #include "support/FullDisk.h"
 #include "support/ReportedErrors.h"
+#include "support/Testing.h"
 
 #include <numeric>
-#include <sstream>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <vtkBitArray.h>
-#include <vtkCharArray.h>
-#include <vtkDoubleArray.h>
-#include <vtkFloatArray.h>
-#include <vtkIdTypeArray.h>
-#include <vtkLongArray.h>
-#include <vtkLongLongArray.h>
-#include <vtkLookupTable.h>
-#include <vtkNew.h>
 #include <vtkObjectFactory.h>
-#include <vtkPointData.h>
 #include <vtkSOADataArrayTemplate.h>
-#include <vtkShortArray.h>
-#include <vtkUnsignedCharArray.h>
-#include <vtkUnsignedShortArray.h>
 
 namespace
 {
 
-using test::arrayOf;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace test;
 
 /// Opens the operations for subclasses.
 class Writer : public tsg::SDBDataWriter
@@ -48,35 +28,7 @@ public:
 
 vtkStandardNewMacro(Writer);
 
-/// A writer of BINARY blocks with the stream that takes them and the errors that it reports.
-struct Output
-{
-    Output() { writer->SetFileTypeToBinary(); }
-
-    /// The bytes written since the last call.
-    std::string take()
-    {
-        const std::string bytes = disk.bytes().substr(_taken);
-        _taken += bytes.size();
-        return bytes;
-    }
-
-    /// A field section of one array.
-    std::string field(vtkDataArray* array)
-    {
-        vtkNew<vtkFieldData> fields;
-        fields->AddArray(array);
-        EXPECT_EQ(writer->WriteFieldData(&disk, fields), 1);
-        return take();
-    }
-
-    vtkNew<Writer> writer;
-    test::FullDisk disk;
-    test::ReportedErrors errors{*writer};
-
-private:
-    std::size_t _taken = 0;
-};
+const std::string NONE(1, '\0'); ///< the method byte of a block that is not compressed
 
 /// Bytes of short values as they stand in a file.
 std::string shorts(std::initializer_list<int> values)
@@ -89,64 +41,90 @@ std::string shorts(std::initializer_list<int> values)
     return bytes;
 }
 
-const std::string NONE(1, '\0'); ///< the method byte of a block that is not compressed
-
-TEST(SDBDataWriterTest, defaultsAndProperties)
+/// A writer of BINARY blocks with the stream that takes them and the errors that it reports.
+class SDBDataWriterTest : public testing::Test
 {
+protected:
+    SDBDataWriterTest() { writer->SetFileTypeToBinary(); }
+
+    /// The bytes written since the last call.
+    std::string take()
+    {
+        const std::string bytes = disk.bytes().substr(_taken);
+        _taken += bytes.size();
+        return bytes;
+    }
+
+    /// A field section of one array, without its first line.
+    std::string field(vtkDataArray* array)
+    {
+        const vtkNew<vtkFieldData> fields;
+        fields->AddArray(array);
+        EXPECT_EQ(writer->WriteFieldData(&disk, fields), 1);
+        return take().substr(18);
+    }
+
+    std::string pointData()
+    {
+        EXPECT_EQ(writer->WritePointData(&disk, data), 1);
+        return take();
+    }
+
+    std::string scalars(vtkDataArray* array)
+    {
+        EXPECT_EQ(writer->WriteScalarData(&disk, array, 1), 1);
+        return take();
+    }
+
     vtkNew<Writer> writer;
-    EXPECT_EQ(writer->GetFileType(), 1);
-    EXPECT_STREQ(writer->GetHeader(), "vtk output");
-    EXPECT_STREQ(writer->GetLookupTableName(), "lookup_table");
-    EXPECT_STREQ(writer->GetFieldDataName(), "FieldData");
-    EXPECT_EQ(writer->GetScalarsName(), nullptr);
-    EXPECT_EQ(writer->GetCompressBinaryData(), 0);
-    writer->SetFileType(7);
-    EXPECT_EQ(writer->GetFileType(), 2);
-    writer->SetOStream(nullptr, 0);
-    EXPECT_EQ(writer->GetFileType(), 1);
-    const vtkMTimeType stamp = writer->GetMTime();
-    writer->SetHeader("vtk output");
-    EXPECT_EQ(writer->GetMTime(), stamp);
-    EXPECT_EQ(writer->GetFileTypeMinValue() * 10 + writer->GetFileTypeMaxValue(), 12);
+    FullDisk disk;
+    ReportedErrors errors{*writer};
+    const vtkSmartPointer<vtkPolyData> data = onePoint();
+    vtkPointData* const attributes = data->GetPointData();
+
+private:
+    std::size_t _taken = 0;
+};
+
+TEST_F(SDBDataWriterTest, fileTypesAreClampedAndHeadersMayBeEmpty)
+{
+    for (const auto& [set, found] : {std::pair(7, 2), {0, 1}, {2, 2}})
+    {
+        writer->SetOStream(&disk, set);
+        EXPECT_EQ(writer->GetFileType(), found);
+    }
+    writer->SetHeader(nullptr);
+    EXPECT_EQ(writer->WriteHeader(&disk), 1);
+    EXPECT_EQ(take(), "# vtk DataFile Version 3.0\n\nBINARY\n");
 }
 
-TEST(SDBDataWriterTest, withoutAStreamEverythingFails)
+TEST_F(SDBDataWriterTest, withoutAStreamEverythingFails)
 {
-    vtkNew<Writer> writer;
-    const auto data = test::pointRow(1);
-    const auto floats = arrayOf<vtkFloatArray>("f", 1, {1});
-    EXPECT_EQ(writer->WriteHeader(nullptr), 0);
-    EXPECT_EQ(writer->WritePoints(nullptr, data->GetPoints()), 0);
-    EXPECT_EQ(writer->WriteCoordinates(nullptr, floats, 0), 0);
-    EXPECT_EQ(writer->WriteCells(nullptr, test::cellsOf({{0}}), "VERTICES"), 0);
-    EXPECT_EQ(writer->WriteCellData(nullptr, data), 0);
-    EXPECT_EQ(writer->WritePointData(nullptr, data), 0);
-    EXPECT_EQ(writer->WriteDataSetData(nullptr, data), 0);
-    EXPECT_EQ(writer->WriteFieldData(nullptr, data->GetPointData()), 0);
-    EXPECT_EQ(writer->WriteArray(nullptr, VTK_FLOAT, floats, "%s\n", 1, 1, false), 0);
-    EXPECT_EQ(writer->WriteScalarData(nullptr, floats, 1), 0);
-    EXPECT_EQ(writer->WriteVectorData(nullptr, floats, 1), 0);
+    const auto array = floats("f", {1});
+    const int results[] = {
+        writer->WriteHeader(nullptr),
+        writer->WritePoints(nullptr, data->GetPoints()),
+        writer->WriteCoordinates(nullptr, array, 0),
+        writer->WriteCells(nullptr, cellsOf({{0}}), "VERTICES"),
+        writer->WriteCellData(nullptr, data),
+        writer->WritePointData(nullptr, data),
+        writer->WriteDataSetData(nullptr, data),
+        writer->WriteFieldData(nullptr, attributes),
+        writer->WriteArray(nullptr, VTK_FLOAT, array, "%s\n", 1, 1, false),
+        writer->WriteScalarData(nullptr, array, 1),
+        writer->WriteVectorData(nullptr, array, 1),
+    };
+    EXPECT_THAT(results, Each(0));
 }
 
-TEST(SDBDataWriterTest, anEmptyHeaderIsAnEmptyLine)
+TEST_F(SDBDataWriterTest, blocksFrom1024BytesOnAreCompressed)
 {
-    Output out;
-    out.writer->SetHeader(nullptr);
-    EXPECT_EQ(out.writer->WriteHeader(&out.disk), 1);
-    EXPECT_EQ(out.take(), "# vtk DataFile Version 3.0\n\nBINARY\n");
-}
-
-TEST(SDBDataWriterTest, blocksFrom1024BytesOnAreCompressed)
-{
-    Output out;
-    out.writer->SetCompressBinaryData(1);
+    writer->SetCompressBinaryData(1);
     std::vector<double> values(256);
     std::iota(values.begin(), values.end(), 0);
-    const auto array = arrayOf<vtkFloatArray>("f", 1, values);
-    const std::string head = "FIELD FieldData 1\nf 1 256 float\n";
-    const std::string bytes(reinterpret_cast<const char*>(array->GetPointer(0)), 1024);
-
-    std::istringstream in(out.field(array).substr(head.size()));
+    const auto array = floats("f", values);
+    const std::string bytes(static_cast<const char*>(array->GetVoidPointer(0)), 1024);
+    std::istringstream in(field(array).substr(std::string("f 1 256 float\n").size()));
     EXPECT_EQ(in.peek(), 1);
     std::string decoded(1024, '\0');
     ASSERT_TRUE(sdb::readCompressed(in, decoded.data(), decoded.size()));
@@ -154,218 +132,182 @@ TEST(SDBDataWriterTest, blocksFrom1024BytesOnAreCompressed)
     EXPECT_EQ(in.get(), '\n');
 
     array->SetNumberOfTuples(255);
-    EXPECT_THAT(out.field(array), EndsWith("255 float\n" + NONE + bytes.substr(0, 1020) + "\n"));
+    EXPECT_EQ(field(array), "f 1 255 float\n" + NONE + bytes.substr(0, 1020) + "\n");
     array->SetNumberOfTuples(256);
-    out.writer->SetCompressBinaryData(0);
-    EXPECT_THAT(out.field(array), EndsWith("256 float\n" + NONE + bytes + "\n"));
+    writer->SetCompressBinaryData(0);
+    EXPECT_EQ(field(array), "f 1 256 float\n" + NONE + bytes + "\n");
 }
 
-TEST(SDBDataWriterTest, idsTakeTwoBytesIfTheLargestDoes)
+TEST_F(SDBDataWriterTest, idsTakeTwoBytesIfTheLargestDoes)
 {
-    Output out;
-    const auto line = [&](std::vector<double> ids)
-    { return out.field(arrayOf<vtkIdTypeArray>("i", 1, ids)).substr(18); };
-    EXPECT_EQ(line({0, 65536}), "i 1 2 vtkIdType:4\n" + NONE + shorts({0, 0, 0, 1}) + "\n");
-    EXPECT_EQ(line({0, 65535, -1}), "i 1 3 vtkIdType:2\n" + NONE + shorts({0, 65535, 65535}) + "\n");
-    EXPECT_EQ(line({-2147483648.0}), "i 1 1 vtkIdType:2\n" + NONE + shorts({0}) + "\n");
-    EXPECT_EQ(line({}), "i 1 0 vtkIdType:2\n\n");
-    EXPECT_THAT(out.errors.texts, ElementsAre());
+    const std::pair<std::vector<double>, std::string> cases[] = {
+        {{0, 65536}, "i 1 2 vtkIdType:4\n" + NONE + shorts({0, 0, 0, 1})},
+        {{0, 65535, -1}, "i 1 3 vtkIdType:2\n" + NONE + shorts({0, 65535, 65535})},
+        {{-2147483648.0}, "i 1 1 vtkIdType:2\n" + NONE + shorts({0})},
+        {{}, "i 1 0 vtkIdType:2\n"},
+    };
+    for (const auto& [ids, bytes] : cases)
+    {
+        EXPECT_EQ(field(arrayOf(VTK_ID_TYPE, "i", 1, ids)), bytes + "\n");
+    }
+    EXPECT_THAT(errors.texts, IsEmpty());
 }
 
-TEST(SDBDataWriterTest, anArrayThatDoesNotFitIsLeftOutAndTheSectionGoesOn)
+TEST_F(SDBDataWriterTest, anArrayThatDoesNotFitIsLeftOutAndTheSectionGoesOn)
 {
-    Output out;
-    const auto data = test::pointRow(2);
-    vtkPointData* const attributes = data->GetPointData();
-    attributes->SetScalars(arrayOf<vtkLongArray>("big", 1, {0, 4294967301.0}));
-    attributes->SetVectors(arrayOf<vtkFloatArray>("short", 3, {1, 2, 3}));
-    attributes->SetTensors(arrayOf<vtkFloatArray>("few", 6, {1, 2, 3, 4, 5, 6}));
-    attributes->SetGlobalIds(arrayOf<vtkIdTypeArray>("far", 1, {1, 4294967301.0}));
-    attributes->AddArray(arrayOf<vtkIdTypeArray>("low", 1, {-2147483649.0}));
-    attributes->AddArray(arrayOf<vtkShortArray>("kept", 1, {5}));
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "POINT_DATA 2\nFIELD FieldData 1\nkept 1 1 short\n" + NONE + shorts({5}) + "\n");
-    EXPECT_THAT(out.errors.texts,
+    data->GetPoints()->InsertNextPoint(1, 0, 0);
+    attributes->SetScalars(arrayOf(VTK_LONG, "big", 1, {0, 4294967301.0}));
+    attributes->SetVectors(arrayOf(VTK_FLOAT, "short", 3, {1, 2, 3}));
+    attributes->SetTensors(arrayOf(VTK_FLOAT, "few", 6, {1, 2, 3, 4, 5, 6}));
+    attributes->SetGlobalIds(arrayOf(VTK_ID_TYPE, "far", 1, {1, 4294967301.0}));
+    attributes->AddArray(arrayOf(VTK_ID_TYPE, "low", 1, {-2147483649.0}));
+    attributes->AddArray(arrayOf(VTK_SHORT, "kept", 1, {5}));
+    EXPECT_EQ(pointData(), "POINT_DATA 2\nFIELD FieldData 1\nkept 1 1 short\n" + NONE + shorts({5}) + "\n");
+    EXPECT_THAT(errors.texts,
                 ElementsAre(HasSubstr("Array is not written: \"big\": value 4294967301 does not fit 4 bytes"),
                             HasSubstr("\"short\": it holds 3 values where 6 are expected"), HasSubstr("\"few\""),
                             HasSubstr("\"far\""), HasSubstr("\"low\": value -2147483649")));
 
-    const auto far = test::pointsOf<vtkLongArray>({0, 0, 1e10});
-    EXPECT_EQ(out.writer->WritePoints(&out.disk, far), 0); // nothing makes sense without its points
-    EXPECT_EQ(out.writer->WriteArray(&out.disk, VTK_LONG, far->GetData(), "%s\n", 1, 3, false), 0);
-    EXPECT_EQ(out.take(), "");
+    const auto far = pointsOf(VTK_LONG, {0, 0, 1e10});
+    EXPECT_EQ(writer->WritePoints(&disk, far), 0); // nothing makes sense without its points
+    EXPECT_EQ(writer->WriteArray(&disk, VTK_LONG, far->GetData(), "%s\n", 1, 3, false), 0);
+    EXPECT_EQ(take(), "");
 }
 
-TEST(SDBDataWriterTest, typesWithoutAWordAreCountedInFieldsAndEndOtherSections)
+TEST_F(SDBDataWriterTest, typesWithoutAWordAreCountedInFieldsAndEndOtherSections)
 {
-    Output out;
-    const auto data = test::pointRow(1);
-    data->GetPointData()->AddArray(arrayOf<vtkLongLongArray>("a", 1, {1}));
-    data->GetPointData()->AddArray(arrayOf<vtkShortArray>("b", 1, {5}));
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "POINT_DATA 1\nFIELD FieldData 2\nb 1 1 short\n" + NONE + shorts({5}) + "\n");
-    data->GetPointData()->SetActiveScalars("a");
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 0);
-    EXPECT_EQ(out.take(), "POINT_DATA 1\nSCALARS ");
-    const auto floats = arrayOf<vtkFloatArray>("", 1, {1});
-    EXPECT_EQ(out.writer->WriteArray(&out.disk, VTK_DOUBLE, floats, "%s\n", 1, 1, false), 0);
-    EXPECT_EQ(out.writer->WriteArray(&out.disk, VTK_FLOAT, nullptr, "%s\n", 1, 1, false), 0);
-    EXPECT_EQ(out.take(), "");
-    EXPECT_THAT(out.errors.texts, testing::SizeIs(4));
-    EXPECT_THAT(out.errors.texts, testing::Each(HasSubstr("): Type currently not supported\n")));
+    attributes->AddArray(arrayOf(VTK_LONG_LONG, "a", 1, {1}));
+    attributes->AddArray(arrayOf(VTK_SHORT, "b", 1, {5}));
+    EXPECT_EQ(pointData(), "POINT_DATA 1\nFIELD FieldData 2\nb 1 1 short\n" + NONE + shorts({5}) + "\n");
+    attributes->SetActiveScalars("a");
+    EXPECT_EQ(writer->WritePointData(&disk, data), 0);
+    EXPECT_EQ(take(), "POINT_DATA 1\nSCALARS ");
+    EXPECT_EQ(writer->WriteArray(&disk, VTK_DOUBLE, floats("", {1}), "%s\n", 1, 1, false), 0);
+    EXPECT_EQ(writer->WriteArray(&disk, VTK_FLOAT, nullptr, "%s\n", 1, 1, false), 0);
+    EXPECT_EQ(take(), "");
+    EXPECT_THAT(errors.texts, SizeIs(4));
+    EXPECT_THAT(errors.texts, Each(HasSubstr("): Type currently not supported\n")));
 }
 
-TEST(SDBDataWriterTest, onlyArraysOfTheInclusionSetAndUnnamedOnesAreWritten)
+TEST_F(SDBDataWriterTest, onlyArraysOfTheInclusionSetAndUnnamedOnesAreWritten)
 {
-    Output out;
     std::set<std::string> names{"kept"};
-    out.writer->SetInclusiveArray(&names);
-    const auto data = test::pointRow(1);
-    vtkPointData* const attributes = data->GetPointData();
-    attributes->SetScalars(arrayOf<vtkFloatArray>("s", 1, {1}));
-    attributes->SetNormals(arrayOf<vtkFloatArray>("n", 3, {1, 2, 3}));
-    attributes->SetVectors(arrayOf<vtkCharArray>(nullptr, 3, {65, 66, 67}));
-    attributes->AddArray(arrayOf<vtkCharArray>("dropped", 1, {65}));
-    attributes->AddArray(arrayOf<vtkCharArray>("kept", 1, {66}));
-    attributes->AddArray(arrayOf<vtkCharArray>("", 1, {67}));
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(),
+    writer->SetInclusiveArray(&names);
+    attributes->SetScalars(floats("s", {1}));
+    attributes->SetNormals(arrayOf(VTK_FLOAT, "n", 3, {1, 2, 3}));
+    attributes->SetVectors(arrayOf(VTK_CHAR, nullptr, 3, {65, 66, 67}));
+    attributes->AddArray(arrayOf(VTK_CHAR, "dropped", 1, {65}));
+    attributes->AddArray(arrayOf(VTK_CHAR, "kept", 1, {66}));
+    attributes->AddArray(arrayOf(VTK_CHAR, "", 1, {67}));
+    EXPECT_EQ(pointData(),
               "POINT_DATA 1\nVECTORS vectors char\n" + NONE + "ABC\nFIELD FieldData 1\nkept 1 1 char\n" + NONE + "B\n");
     names = {""};
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 1);
-    EXPECT_THAT(out.take(), EndsWith("FIELD FieldData 1\nunknown 1 1 char\n" + NONE + "C\n"));
+    EXPECT_THAT(pointData(), EndsWith("FIELD FieldData 1\nunknown 1 1 char\n" + NONE + "C\n"));
     names.clear();
     attributes->SetVectors(nullptr);
-    EXPECT_EQ(out.writer->WritePointData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "POINT_DATA 1\n");
+    EXPECT_EQ(pointData(), "POINT_DATA 1\n");
 }
 
-TEST(SDBDataWriterTest, namesAreEncodedCutAndReplaced)
+TEST_F(SDBDataWriterTest, namesAreEncodedCutAndReplaced)
 {
-    Output out;
-    const auto nameOf = [&](const std::string& name)
-    {
-        const std::string text = out.field(arrayOf<vtkCharArray>(name.c_str(), 1, {})).substr(18);
-        return text.substr(0, text.find(' '));
+    const auto x = [](std::size_t count) { return std::string(count, 'x'); };
+    const std::pair<std::string, std::string> cases[] = {
+        {"a b\"%\x7f\n\xe4", "a%20b%22%25%7F%0A%E4"},
+        {"", "unknown"},
+        {x(300), x(255)},
+        {x(252) + "% ", x(252) + "%25"},
+        {x(253) + "% ", x(253)},
+        {x(254) + "% ", x(254)},
+        {x(255) + "% ", x(255)},
     };
-    EXPECT_EQ(nameOf("a b\"%\x7f\n\xe4"), "a%20b%22%25%7F%0A%E4");
-    EXPECT_EQ(nameOf(""), "unknown");
-    EXPECT_EQ(nameOf(std::string(300, 'x')), std::string(255, 'x'));
-    for (const int fitting : {252, 253, 254, 255})
+    for (const auto& [name, encoded] : cases)
     {
-        const std::string letters(static_cast<std::size_t>(fitting), 'x');
-        EXPECT_EQ(nameOf(letters + "% "), letters + (fitting == 252 ? "%25" : "")) << fitting;
+        EXPECT_EQ(field(arrayOf(VTK_CHAR, name.c_str(), 1, {})), encoded + " 1 0 char\n\n");
     }
 
-    const auto scalars = arrayOf<vtkCharArray>("own", 1, {65});
-    const auto lineOf = [&]
-    {
-        EXPECT_EQ(out.writer->WriteScalarData(&out.disk, scalars, 1), 1);
-        const std::string text = out.take();
-        return text.substr(0, text.find('\n'));
-    };
-    EXPECT_EQ(lineOf(), "SCALARS own char");
-    out.writer->SetScalarsName("");
-    EXPECT_EQ(lineOf(), "SCALARS own char");
-    out.writer->SetScalarsName("my %s");
-    EXPECT_EQ(lineOf(), "SCALARS my%20%25s char");
-    out.writer->SetScalarsName(nullptr);
-    scalars->SetName("");
-    EXPECT_EQ(lineOf(), "SCALARS scalars char");
-    EXPECT_EQ(out.writer->WriteArray(&out.disk, VTK_CHAR, scalars, "100%% %s of %d\n", 0, 1, false), 1);
-    EXPECT_EQ(out.take(), "100% char of %d\n\n");
+    const auto array = arrayOf(VTK_CHAR, "own", 1, {65});
+    EXPECT_THAT(scalars(array), StartsWith("SCALARS own char\n"));
+    writer->SetScalarsName("");
+    EXPECT_THAT(scalars(array), StartsWith("SCALARS own char\n"));
+    writer->SetScalarsName("my %s");
+    EXPECT_THAT(scalars(array), StartsWith("SCALARS my%20%25s char\n"));
+    writer->SetScalarsName(nullptr);
+    array->SetName("");
+    EXPECT_THAT(scalars(array), StartsWith("SCALARS scalars char\n"));
+    EXPECT_EQ(writer->WriteArray(&disk, VTK_CHAR, array, "100%% %s of %d\n", 0, 1, false), 1);
+    EXPECT_EQ(take(), "100% char of %d\n\n");
 }
 
-TEST(SDBDataWriterTest, onlyCoordinatesAreNarrowed)
+TEST_F(SDBDataWriterTest, onlyCoordinatesAreNarrowed)
 {
-    Output out;
-    const auto wordOf = [&](double value)
+    for (const auto& [value, word] : {std::pair(2.5, "float\n"), {0.1, "double\n"}, {1e300, "double\n"}})
     {
-        EXPECT_EQ(out.writer->WritePoints(&out.disk, test::pointsOf<vtkDoubleArray>({0.5, 100.125, value})), 1);
-        return out.take();
-    };
-    EXPECT_THAT(wordOf(2.5), StartsWith("POINTS 1 float\n"));
-    EXPECT_THAT(wordOf(0.1), StartsWith("POINTS 1 double\n"));
-    EXPECT_THAT(wordOf(1e300), StartsWith("POINTS 1 double\n"));
-    const auto half = arrayOf<vtkDoubleArray>("h", 1, {0.5});
-    EXPECT_THAT(out.field(half), HasSubstr("\nh 1 1 double\n"));
-    EXPECT_EQ(out.writer->WriteCoordinates(&out.disk, half, 1), 1);
-    EXPECT_EQ(out.take(), "Y_COORDINATES 1 float\n" + NONE + std::string("\0\0\0\x3f\n", 5));
+        EXPECT_EQ(writer->WritePoints(&disk, pointsOf(VTK_DOUBLE, {0.5, 100.125, value})), 1);
+        EXPECT_THAT(take(), StartsWith(std::string("POINTS 1 ") + word));
+    }
+    const auto half = arrayOf(VTK_DOUBLE, "h", 1, {0.5});
+    EXPECT_THAT(field(half), StartsWith("h 1 1 double\n"));
+    EXPECT_EQ(writer->WriteCoordinates(&disk, half, 1), 1);
+    EXPECT_EQ(take(), "Y_COORDINATES 1 float\n" + NONE + std::string("\0\0\0\x3f\n", 5));
 }
 
-TEST(SDBDataWriterTest, scatteredArraysAreWrittenLikeOthers)
+TEST_F(SDBDataWriterTest, scatteredArraysAreWrittenLikeOthers)
 {
-    Output out;
-    const auto plain = arrayOf<vtkDoubleArray>("v", 3, {1, 2, 3, 4, 5, 6.5});
-    vtkNew<vtkSOADataArrayTemplate<double>> columns;
+    const auto plain = arrayOf(VTK_DOUBLE, "v", 3, {1, 2, 3, 4, 5, 6.5});
+    const vtkNew<vtkSOADataArrayTemplate<double>> columns;
+    columns->DeepCopy(plain);
     columns->SetName("v");
-    columns->SetNumberOfComponents(3);
-    columns->SetNumberOfTuples(2);
-    columns->CopyComponent(0, plain, 0);
-    columns->CopyComponent(1, plain, 1);
-    columns->CopyComponent(2, plain, 2);
-    EXPECT_EQ(out.field(columns), out.field(plain));
-    for (vtkDataArray* const array : {static_cast<vtkDataArray*>(plain), static_cast<vtkDataArray*>(columns)})
-    {
-        EXPECT_EQ(out.writer->WriteArray(&out.disk, VTK_DOUBLE, array, "%s\n", 2, 3, true), 1);
-        EXPECT_THAT(out.take(), StartsWith("float\n" + NONE));
-    }
+    EXPECT_EQ(field(columns), field(plain));
+    EXPECT_EQ(writer->WriteArray(&disk, VTK_DOUBLE, columns, "%s\n", 2, 3, true), 1);
+    EXPECT_THAT(take(), StartsWith("float\n" + NONE));
 }
 
-TEST(SDBDataWriterTest, lookupTablesAreBuiltAndNeverWrittenBeyondTheirColors)
+TEST_F(SDBDataWriterTest, lookupTablesAreBuiltAndNeverWrittenBeyondTheirColors)
 {
-    Output out;
-    const auto scalars = arrayOf<vtkUnsignedShortArray>("s", 1, {7});
-    vtkNew<vtkLookupTable> fresh;
-    vtkNew<vtkLookupTable> built;
+    const auto array = arrayOf(VTK_UNSIGNED_SHORT, "s", 1, {7});
+    const vtkNew<vtkLookupTable> fresh, built, two;
     built->Build();
-    scalars->SetLookupTable(fresh);
-    const vtkMTimeType stamp = scalars->GetMTime();
-    EXPECT_EQ(out.writer->WriteScalarData(&out.disk, scalars, 1), 1);
-    EXPECT_EQ(scalars->GetMTime(), stamp);
+    array->SetLookupTable(fresh);
+    const vtkMTimeType stamp = array->GetMTime();
     const std::string colors(reinterpret_cast<const char*>(built->GetPointer(0)), 1024);
-    const std::string head = "SCALARS s unsigned_short\nLOOKUP_TABLE ";
-    EXPECT_EQ(out.take(), head + "lookup_table\n" + NONE + shorts({7}) + "\nLOOKUP_TABLE lookup_table 256\n" + NONE +
-                              colors + "\n\n");
+    const std::string head = "SCALARS s unsigned_short\nLOOKUP_TABLE ", value = NONE + shorts({7}) + "\nLOOKUP_TABLE ";
+    EXPECT_EQ(scalars(array), head + "lookup_table\n" + value + "lookup_table 256\n" + NONE + colors + "\n\n");
+    EXPECT_EQ(array->GetMTime(), stamp);
 
-    vtkNew<vtkLookupTable> two;
     two->SetNumberOfTableValues(2);
     two->SetTableValue(0, 0, 0, 0, 0);
     two->SetTableValue(1, 1, 1, 1, 1);
     two->SetNumberOfColors(300); // more than it holds
-    scalars->SetLookupTable(two);
-    out.writer->SetLookupTableName("%s");
-    EXPECT_EQ(out.writer->WriteScalarData(&out.disk, scalars, 1), 1);
-    EXPECT_EQ(out.take(), head + "%s\n" + NONE + shorts({7}) + "\nLOOKUP_TABLE %s 2\n" + NONE +
-                              std::string("\0\0\0\0\xff\xff\xff\xff\n\n", 10));
+    array->SetLookupTable(two);
+    writer->SetLookupTableName("%s");
+    EXPECT_EQ(scalars(array),
+              head + "%s\n" + value + "%s 2\n" + NONE + std::string("\0\0\0\0\xff\xff\xff\xff\n\n", 10));
 }
 
-TEST(SDBDataWriterTest, fieldsAreWrittenIfAnyArrayHasTuples)
+TEST_F(SDBDataWriterTest, fieldsAreWrittenIfAnyArrayHasTuples)
 {
-    Output out;
-    const auto data = test::pointRow(1);
-    EXPECT_EQ(out.writer->WriteDataSetData(&out.disk, data), 1);
-    data->GetFieldData()->AddArray(arrayOf<vtkBitArray>("empty", 2, {}));
-    EXPECT_EQ(out.writer->WriteDataSetData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "");
-    data->GetFieldData()->AddArray(arrayOf<vtkUnsignedCharArray>("u", 2, {65, 66, 67})); // and half a tuple
-    out.writer->SetFieldDataName("F");
-    EXPECT_EQ(out.writer->WriteDataSetData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "FIELD F 2\nempty 2 0 bit\n\nu 2 1 unsigned_char\n" + NONE + "AB\n");
+    const auto dataSetData = [&]
+    {
+        EXPECT_EQ(writer->WriteDataSetData(&disk, data), 1);
+        return take();
+    };
+    EXPECT_EQ(dataSetData(), "");
+    data->GetFieldData()->AddArray(arrayOf(VTK_BIT, "empty", 2, {}));
+    EXPECT_EQ(dataSetData(), "");
+    data->GetFieldData()->AddArray(arrayOf(VTK_UNSIGNED_CHAR, "u", 2, {65, 66, 67})); // and half a tuple
+    writer->SetFieldDataName("F");
+    EXPECT_EQ(dataSetData(), "FIELD F 2\nempty 2 0 bit\n\nu 2 1 unsigned_char\n" + NONE + "AB\n");
     data->SetFieldData(nullptr);
-    EXPECT_EQ(out.writer->WriteDataSetData(&out.disk, data), 1);
-    EXPECT_EQ(out.take(), "");
+    EXPECT_EQ(dataSetData(), "");
 }
 
-TEST(SDBDataWriterTest, theGeneralWriterWritesNoDataset)
+TEST_F(SDBDataWriterTest, theGeneralWriterWritesNoDataset)
 {
-    Output out;
-    out.writer->SetOStream(&out.disk, VTK_BINARY);
-    out.writer->SetInputData(test::pointRow(1));
-    out.writer->Write();
-    EXPECT_EQ(out.take(), "");
-    EXPECT_THAT(out.errors.texts,
-                ElementsAre(HasSubstr("): WriteData() should be implemented in concrete subclass\n\n")));
+    writer->SetOStream(&disk, VTK_BINARY);
+    writer->SetInputData(data);
+    writer->Write();
+    EXPECT_EQ(take(), "");
+    EXPECT_THAT(errors.texts, ElementsAre(HasSubstr("): WriteData() should be implemented in concrete subclass\n\n")));
 }
 
 } // namespace

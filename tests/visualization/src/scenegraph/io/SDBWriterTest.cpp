@@ -1,14 +1,13 @@
 #include "scenegraph/io/SDBWriter.h"
 
-#include "core/Error.h"
 #include "scenegraph/Attributes.h"
-#include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/PolyDataNode.h"
 #include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
+#include "support/RaisedError.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
-#include "support/TemporaryDirectory.h"
+#include "support/Testing.h"
 
 #include <csignal>
 #include <cstdint>
@@ -20,46 +19,47 @@
 #include <unordered_set>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <vtkBitArray.h>
-#include <vtkDoubleArray.h>
-#include <vtkIdTypeArray.h>
-#include <vtkPointData.h>
 
 namespace
 {
 
-using test::add;
-using test::floats;
-using test::Scene;
-using test::triangle;
-using tsg::SDBReader;
+using namespace test;
 using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 
-class SDBWriterTest : public testing::Test
+class SDBWriterTest : public SceneFileTest
 {
 protected:
     SDBWriterTest() { EXPECT_EQ(writer.open(path, false, true), FileIoStatus::Success); }
-
-    std::string bytes() const
-    {
-        std::ifstream in(directory.file("file.sce").narrow, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
 
     /// The binary data tags of the file in file order.
     std::vector<Properties> blocks() const
     {
         std::vector<Properties> found;
-        const std::string content = bytes();
-        for (std::size_t at = content.find("{\"DataField\":\"BinaryData\""); at != std::string::npos;
-             at = content.find("{\"DataField\":\"BinaryData\"", at + 1))
+        const std::string content = bytes(), begin = R"({"DataField":"BinaryData")";
+        for (std::size_t at = content.find(begin); at != std::string::npos; at = content.find(begin, at + 1))
         {
             found.emplace_back(content.substr(at, content.find('}', at) + 1 - at));
         }
         return found;
+    }
+
+    /// Which payload each block of the file refers to, as a number in the order of their first use.
+    std::vector<std::ptrdiff_t> payloads() const
+    {
+        std::vector<std::string> seen;
+        std::vector<std::ptrdiff_t> numbers;
+        for (const Properties& block : blocks())
+        {
+            const auto known = std::find(seen.begin(), seen.end(), block.getString("FilePos"));
+            numbers.push_back(known - seen.begin());
+            if (known == seen.end())
+            {
+                seen.push_back(block.getString("FilePos"));
+            }
+        }
+        return numbers;
     }
 
     const std::vector<Properties>& records()
@@ -68,34 +68,38 @@ protected:
         return reader.getRecords();
     }
 
-    test::TemporaryDirectory directory;
-    const std::wstring path = directory.file("file.sce").wide;
+    std::unique_ptr<RecordingStream> load(int record)
+    {
+        auto received = std::make_unique<RecordingStream>();
+        records();
+        EXPECT_TRUE(reader.loadRecord(record, *received));
+        return received;
+    }
+
     SDBWriter writer;
-    SDBReader reader;
 };
 
 TEST_F(SDBWriterTest, recordHeaderTellsWhereTheRecordAndItsDataAre)
 {
-    const std::string header = bytes();
+    const std::size_t begin = bytes().size();
     Scene scene;
     EXPECT_EQ(add(writer, scene), 0);
     const std::string content = bytes();
     const Properties record = records().at(0);
-    EXPECT_EQ(record.names(), (std::vector<std::string>{"DataField", "Version", "SessionID", "RootNodeKey", "Title",
-                                                        "Description", "Frame", "FilePos", "Length", "BinaryData"}));
-    EXPECT_EQ(sdb::hexFromProp(record, "FilePos"), header.size());
-    EXPECT_EQ(sdb::hexFromProp(record, "FilePos") + sdb::hexFromProp(record, "Length"), content.size());
+    EXPECT_THAT(record.names(), ElementsAre("DataField", "Version", "SessionID", "RootNodeKey", "Title", "Description",
+                                            "Frame", "FilePos", "Length", "BinaryData"));
+    EXPECT_EQ(sdb::hexFromProp(record, "FilePos"), begin);
+    EXPECT_EQ(begin + sdb::hexFromProp(record, "Length"), content.size());
     EXPECT_EQ(sdb::hexFromProp(record, "BinaryData"), content.size());
     EXPECT_EQ(record.getString("RootNodeKey"), "SceneNode_1");
-    EXPECT_NE(content.find(R"({"DataField":"ClassVersions","Versions":{"SceneNode":)"), std::string::npos);
-    EXPECT_NE(content.find(R"({"DataField":"Node","ObjectKey":"SceneNode_1","Properties":{}})"), std::string::npos);
+    EXPECT_THAT(content, HasSubstr(R"({"DataField":"ClassVersions","Versions":{"SceneNode":)"));
+    EXPECT_THAT(content, HasSubstr(R"({"DataField":"Node","ObjectKey":"SceneNode_1","Properties":{}})"));
 }
 
 TEST_F(SDBWriterTest, framesCountTheRecordsOfASessionAndTitle)
 {
     Scene scene;
-    const std::pair<const char*, const char*> owners[] = {{"s", "t"}, {"s", "t"}, {"s", "u"}, {"r", "t"}, {"s", "t"}};
-    for (const auto& [session, title] : owners)
+    for (const auto& [session, title] : {std::pair("s", "t"), {"s", "t"}, {"s", "u"}, {"r", "t"}, {"s", "t"}})
     {
         add(writer, scene, session, title);
     }
@@ -107,79 +111,78 @@ TEST_F(SDBWriterTest, framesCountTheRecordsOfASessionAndTitle)
     {
         frames.push_back(record.getInt("Frame"));
     }
-    EXPECT_EQ(frames, (std::vector<int>{0, 1, 0, 0, 2, 3}));
+    EXPECT_THAT(frames, ElementsAre(0, 1, 0, 0, 2, 3));
 }
 
 TEST_F(SDBWriterTest, unchangedDataOfASessionIsStoredOnce)
 {
-    const auto polys = triangle();
     const auto array = floats("T", {1, 2, 3});
     Scene scene;
-    scene.with(polys).with(array);
+    scene.with(triangle()).with(array);
     add(writer, scene);
     add(writer, scene);
     array->Modified();
     add(writer, scene);
     add(writer, scene, "other session");
-    const auto found = blocks();
-    ASSERT_EQ(found.size(), 8U);
-    const auto position = [&](int block) { return found[static_cast<std::size_t>(block)].getString("FilePos"); };
-    EXPECT_EQ(position(2), position(0));
-    EXPECT_EQ(position(3), position(1));
-    EXPECT_EQ(position(4), position(0));
-    EXPECT_NE(position(5), position(1));
-    EXPECT_NE(position(6), position(0));
-    EXPECT_NE(position(7), position(5));
-    EXPECT_EQ(found[1].names().back(), "DataType");
-    EXPECT_EQ(found[3].names().back(), "NumberOfTuples");
+    EXPECT_THAT(payloads(), ElementsAre(0, 1, 0, 1, 0, 2, 3, 4));
+    EXPECT_EQ(blocks()[1].names().back(), "DataType");
+    EXPECT_EQ(blocks()[3].names().back(), "NumberOfTuples");
     for (int record = 0; record < 4; ++record)
     {
-        test::RecordingStream stream;
-        records();
-        ASSERT_TRUE(reader.loadRecord(record, stream));
-        EXPECT_EQ(stream.calls,
-                  (std::vector<std::string>{"node SceneNode_1", "polys SceneNode_1", "point SceneNode_1/T"}));
-        EXPECT_EQ(stream.arrays.begin()->second->GetComponent(2, 0), 3);
-        EXPECT_EQ(stream.polys.begin()->second->GetNumberOfCells(), 1);
+        const auto loaded = load(record);
+        EXPECT_THAT(loaded->calls, ElementsAre("node SceneNode_1", "polys SceneNode_1", "point SceneNode_1/T"));
+        EXPECT_THAT(valuesOf(loaded->arrays.begin()->second), ElementsAre(1, 2, 3));
+        EXPECT_EQ(loaded->polys.begin()->second->GetNumberOfCells(), 1);
     }
+}
+
+/// side x side points in a plane, with two triangles a square.
+vtkSmartPointer<vtkPolyData> grid(int side)
+{
+    auto polys = vtkSmartPointer<vtkPolyData>::New();
+    const vtkNew<vtkPoints> points;
+    const vtkNew<vtkCellArray> cells;
+    for (vtkIdType id = 0; id < vtkIdType{side} * side; ++id)
+    {
+        const vtkIdType x = id % side;
+        const vtkIdType y = id / side;
+        points->InsertNextPoint(static_cast<double>(x), static_cast<double>(y), 0);
+        if (x + 1 < side && y + 1 < side)
+        {
+            cells->InsertNextCell({id, id + 1, id + side});
+            cells->InsertNextCell({id + 1, id + side + 1, id + side});
+        }
+    }
+    polys->SetPoints(points);
+    polys->SetPolys(cells);
+    return polys;
 }
 
 TEST_F(SDBWriterTest, aSeriesOverOneMeshStoresTheMeshOnce)
 {
-    constexpr int SIDE = 317;
-    constexpr int FRAMES = 200;
+    constexpr std::size_t SIDE = 317, FRAMES = 200, POINTS = SIDE * SIDE, CELLS = 2 * (SIDE - 1) * (SIDE - 1);
+    const auto filled = [](const char* name, int components, double value)
+    { return arrayOf(VTK_FLOAT, name, components, std::vector<double>(POINTS * components, value)); };
     tsg::SceneNode root("SceneNode_1");
     tsg::PolyDataNode part("PolyDataNode_1");
     root.addChild(part);
-    part.setGeometry(test::grid(SIDE));
-    vtkNew<vtkFloatArray> normals;
-    normals->SetName("Normals");
-    normals->SetNumberOfComponents(3);
-    normals->SetNumberOfTuples(SIDE * SIDE);
-    normals->Fill(0.5);
-    part.setArray(tsg::PolyDataNode::Points, normals);
+    part.setGeometry(grid(SIDE));
+    part.setArray(tsg::PolyDataNode::Points, filled("Normals", 3, 0.5));
     SDBWriter plain;
     ASSERT_EQ(plain.open(path, false, false), FileIoStatus::Success);
-    std::uint64_t payloads = 0;
-    for (int frame = 0; frame < FRAMES; ++frame)
+    for (std::size_t frame = 0; frame < FRAMES; ++frame)
     {
-        vtkNew<vtkFloatArray> scalar;
-        scalar->SetName("p");
-        scalar->SetNumberOfValues(SIDE * SIDE);
-        scalar->Fill(frame);
-        part.setArray(tsg::PolyDataNode::Points, scalar);
+        part.setArray(tsg::PolyDataNode::Points, filled("p", 1, static_cast<double>(frame)));
         ASSERT_EQ(add(plain, root), frame);
-        payloads += SIDE * SIDE * sizeof(float);
     }
-    payloads += SIDE * SIDE * 6 * sizeof(float) + (SIDE - 1) * (SIDE - 1) * 2 * 4 * sizeof(std::int32_t);
-    const auto size = std::filesystem::file_size(directory.file("file.sce").narrow);
-    EXPECT_GE(size, payloads);
-    EXPECT_LE(size, payloads + payloads / 50);
-    test::RecordingStream stream;
-    ASSERT_EQ(records().size(), std::size_t{FRAMES});
-    ASSERT_TRUE(reader.loadRecord(FRAMES - 1, stream));
-    EXPECT_EQ(stream.polys.at("PolyDataNode_1")->GetNumberOfCells(), 2 * (SIDE - 1) * (SIDE - 1));
-    EXPECT_EQ(stream.arrays.at("point PolyDataNode_1/p")->GetComponent(SIDE * SIDE - 1, 0), FRAMES - 1);
+    constexpr std::size_t PAYLOADS = POINTS * (FRAMES + 6) * sizeof(float) + CELLS * 4 * sizeof(std::int32_t);
+    const auto size = std::filesystem::file_size(file.narrow);
+    EXPECT_GE(size, PAYLOADS);
+    EXPECT_LE(size, PAYLOADS + PAYLOADS / 50);
+    const auto loaded = load(FRAMES - 1);
+    EXPECT_EQ(reader.getRecords().size(), FRAMES);
+    EXPECT_EQ(loaded->polys.at("PolyDataNode_1")->GetNumberOfCells(), CELLS);
+    EXPECT_EQ(loaded->arrays.at("point PolyDataNode_1/p")->GetComponent(POINTS - 1, 0), FRAMES - 1);
 }
 
 TEST_F(SDBWriterTest, appendingRefersToStoredDataOfTheSameStamp)
@@ -191,28 +194,23 @@ TEST_F(SDBWriterTest, appendingRefersToStoredDataOfTheSameStamp)
     writer.close();
     ASSERT_EQ(writer.open(path, true, false), FileIoStatus::Success);
     add(writer, scene);
-    array->InsertNextValue(4); // another shape under the old stamp is not the stored data
+    array->InsertNextTuple1(4); // another shape under the old stamp is not the stored data
     add(writer, scene);
-    const auto found = blocks();
-    EXPECT_EQ(found[1].getString("FilePos"), found[0].getString("FilePos"));
-    EXPECT_NE(found[2].getString("FilePos"), found[0].getString("FilePos"));
-    EXPECT_EQ(found[2].getInt("NumberOfTuples"), 4);
+    EXPECT_THAT(payloads(), ElementsAre(0, 0, 1));
+    EXPECT_EQ(blocks()[2].getInt("NumberOfTuples"), 4);
 }
 
 TEST_F(SDBWriterTest, aWriterRepeatsTheNodesOfItsEarlierRecords)
 {
-    Scene first("SceneNode_1");
-    Scene second("SceneNode_2");
-    Scene sameKey("SceneNode_1");
+    Scene first("SceneNode_1"), second("SceneNode_2"), sameKey("SceneNode_1");
     sameKey.setName("never written");
-    add(writer, first);
-    add(writer, second);
-    add(writer, sameKey);
-    test::RecordingStream stream;
-    records();
-    ASSERT_TRUE(reader.loadRecord(2, stream));
-    EXPECT_EQ(stream.calls, (std::vector<std::string>{"node SceneNode_1", "node SceneNode_2"}));
-    EXPECT_EQ(stream.nodes["SceneNode_1"].getString("Name"), "");
+    for (Scene* const scene : {&first, &second, &sameKey})
+    {
+        add(writer, *scene);
+    }
+    const auto loaded = load(2);
+    EXPECT_THAT(loaded->calls, ElementsAre("node SceneNode_1", "node SceneNode_2"));
+    EXPECT_EQ(loaded->nodes["SceneNode_1"].getString("Name"), "");
 }
 
 TEST_F(SDBWriterTest, geometryCarriesTheArraysThatItsNodesShow)
@@ -230,10 +228,8 @@ TEST_F(SDBWriterTest, geometryCarriesTheArraysThatItsNodesShow)
     scene.addChild(shown);
     scene.addChild(surface);
     add(writer, scene);
-    test::RecordingStream stream;
-    records();
-    ASSERT_TRUE(reader.loadRecord(0, stream));
-    vtkPointData* const data = stream.polys.at("SceneNode_1")->GetPointData();
+    const auto loaded = load(0);
+    vtkPointData* const data = loaded->polys.at("SceneNode_1")->GetPointData();
     EXPECT_EQ(data->GetNumberOfArrays(), 2);
     EXPECT_TRUE(data->HasArray("shown") && data->HasArray("Normal"));
 }
@@ -244,51 +240,38 @@ TEST_F(SDBWriterTest, everyKindOfArrayComesBackWithItsType)
         VTK_CHAR,      VTK_UNSIGNED_CHAR,     VTK_SHORT, VTK_UNSIGNED_SHORT, VTK_INT,     VTK_UNSIGNED_INT,
         VTK_LONG,      VTK_UNSIGNED_LONG,     VTK_FLOAT, VTK_DOUBLE,         VTK_ID_TYPE, VTK_SIGNED_CHAR,
         VTK_LONG_LONG, VTK_UNSIGNED_LONG_LONG};
+    const auto last = [](int type) {
+        return type == VTK_LONG || type == VTK_ID_TYPE ? -9.0 : type == VTK_UNSIGNED_LONG ? 4294967295.0 : 9.0;
+    };
     Scene scene;
     for (const int type : types)
     {
-        const auto array = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(type));
-        array->SetName(std::to_string(type).c_str());
-        array->SetNumberOfComponents(2);
-        array->SetNumberOfTuples(2);
-        for (int i = 0; i < 4; ++i)
-        {
-            array->SetComponent(i / 2, i % 2, type == VTK_LONG || type == VTK_ID_TYPE ? -3 * i : 3 * i);
-        }
-        scene.with(array);
+        scene.with(arrayOf(type, std::to_string(type).c_str(), 2, {0, 3, 6, last(type)}));
     }
-    vtkNew<vtkFloatArray> empty;
-    empty->SetName("empty");
-    scene.with(empty);
+    scene.with(floats("empty", {}));
     add(writer, scene);
-    test::RecordingStream stream;
-    records();
-    ASSERT_TRUE(reader.loadRecord(0, stream));
+    const auto loaded = load(0);
     for (const int type : types)
     {
-        vtkDataArray* const array = stream.arrays.at("point SceneNode_1/" + std::to_string(type));
+        vtkDataArray* const array = loaded->arrays.at("point SceneNode_1/" + std::to_string(type));
         EXPECT_EQ(array->GetDataType(), type);
-        EXPECT_EQ(array->GetNumberOfTuples(), 2);
-        EXPECT_EQ(array->GetComponent(1, 1), type == VTK_LONG || type == VTK_ID_TYPE ? -9 : 9);
+        EXPECT_EQ(array->GetNumberOfComponents(), 2);
+        EXPECT_THAT(valuesOf(array), ElementsAre(0, 3, 6, last(type)));
     }
-    EXPECT_EQ(stream.arrays.at("point SceneNode_1/empty")->GetNumberOfTuples(), 0);
+    EXPECT_EQ(loaded->arrays.at("point SceneNode_1/empty")->GetNumberOfTuples(), 0);
 }
 
 TEST_F(SDBWriterTest, valuesBeyond32BitsAreRefusedAndTheRecordGoesOn)
 {
-    vtkNew<vtkIdTypeArray> ids;
-    ids->SetName("ids");
-    ids->InsertNextValue(vtkIdType{1} << 32);
+    const auto ids = arrayOf(VTK_ID_TYPE, "ids", 1, {4294967296.0});
     Scene scene;
     scene.with(ids).with(floats("T", {1}));
     bool stored = true;
-    scene.afterSerialize = [&](tsg::NodeStream& stream)
-    { stored = stored && stream.writePointData("SceneNode_1", nullptr, ids); };
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(add(writer, scene), 0);
-    const std::string message = testing::internal::GetCapturedStderr();
+    scene.afterSerialize = [&](tsg::NodeStream& out)
+    { stored = stored && out.writePointData("SceneNode_1", nullptr, ids); };
+    EXPECT_THAT(stderrOf([&] { EXPECT_EQ(add(writer, scene), 0); }),
+                HasSubstr("array \"ids\" of SceneNode_1 cannot be stored"));
     EXPECT_FALSE(stored);
-    EXPECT_NE(message.find("array \"ids\" of SceneNode_1 cannot be stored"), std::string::npos) << message;
     ASSERT_EQ(blocks().size(), 1U);
     EXPECT_EQ(blocks()[0].getString("Name"), "T");
 }
@@ -305,41 +288,27 @@ TEST_F(SDBWriterTest, dataOperationsOutsideTheirPassDoNothing)
 
 TEST_F(SDBWriterTest, brokenInvariantsTellMessageConditionSourceAndLine)
 {
-    const auto report = [](auto&& call)
-    {
-        try
-        {
-            call();
-        }
-        catch (const NonRecoverableError& error)
-        {
-            return error.message() + "|" + error.condition() + "|" + error.source() + "|" +
-                   std::to_string(error.line());
-        }
-        return std::string();
-    };
     tsg::DataNode node("Other_1", "Other", 1);
     SDBWriter closed;
-    EXPECT_EQ(report([&] { add(closed, node); }),
+    EXPECT_EQ(raisedBy([&] { add(closed, node); }),
               "Node must be either a SceneNode or a ChartCanvasCollection|(dynamic_cast<SceneNode*>(&root) || "
               "dynamic_cast<tsg::ChartCanvasCollection*>(&root))|visualization/src/scenegraph/io/SDBWriter|177");
-    vtkNew<vtkFloatArray> unnamed;
+    const auto unnamed = floats(nullptr, {});
     const std::pair<vtkDataArray*, const char*> arrays[] = {
         {nullptr, "Can't be null if exporting binary data|data|visualization/src/scenegraph/io/SDBWriter|571"},
         {unnamed, "The array's name must be specified|data->GetName()|visualization/src/scenegraph/io/SDBWriter|572"}};
     for (const auto& [array, expected] : arrays)
     {
         Scene scene;
-        scene.afterSerialize = [array = array](tsg::NodeStream& stream) { stream.writeCellData("k", nullptr, array); };
-        EXPECT_EQ(report([&] { add(writer, scene); }), expected);
+        scene.afterSerialize = [array = array](tsg::NodeStream& out) { out.writeCellData("k", nullptr, array); };
+        EXPECT_EQ(raisedBy([&] { add(writer, scene); }), expected);
     }
 }
 
 TEST_F(SDBWriterTest, anExceptionLeavesNoRecordAndNoStoredData)
 {
-    const auto array = floats("T", {1, 2, 3});
     Scene good;
-    good.with(array);
+    good.with(floats("T", {1, 2, 3}));
     add(writer, good);
     const std::string before = bytes();
     Scene bad("SceneNode_0"); // written before the other node
@@ -356,10 +325,8 @@ TEST_F(SDBWriterTest, anExceptionLeavesNoRecordAndNoStoredData)
     bad.afterSerialize = nullptr;
     EXPECT_EQ(add(writer, bad), 1);
     EXPECT_EQ(bytes().compare(0, before.size(), before), 0);
-    test::RecordingStream stream;
-    EXPECT_EQ(records().size(), 2U);
-    ASSERT_TRUE(reader.loadRecord(1, stream));
-    EXPECT_EQ(stream.arrays.size(), 2U);
+    EXPECT_EQ(load(1)->arrays.size(), 2U);
+    EXPECT_EQ(reader.getRecords().size(), 2U);
 }
 
 TEST_F(SDBWriterTest, nodesThatCallTheWriterBackHarmNoFile)
@@ -422,9 +389,9 @@ TEST_F(SDBWriterTest, nodesThatCallTheWriterBackHarmNoFile)
             EXPECT_EQ(records().size(), test.records);
             ASSERT_EQ(reader.open(other), FileIoStatus::Success);
             ASSERT_EQ(reader.getRecords().size(), test.others);
-            test::RecordingStream stream;
-            EXPECT_TRUE(reader.loadRecord(0, stream));
-            EXPECT_EQ(stream.polys.size(), 1U);
+            test::RecordingStream found;
+            EXPECT_TRUE(reader.loadRecord(0, found));
+            EXPECT_EQ(found.polys.size(), 1U);
         }
     }
 }
@@ -501,34 +468,30 @@ TEST_F(SDBWriterTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
 
 TEST_F(SDBWriterTest, aFullDiskCostsOnlyTheRecordThatDidNotFit)
 {
-    Scene small;
+    Scene small, large("SceneNode_2");
     small.with(floats("T", {1, 2, 3}));
     add(writer, small);
     const std::string before = bytes();
-    Scene large("SceneNode_2");
-    vtkNew<vtkDoubleArray> array;
-    array->SetName("large");
-    array->SetNumberOfTuples(100000);
-    for (int i = 0; i < 100000; ++i)
+    std::vector<double> values;
+    for (int i = 1; i <= 100000; ++i)
     {
-        array->SetValue(i, 1.0 / (i + 1));
+        values.push_back(1.0 / i);
     }
-    large.with(array);
+    large.with(arrayOf(VTK_DOUBLE, "large", 1, values));
 
     rlimit old{};
     getrlimit(RLIMIT_FSIZE, &old);
     const rlimit tight{before.size() + 4096, old.rlim_max};
     const auto handler = signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &tight);
-    testing::internal::CaptureStderr();
-    const int index = add(writer, large);
-    const std::string message = testing::internal::GetCapturedStderr();
+    int index = 0;
+    const std::string message = stderrOf([&] { index = add(writer, large); });
     setrlimit(RLIMIT_FSIZE, &old);
     signal(SIGXFSZ, handler);
 
     EXPECT_EQ(index, -1);
     EXPECT_TRUE(writer.hasFailed());
-    EXPECT_NE(message.find("file.sce failed"), std::string::npos) << message;
+    EXPECT_THAT(message, HasSubstr("file.sce failed"));
     EXPECT_EQ(bytes(), before);
     EXPECT_EQ(writer.addThumbnail(0, tsg::Bitmap<3>()), FileIoStatus::NotOpen);
     writer.close();
@@ -557,7 +520,7 @@ TEST_F(SDBWriterTest, copiesShareOneFile)
 
 TEST_F(SDBWriterTest, thumbnailsFollowTheirTagAndRecordsFollowThem)
 {
-    tsg::Bitmap<3> picture;
+    tsg::Bitmap<3> picture, loaded;
     picture.resize(4, 2);
     picture.getData()[0] = '{'; // pixels are no tags
     EXPECT_EQ(writer.addThumbnail(7, picture), FileIoStatus::Success);
@@ -569,7 +532,6 @@ TEST_F(SDBWriterTest, thumbnailsFollowTheirTagAndRecordsFollowThem)
     ASSERT_EQ(thumbnails.size(), 2U);
     EXPECT_EQ(thumbnails[0].getString("Length"), "0000000000000018");
     EXPECT_EQ(thumbnails[1].getString("Length"), "0000000000000000");
-    tsg::Bitmap<3> loaded;
     reader.getThumbnailData(thumbnails[0], loaded);
     EXPECT_EQ(loaded.getWidth(), 4);
     EXPECT_EQ(loaded.getHeight(), 2);
@@ -583,21 +545,22 @@ TEST_F(SDBWriterTest, openingCreatesReplacesAppendsOrRefuses)
     records();
     SDBWriter second;
     ASSERT_EQ(second.open(path, false, true), FileIoStatus::Success);
-    test::RecordingStream stream;
     EXPECT_TRUE(reader.loadRecord(0, stream)) << "a reader of the replaced file keeps its view";
     EXPECT_EQ(stream.calls.size(), 1U);
     EXPECT_EQ(records().size(), 0U);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1) << "nothing is left behind";
 
-    std::ofstream(directory.file("foreign").narrow) << "some text";
-    EXPECT_EQ(second.open(directory.file("foreign").wide, true, true), FileIoStatus::WrongFormat);
+    writeBytes(directory.file("foreign").narrow, "some text");
+    EXPECT_EQ(
+        stderrOf([&]
+                 { EXPECT_EQ(second.open(directory.file("foreign").wide, true, true), FileIoStatus::WrongFormat); }),
+        "Wrong file format\n");
     EXPECT_EQ(second.open(directory.file(".").wide, true, true), FileIoStatus::OpenFailed);
     EXPECT_EQ(second.open(directory.file("none/file").wide, false, true), FileIoStatus::OpenFailed);
     EXPECT_EQ(second.open(directory.file(std::string("a\0b", 3)).wide, false, true), FileIoStatus::OpenFailed);
     SDBWriter unopened;
     unopened.close();
     EXPECT_EQ(add(unopened, scene), -2);
-    EXPECT_EQ(&SDBWriter::getExt(), &SDBWriter::getExt());
     EXPECT_EQ(SDBWriter::getExt(), "sce");
     DeleteSBDWriter(nullptr);
     DeleteSBDWriter(NewSBDWriter());
@@ -611,25 +574,23 @@ TEST_F(SDBWriterTest, appendingToAnyPrefixIsReadableOrRefusedAndUnchanged)
     add(writer, scene, "other");
     writer.close();
     const std::string whole = bytes();
-    records();
-    const std::uint64_t secondRecord = sdb::hexFromProp(reader.getRecords()[1], "FilePos");
-    for (std::size_t length = 0; length < whole.size(); ++length)
+    const std::uint64_t secondRecord = sdb::hexFromProp(records().at(1), "FilePos");
+    const auto appendTo = [&](const std::string& prefix)
     {
-        std::filesystem::remove(directory.file("file.sce").narrow); // cheaper than cutting it
-        std::ofstream(directory.file("file.sce").narrow, std::ios::binary) << whole.substr(0, length);
-        testing::internal::CaptureStderr();
+        replaceBytes(prefix);
         SDBWriter appender;
         const FileIoStatus status = appender.open(path, true, true);
-        EXPECT_EQ(bytes(), whole.substr(0, length)) << "opening changes nothing";
+        EXPECT_EQ(bytes(), prefix) << "opening changes nothing";
         if (status == FileIoStatus::Success)
         {
             add(appender, scene, "new");
-            const auto& found = records();
-            ASSERT_FALSE(found.empty()) << length;
-            EXPECT_EQ(found.back().getString("SessionID"), "new") << length;
-            EXPECT_EQ(found.size(), length < secondRecord ? 1U : 2U) << length;
+            ASSERT_EQ(records().size(), prefix.size() < secondRecord ? 1U : 2U) << prefix.size();
+            EXPECT_EQ(records().back().getString("SessionID"), "new") << prefix.size();
         }
-        testing::internal::GetCapturedStderr();
+    };
+    for (std::size_t length = 0; length < whole.size(); ++length)
+    {
+        stderrOf([&] { appendTo(whole.substr(0, length)); });
     }
 }
 
