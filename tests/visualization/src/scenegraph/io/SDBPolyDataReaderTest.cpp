@@ -162,8 +162,8 @@ void readThrowing(tsg::SDBPolyDataReader& reader)
         }
     };
     // VTK does not give back its own reference to a command that was left by an exception.
-    static const auto thrower = onProgress(throwOnTheWay);
-    reader.AddObserver(vtkCommand::ProgressEvent, thrower);
+    static const auto* const thrower = new vtkSmartPointer(onProgress(throwOnTheWay));
+    reader.AddObserver(vtkCommand::ProgressEvent, *thrower);
     const std::string bytes = header() + cells("VERTICES", 1, {1, 9}) + points(1);
     sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
     reader.SetIStream(&stream);
