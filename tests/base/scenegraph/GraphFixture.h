@@ -137,7 +137,7 @@ public:
 private:
     vtkSmartPointer<vtkDataArray> delivered(vtkDataArray* array) const
     {
-        if (!copies)
+        if (!copies || array == nullptr)
         {
             return array;
         }
