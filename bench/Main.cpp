@@ -46,6 +46,8 @@ int main(int argc, char** argv)
         {"read_arrays", 1.20},
         {"write_uncompressed", 2.00},
         {"read_uncompressed", 3.50},
+        {"write_uncompressed_mesh", 2.00},
+        {"read_uncompressed_mesh", 6.00}, // its cells double in size on the way in
         {"write_series", 0.06},
         {"write_series", 0.15, "bytes"},
         {"read_series", 1.05},

@@ -141,8 +141,8 @@ bool registerPayload(const std::string& name, MakePayload payload, bool compress
     return true;
 }
 
-const bool REGISTERED = registerPayload("polydata", &surface, true) &&
-                        registerPayload("arrays", &standAloneArrays, true) &&
-                        registerPayload("uncompressed", &surface, false);
+const bool REGISTERED =
+    registerPayload("polydata", &surface, true) && registerPayload("arrays", &standAloneArrays, true) &&
+    registerPayload("uncompressed", &frame, false) && registerPayload("uncompressed_mesh", &surface, false);
 
 } // namespace

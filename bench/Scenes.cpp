@@ -21,6 +21,22 @@ namespace
 constexpr int SURFACE_SIDE = 450;
 constexpr int ARRAY_TUPLES = 200000;
 
+std::unique_ptr<Payload> makePayload(vtkPolyData* polys, const std::vector<vtkSmartPointer<vtkDataArray>>& arrays)
+{
+    auto payload = std::make_unique<Payload>();
+    if (polys != nullptr)
+    {
+        payload->arrays = storedArrays(*polys);
+        payload->root.addData(tsg::NodeData::ofPolys(polys, tsg::TimeStamp(polys->GetMTime())));
+    }
+    for (const auto& array : arrays)
+    {
+        payload->arrays.push_back(storedArray(*array));
+        payload->root.addData(tsg::NodeData::ofPoints(array));
+    }
+    return payload;
+}
+
 } // namespace
 
 void require(bool condition)
@@ -51,31 +67,24 @@ double ScratchFile::size() const
 
 const Payload& surface()
 {
-    static const std::unique_ptr<Payload> payload = []
-    {
-        auto made = std::make_unique<Payload>();
-        const auto polys = wavySurface(SURFACE_SIDE);
-        made->arrays = storedArrays(*polys);
-        made->root.addData(tsg::NodeData::ofPolys(polys, tsg::TimeStamp(polys->GetMTime())));
-        return made;
-    }();
+    static const auto payload = makePayload(wavySurface(SURFACE_SIDE), {});
     return *payload;
 }
 
 const Payload& standAloneArrays()
 {
-    static const std::unique_ptr<Payload> payload = []
-    {
-        auto made = std::make_unique<Payload>();
-        for (const auto& array :
-             {smoothArray("pressure", VTK_FLOAT, 1, ARRAY_TUPLES), smoothArray("velocity", VTK_DOUBLE, 3, ARRAY_TUPLES),
-              smoothArray("cell", VTK_ID_TYPE, 1, ARRAY_TUPLES)})
-        {
-            made->arrays.push_back(storedArray(*array));
-            made->root.addData(tsg::NodeData::ofPoints(array));
-        }
-        return made;
-    }();
+    static const auto payload = makePayload(nullptr, {smoothArray("pressure", VTK_FLOAT, 1, ARRAY_TUPLES),
+                                                      smoothArray("velocity", VTK_DOUBLE, 3, ARRAY_TUPLES),
+                                                      smoothArray("cell", VTK_ID_TYPE, 1, ARRAY_TUPLES)});
+    return *payload;
+}
+
+const Payload& frame()
+{
+    constexpr int POINTS = SURFACE_SIDE * SURFACE_SIDE;
+    static const auto payload = makePayload(wavySurface(SURFACE_SIDE), {smoothArray("Normals", VTK_FLOAT, 3, POINTS),
+                                                                        smoothArray("p", VTK_FLOAT, 1, POINTS),
+                                                                        smoothArray("U", VTK_FLOAT, 3, POINTS)});
     return *payload;
 }
 

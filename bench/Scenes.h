@@ -59,9 +59,11 @@ struct Payload
 
 using MakePayload = const Payload& (*)();
 
-/// A wavy surface, and three arrays of float, double and id values. Made on first use.
+/// A wavy surface; three arrays of float, double and id values; the surface with the fields of a simulation. Made on
+/// first use.
 const Payload& surface();
 const Payload& standAloneArrays();
+const Payload& frame();
 
 /// A receiver that takes what it is given and keeps nothing.
 class Sink : public tsg::NodeStream
