@@ -43,8 +43,11 @@ void RatioReporter::Finalize()
         const double ratio = ours->second / reference->second;
         const bool within = ratio <= limit;
         _withinLimits = _withinLimits && within;
-        out << std::left << std::setw(26) << name + (counter.empty() ? "" : ", " + counter) << std::right
-            << std::setw(9) << ratio << std::setw(10) << limit << (within ? "" : "   above the limit") << '\n';
+        std::string label = name;
+        label += counter.empty() ? "" : ", ";
+        label += counter;
+        out << std::left << std::setw(26) << label << std::right << std::setw(9) << ratio << std::setw(10) << limit
+            << (within ? "" : "   above the limit") << '\n';
     }
 }
 

@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-
 namespace tsg
 {
 class SDBReader;

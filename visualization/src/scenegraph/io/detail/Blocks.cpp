@@ -249,6 +249,7 @@ bool writeCompressed(std::ostream& out, const char* data, std::uint64_t size, Co
     }
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the block goes there
 bool readCompressed(std::istream& in, char* data, std::uint64_t size)
 {
     detail::MemoryBudget unlimited(UINT64_MAX);
