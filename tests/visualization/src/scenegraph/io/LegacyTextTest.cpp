@@ -17,7 +17,6 @@ namespace
 using namespace test;
 
 constexpr double INF = std::numeric_limits<double>::infinity();
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
 const std::string HEADER = "# vtk DataFile Version 3.0\nvtk output\nASCII\nDATASET POLYDATA\n";
 const std::string POINTS = "POINTS 3 float\n0 0 0 1 0 0 0 1 0.5 \n";
@@ -146,6 +145,7 @@ TEST(LegacyTextTest, whatVtkCouldNotBeTrustedWithIsRefused)
         POINTS + "FIELD F 1\na 0 1 int\n1\n", POINTS + "FIELD F 1\na 1048577 0 int\n\n",
         POINTS + "FIELD F 1\na 1 1 variant\n1\n", POINTS + "FIELD F 1\na 1 1 int 5\n",
         POINTS + "FIELD F 1\n" + std::string(256, 'n') + " 1 1 int\n5\n", POINTS + "FIELD F 1\na\1 1 1 int\n5\n",
+        POINTS + "FIELD F 2\na 1 1 int\n5\nmetadata_of_a 1 1 int\n5\n",
         POINTS + "FIELD F 16385\n" + repeated("a 1 0 int\n\n", 16385),
         POINTS + "FIELD F 1000\n" + repeated("a 1048576 0 int\n\n", 1000),
         // point and cell data

@@ -58,7 +58,7 @@ public:
     {
     }
 
-    ~LocaleKeeper() { std::setlocale(LC_ALL, _name.c_str()); }
+    ~LocaleKeeper() { (void)std::setlocale(LC_ALL, _name.c_str()); }
 
     LocaleKeeper(const LocaleKeeper&) = delete;
     LocaleKeeper& operator=(const LocaleKeeper&) = delete;

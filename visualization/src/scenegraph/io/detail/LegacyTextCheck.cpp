@@ -1,6 +1,7 @@
 #include "scenegraph/io/detail/LegacyTextCheck.h"
 
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/LegacyValues.h"
 #include "scenegraph/io/detail/Limits.h"
 
 #include <algorithm>
@@ -18,6 +19,8 @@ constexpr char FIRST_UNKNOWN_VERSION = '5';
 /// VTK reads lines into 256 bytes with the terminator.
 constexpr std::size_t MAX_TITLE_BYTES = 255;
 constexpr std::string_view MISSING_ARRAY = "NULL_ARRAY";
+/// Whatever begins a line so behind an array is taken for what later versions of the format store there.
+constexpr std::string_view METADATA_WORD = "METADATA";
 constexpr std::string_view SIX_TENSORS_WORD = "TENSORS6";
 constexpr std::string_view PEDIGREE_IDS_WORD = "PEDIGREE_IDS";
 constexpr std::string_view EDGE_FLAGS_WORD = "EDGE_FLAGS";
@@ -30,84 +33,6 @@ constexpr std::int64_t COMPONENT_BYTES = sizeof(double);
 
 /// Bytes that the reading of one integer of a connectivity list takes, the cells included.
 constexpr std::int64_t CONNECTIVITY_BYTES = 24;
-
-using Values = std::vector<ReplacedValue>;
-
-bool passBits(LegacyTokens& tokens, std::int64_t count, Values&)
-{
-    for (unsigned char bit = 0; count > 0; --count)
-    {
-        if (!tokens.integer(bit) || bit > 1)
-        {
-            return false;
-        }
-    }
-    return true;
-}
-
-template <class T>
-bool passIntegers(LegacyTokens& tokens, std::int64_t count, Values&)
-{
-    for (T value = 0; count > 0; --count)
-    {
-        if (!tokens.integer(value))
-        {
-            return false;
-        }
-    }
-    return true;
-}
-
-template <class T>
-bool passReals(LegacyTokens& tokens, std::int64_t count, Values& replaced)
-{
-    for (std::int64_t i = 0; i < count; ++i)
-    {
-        if (!tokens.real<T>(i, replaced))
-        {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// How the values of a type are spelled, and how many bytes each takes in memory.
-struct ValueType
-{
-    std::string_view word;
-    int width;
-    bool (*pass)(LegacyTokens& tokens, std::int64_t count, Values& replaced);
-};
-
-constexpr ValueType VALUE_TYPES[] = {
-    {"float", 4, &passReals<float>},
-    {"double", 8, &passReals<double>},
-    {"bit", 1, &passBits},
-    {"char", 1, &passIntegers<signed char>},
-    {"signed_char", 1, &passIntegers<signed char>},
-    {"unsigned_char", 1, &passIntegers<unsigned char>},
-    {"short", 2, &passIntegers<short>},
-    {"unsigned_short", 2, &passIntegers<unsigned short>},
-    {"int", 4, &passIntegers<int>},
-    {"unsigned_int", 4, &passIntegers<unsigned int>},
-    {"long", 8, &passIntegers<std::int64_t>},
-    {"unsigned_long", 8, &passIntegers<std::uint64_t>},
-    {"vtkIdType", 8, &passIntegers<int>}, // VTK reads them as integers of 4 bytes
-    {"vtktypeint64", 8, &passIntegers<std::int64_t>},
-    {"vtktypeuint64", 8, &passIntegers<std::uint64_t>},
-};
-
-const ValueType* findType(std::string_view word)
-{
-    for (const ValueType& type : VALUE_TYPES)
-    {
-        if (sameWord(word, type.word))
-        {
-            return &type;
-        }
-    }
-    return nullptr;
-}
 
 /// The attributes whose line is their name and type. The kinds of one row stand for the same attribute of the dataset.
 struct PlainAttribute
@@ -132,6 +57,14 @@ constexpr PlainAttribute PLAIN_ATTRIBUTES[] = {
 /// The sections that come at most once.
 constexpr std::string_view SECTIONS[] = {FIELD_WORD,    POINTS_WORD,          VERTICES_WORD,  LINES_WORD,
                                          POLYGONS_WORD, TRIANGLE_STRIPS_WORD, CELL_DATA_WORD, POINT_DATA_WORD};
+
+/// Whether `bit` comes up for the first time.
+bool seeFirst(unsigned& seen, unsigned bit)
+{
+    const bool isFirst = (seen & bit) == 0;
+    seen |= bit;
+    return isFirst;
+}
 
 bool isOneOf(std::string_view word, std::string_view first, std::string_view second)
 {
@@ -202,14 +135,6 @@ bool LegacyTextCheck::passSection(std::string_view keyword)
     return *section == POINTS_WORD ? passPoints() : passCells();
 }
 
-/// Whether `bit` comes up for the first time.
-bool LegacyTextCheck::seeFirst(Seen& seen, Seen bit) const
-{
-    const bool isFirst = (seen & bit) == 0;
-    seen |= bit;
-    return isFirst;
-}
-
 bool LegacyTextCheck::passPoints()
 {
     Array points{ArrayPlace::Points, {}, POINT_COMPONENTS, 0};
@@ -267,8 +192,8 @@ bool LegacyTextCheck::passFields(ArrayPlace place)
         {
             continue;
         }
-        if (array.name.empty() || !_tokens.count(1, array.components) || !_tokens.count(0, array.tuples) ||
-            !passArray(array, _tokens.word()))
+        if (array.name.empty() || beginsWith(array.name, METADATA_WORD) || !_tokens.count(1, array.components) ||
+            !_tokens.count(0, array.tuples) || !passArray(array, _tokens.word()))
         {
             return false;
         }
@@ -376,9 +301,9 @@ bool LegacyTextCheck::passTextureCoordinates(Array array)
 /// Colours are fractions of one, whatever they are kept as.
 bool LegacyTextCheck::passColours(std::int64_t components, std::int64_t tuples)
 {
-    Values replaced;
-    return _tokens.endLine() && charge(components, tuples, sizeof(float)) &&
-           passReals<float>(_tokens, components * tuples, replaced) && replaced.empty();
+    std::vector<ReplacedValue> replaced;
+    return _tokens.endLine() && charge(components, tuples, FLOAT_VALUES.width) &&
+           FLOAT_VALUES.pass(_tokens, components * tuples, replaced) && replaced.empty();
 }
 
 /// Takes the memory of an array of values, each of which is at least a digit and a blank, that are still to come.
@@ -396,8 +321,8 @@ bool LegacyTextCheck::charge(std::int64_t components, std::int64_t tuples, std::
 /// The rest of an array: the end of its line, and its values.
 bool LegacyTextCheck::passArray(const Array& array, std::string_view typeWord)
 {
-    const ValueType* const type = findType(typeWord);
-    Values values;
+    const LegacyValues* const type = findLegacyValues(typeWord);
+    std::vector<ReplacedValue> values;
     if (type == nullptr || !_tokens.endLine() || !charge(array.components, array.tuples, type->width) ||
         !type->pass(_tokens, array.components * array.tuples, values))
     {

@@ -57,7 +57,7 @@ public:
     const std::vector<ReplacedValues>& replaced() const { return _replaced; }
 
 private:
-    /// Sections and kinds of attribute that have come up, as bits.
+    /// Sections or kinds of attribute that have come up, as bits.
     using Seen = unsigned;
 
     /// An array as its line describes it.
@@ -83,7 +83,6 @@ private:
     bool passColours(std::int64_t components, std::int64_t tuples);
     bool passArray(const Array& array, std::string_view typeWord);
     bool charge(std::int64_t components, std::int64_t tuples, std::int64_t width);
-    bool seeFirst(Seen& seen, Seen bit) const;
     void remember(const Array& array, std::vector<ReplacedValue> values);
 
     LegacyTokens _tokens;
