@@ -24,7 +24,7 @@ bool adopt(std::filebuf& buffer, int descriptor, std::ios::openmode mode)
     {
         return false;
     }
-    __gnu_cxx::stdio_filebuf<char> opened(descriptor, mode | std::ios::binary);
+    __gnu_cxx::stdio_filebuf<char> opened(descriptor, mode);
     if (!opened.is_open())
     {
         close(descriptor);
@@ -39,7 +39,27 @@ bool adopt(std::filebuf& buffer, int descriptor, std::ios::openmode mode)
 std::unique_ptr<std::ifstream> openForReading(const std::wstring& path)
 {
     auto stream = std::make_unique<std::ifstream>();
-    if (!adopt(*stream->rdbuf(), posix::openRegular(path, O_RDONLY), std::ios::in))
+    if (!adopt(*stream->rdbuf(), posix::openRegular(path, O_RDONLY), std::ios::in | std::ios::binary))
+    {
+        stream->setstate(std::ios::failbit);
+    }
+    return stream;
+}
+
+std::unique_ptr<std::ofstream> openForWriting(const std::wstring& path, LineEnds lineEnds)
+{
+    auto stream = std::make_unique<std::ofstream>();
+    // What is no regular file must not be emptied either: so that is done once the file is known.
+    int descriptor = posix::openRegular(path, O_WRONLY | O_CREAT);
+    if (descriptor != -1 && ftruncate(descriptor, 0) != 0)
+    {
+        const int reason = errno;
+        close(descriptor);
+        errno = reason;
+        descriptor = -1;
+    }
+    const std::ios::openmode binary = lineEnds == LineEnds::AsWritten ? std::ios::binary : std::ios::openmode();
+    if (!adopt(*stream->rdbuf(), descriptor, std::ios::out | binary))
     {
         stream->setstate(std::ios::failbit);
     }
@@ -50,7 +70,7 @@ UpdateStream::UpdateStream(const std::wstring& path)
 {
     const int descriptor = posix::openRegular(path, O_RDWR);
     _descriptor = descriptor == -1 ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
-    if (!adopt(*rdbuf(), descriptor, std::ios::in | std::ios::out) || _descriptor == -1)
+    if (!adopt(*rdbuf(), descriptor, std::ios::in | std::ios::out | std::ios::binary) || _descriptor == -1)
     {
         close(); // a stream that could not be cut is of no use
         setstate(std::ios::failbit);

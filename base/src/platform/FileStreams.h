@@ -15,6 +15,18 @@ namespace OS
 /// fail bit set; `errno` tells the reason.
 TAVO_EXPORT std::unique_ptr<std::ifstream> openForReading(const std::wstring& path);
 
+/// What becomes of the line feeds that are written to a file.
+enum class LineEnds
+{
+    AsWritten,    ///< they stay as they are
+    OfThePlatform ///< they become the line ends of the platform's text files
+};
+
+/// Opens a regular file for writing from its beginning: a new one, or an existing one, which is emptied. Never an empty
+/// pointer, and never waits. On failure (no such directory, no permission, no regular file, embedded NUL) the stream is
+/// not open and has its fail bit set; `errno` tells the reason.
+TAVO_EXPORT std::unique_ptr<std::ofstream> openForWriting(const std::wstring& path, LineEnds lineEnds);
+
 /// An output stream for updating a regular file in place: it can be written and cut.
 class TAVO_EXPORT UpdateStream : public std::ofstream
 {

@@ -72,6 +72,7 @@ public:
     int renameFile(const std::wstring& from, const std::wstring& to) override;
     int replaceFile(const std::wstring& from, const std::wstring& to) override;
     int markForDeletion(const std::wstring& path) override;
+    bool isFileName(const std::wstring& name) override;
 
 private:
     std::atomic<unsigned> _temporaryNumber{0}; ///< keeps names apart that are asked for before either file exists
@@ -188,8 +189,8 @@ std::wstring PosixFileSystem::getTemporaryPath(const std::wstring& path)
 int PosixFileSystem::createExclusive(const std::wstring& path)
 {
     const auto name = posix::systemPath(path);
-    constexpr mode_t READ_WRITE_FOR_ALL = 0666; // less the process's mask, as for any new file
-    const int descriptor = name ? open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, READ_WRITE_FOR_ALL) : -1;
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    const int descriptor = name ? open(name->c_str(), FLAGS, posix::READ_WRITE_FOR_ALL) : -1;
     return descriptor == -1 ? -1 : close(descriptor);
 }
 
@@ -229,6 +230,13 @@ int PosixFileSystem::markForDeletion(const std::wstring& path)
     // Whoever has the file open keeps it; the system frees it when the last of them closes it.
     const auto name = posix::systemPath(path);
     return isRegular(name) ? unlink(name->c_str()) : -1;
+}
+
+bool PosixFileSystem::isFileName(const std::wstring& name)
+{
+    const auto bytes = posix::systemPath(name);
+    return bytes && !bytes->empty() && bytes->size() <= MAX_NAME && bytes->find('/') == std::string::npos &&
+           *bytes != "." && *bytes != "..";
 }
 
 } // namespace

@@ -52,6 +52,9 @@ public:
 
     /// Arranges that the file disappears once nobody holds it open. Only regular files; 0 on success.
     virtual int markForDeletion(const std::wstring& path) = 0;
+
+    /// Whether a file in a directory can have this name: it is not empty, leads nowhere else, and is not too long.
+    virtual bool isFileName(const std::wstring& name) = 0;
 };
 
 } // namespace OS

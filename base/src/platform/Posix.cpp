@@ -34,7 +34,8 @@ bool checkRegular(mode_t mode)
 int openRegular(const std::wstring& path, int flags)
 {
     const auto name = systemPath(path);
-    const int descriptor = name ? open(name->c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY) : -1;
+    const int descriptor =
+        name ? open(name->c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, READ_WRITE_FOR_ALL) : -1;
     if (descriptor == -1)
     {
         return -1;

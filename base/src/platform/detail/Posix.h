@@ -17,6 +17,9 @@ std::optional<std::string> systemPath(const std::wstring& path);
 /// Whether a file of this mode is a regular one. If not: EISDIR for a directory, ENOTSUP for anything else.
 bool checkRegular(mode_t mode);
 
+/// The permissions of a new file, less the process's mask.
+constexpr mode_t READ_WRITE_FOR_ALL = 0666;
+
 /// Opens a regular file without ever waiting for it, whatever the path names. `flags` are those of open(2). The
 /// descriptor is the caller's and is not inherited by other programs; -1 on failure.
 int openRegular(const std::wstring& path, int flags);

@@ -70,12 +70,6 @@ bool deliverArray(NodeStream& stream, const std::string& objectKey, int tag, vtk
     return false;
 }
 
-/// The product as 32-bit arithmetic gives it.
-std::int32_t wrappedProduct(std::int32_t left, std::int32_t right)
-{
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) * static_cast<std::uint32_t>(right));
-}
-
 /// Where the payload of a tag lies, and where the scan of the record goes on after it.
 class Payload
 {
@@ -122,36 +116,6 @@ private:
     std::uint64_t _afterTag; ///< where the stream was
 };
 
-/// Memory that is charged to a load for as long as this object lives.
-class Charge
-{
-public:
-    Charge(sdb::detail::MemoryBudget& budget, std::uint64_t bytes)
-        : _budget(budget)
-        , _bytes(bytes)
-        , _granted(budget.charge(bytes))
-    {
-    }
-
-    ~Charge()
-    {
-        if (_granted)
-        {
-            _budget.release(_bytes);
-        }
-    }
-
-    Charge(const Charge&) = delete;
-    Charge& operator=(const Charge&) = delete;
-
-    bool granted() const { return _granted; }
-
-private:
-    sdb::detail::MemoryBudget& _budget;
-    std::uint64_t _bytes;
-    bool _granted;
-};
-
 } // namespace
 
 bool SDBReader::loadDataArrayFromInputStream(std::ifstream& in, const Properties& tag, NodeStream& stream,
@@ -159,8 +123,8 @@ bool SDBReader::loadDataArrayFromInputStream(std::ifstream& in, const Properties
 {
     const int type = tag.getInt(key::DATA_TYPE);
     const int components = tag.getInt(key::NUMBER_OF_COMPONENTS);
-    const std::int32_t count = wrappedProduct(tag.getInt(key::NUMBER_OF_TUPLES), components);
-    const std::int32_t size = wrappedProduct(detail::storedWidth(type), count);
+    const std::int32_t count = detail::wrappedProduct(tag.getInt(key::NUMBER_OF_TUPLES), components);
+    const std::int32_t size = detail::wrappedProduct(detail::storedWidth(type), count);
     if (std::int64_t{detail::storedWidth(type)} * count != size)
     {
         return false; // the product wrapped: the buffer would hold fewer values than the array
@@ -191,7 +155,7 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     // A payload that the file cuts short is read as if zeros followed, a few of which are enough to end any token.
     const std::uint64_t available = payload.available();
     const std::uint64_t padded = std::min(payload.length(), available + sdb::detail::MAX_PADDING_BYTES);
-    const Charge charge(load.budget, padded);
+    const sdb::detail::Charge charge(load.budget, padded);
     const std::uint64_t taken = charge.granted() ? padded : 0;
     const std::unique_ptr<char[]> block(new char[taken]);
     std::uint64_t filled = 0;

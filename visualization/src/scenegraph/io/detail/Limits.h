@@ -16,6 +16,9 @@ constexpr std::int64_t MAX_COMPONENTS = 1048576;
 /// Longest encoded array name: VTK and this codec read tokens into 256 bytes with the terminator.
 constexpr int MAX_NAME_BYTES = 255;
 
+/// Most arrays in the text of a polydata: VTK compares the name of each with those of all before.
+constexpr int MAX_TEXT_ARRAYS = 16384;
+
 /// Most of the zero padding behind a short payload that is real memory.
 constexpr std::uint64_t MAX_PADDING_BYTES = 4096;
 

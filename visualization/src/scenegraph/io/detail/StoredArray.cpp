@@ -19,9 +19,6 @@ namespace
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "values are stored as they lie in memory");
 
-/// Counts and lengths of 2 GiB and more do not fit the 32-bit numbers of the formats.
-constexpr std::int64_t MAX_STORED = INT32_MAX;
-
 template <class Memory, class Stored>
 std::string refusalOf(const void* values, std::int64_t count)
 {

@@ -23,6 +23,15 @@ int storedWidth(int vtkType);
 /// Whether arrays of this VTK type code are stored: 1 to 12 and 15 to 17.
 bool isStorable(int vtkType);
 
+/// A product as the 32-bit arithmetic of the formats gives it.
+constexpr std::int32_t wrappedProduct(std::int32_t left, std::int32_t right)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) * static_cast<std::uint32_t>(right));
+}
+
+/// Counts and lengths of 2 GiB and more do not fit the 32-bit numbers of the formats.
+constexpr std::int64_t MAX_STORED = INT32_MAX;
+
 /// Why the first `valueCount` values (components counted) of an array cannot be stored; empty if they can. Reasons: a
 /// type code that is not stored, fewer values in the array, 2 GiB or more, or a value that does not fit its stored
 /// width.

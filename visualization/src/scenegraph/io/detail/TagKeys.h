@@ -37,6 +37,9 @@ constexpr char DATA_TYPE[] = "DataType";
 constexpr char NUMBER_OF_COMPONENTS[] = "NumberOfComponents";
 constexpr char NUMBER_OF_TUPLES[] = "NumberOfTuples";
 
+// Data files of scene directories
+constexpr char SIZE[] = "Size";
+
 // Thumbnail
 constexpr char RECORD_INDEX[] = "RecordIndex";
 constexpr char WIDTH[] = "Width";
