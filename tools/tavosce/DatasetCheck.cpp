@@ -34,7 +34,7 @@ std::string describe(const Section& section, vtkAbstractArray& array)
     return std::string(section.noun) + ' ' + inQuotes(array.GetName());
 }
 
-void nameArrays(const Section& section, const std::string& path, Report& report)
+void nameArrays(const Section& section, const std::string& place, Report& report)
 {
     int number = 0;
     for (int i = 0; i < section.fields->GetNumberOfArrays(); ++i)
@@ -50,8 +50,8 @@ void nameArrays(const Section& section, const std::string& path, Report& report)
             name = "unnamed_" + std::to_string(++number);
         } while (section.fields->HasArray(name.c_str()));
         array.SetName(name.c_str());
-        report.note(shown(path), std::string(section.noun) + ' ' + std::to_string(i) +
-                                     " has no name and is stored as " + inQuotes(name));
+        report.note(place, std::string(section.noun) + ' ' + std::to_string(i) + " has no name and is stored as " +
+                               inQuotes(name));
     }
 }
 
@@ -109,7 +109,7 @@ bool storeWidened(vtkFieldData& fields, vtkAbstractArray& abstract)
 }
 
 /// How many arrays of the section cannot be stored and are not skipped.
-int checkArrays(const Section& section, const std::string& path, bool skip, Report& report)
+int checkArrays(const Section& section, const std::string& place, bool skip, Report& report)
 {
     int res = 0;
     for (int i = section.fields->GetNumberOfArrays() - 1; i >= 0; --i)
@@ -123,12 +123,12 @@ int checkArrays(const Section& section, const std::string& path, bool skip, Repo
         }
         if (skip)
         {
-            report.note(shown(path), name.append(" is left out: ").append(reason));
+            report.note(place, name.append(" is left out: ").append(reason));
             section.fields->RemoveArray(i);
         }
         else
         {
-            report.error(shown(path), name.append(" cannot be stored: ").append(reason), NotStorable);
+            report.error(place, name.append(" cannot be stored: ").append(reason), NotStorable);
             ++res;
         }
     }
@@ -150,7 +150,7 @@ struct FindBadId
     }
 };
 
-void checkCells(vtkCellArray& cells, const char* kind, vtkIdType points, const std::string& path)
+void checkCells(vtkCellArray& cells, const char* kind, vtkIdType points, const std::string& place)
 {
     bool found = !cells.IsValid();
     vtkIdType id = -1;
@@ -160,17 +160,17 @@ void checkCells(vtkCellArray& cells, const char* kind, vtkIdType points, const s
     }
     if (found)
     {
-        throw Failure(TooDamaged, shown(path),
+        throw Failure(TooDamaged, place,
                       std::string(kind) + " refer to point " + std::to_string(id) + ", but there are " +
                           counted(static_cast<std::uint64_t>(points), "point"));
     }
     if (cells.GetNumberOfConnectivityEntries() > MAX_BYTES / 4)
     {
-        throw Failure(NotStorable, shown(path), std::string(kind) + " of 2 GiB and more cannot be stored");
+        throw Failure(NotStorable, place, std::string(kind) + " of 2 GiB and more cannot be stored");
     }
 }
 
-void checkGeometry(vtkPolyData& dataset, const std::string& path)
+void checkGeometry(vtkPolyData& dataset, const std::string& place)
 {
     if (dataset.GetPoints() == nullptr)
     {
@@ -184,7 +184,7 @@ void checkGeometry(vtkPolyData& dataset, const std::string& path)
     }
     if (!reason.empty())
     {
-        throw Failure(NotStorable, shown(path), "the points cannot be stored: " + reason);
+        throw Failure(NotStorable, place, "the points cannot be stored: " + reason);
     }
     const std::pair<const char*, vtkCellArray*> kinds[] = {{"vertices", dataset.GetVerts()},
                                                            {"lines", dataset.GetLines()},
@@ -192,25 +192,24 @@ void checkGeometry(vtkPolyData& dataset, const std::string& path)
                                                            {"triangle strips", dataset.GetStrips()}};
     for (const auto& [kind, cells] : kinds)
     {
-        checkCells(*cells, kind, dataset.GetNumberOfPoints(), path);
+        checkCells(*cells, kind, dataset.GetNumberOfPoints(), place);
     }
 }
 
 } // namespace
 
-void makeStorable(vtkPolyData& dataset, const std::string& path, bool skipUnsupported, Report& report)
+void makeStorable(vtkPolyData& dataset, const std::string& place, bool skipUnsupported, Report& report)
 {
-    checkGeometry(dataset, path);
+    checkGeometry(dataset, place);
     int refused = 0;
     for (const Section& section : sectionsOf(dataset))
     {
-        nameArrays(section, path, report);
-        refused += checkArrays(section, path, skipUnsupported, report);
+        nameArrays(section, place, report);
+        refused += checkArrays(section, place, skipUnsupported, report);
     }
     if (refused > 0)
     {
-        throw Failure(NotStorable, shown(path),
-                      counted(static_cast<std::uint64_t>(refused), "array") + " cannot be stored",
+        throw Failure(NotStorable, place, counted(static_cast<std::uint64_t>(refused), "array") + " cannot be stored",
                       "--skip-unsupported leaves them out");
     }
 }

@@ -9,7 +9,7 @@
 namespace tavosce
 {
 
-/// Makes a dataset that was read from the file `path` fit to be stored, in place:
+/// Makes a dataset fit to be stored, in place; `place` is how messages name it:
 ///   - arrays without a name get one, which is noted
 ///   - 64-bit `long` values that need more than 4 bytes move to an array of 64-bit integers
 ///   - a dataset without points gets an empty points object
@@ -17,6 +17,6 @@ namespace tavosce
 ///     `skipUnsupported`
 /// Throws Failure: NotStorable for such arrays otherwise, after one error line for each of them, and for geometry
 /// beyond what the format holds; TooDamaged for cells that refer to points that are not there.
-void makeStorable(vtkPolyData& dataset, const std::string& path, bool skipUnsupported, Report& report);
+void makeStorable(vtkPolyData& dataset, const std::string& place, bool skipUnsupported, Report& report);
 
 } // namespace tavosce

@@ -1,6 +1,7 @@
 #include "CommandTable.h"
 
 #include "ExportFolder.h"
+#include "ExportScenes.h"
 #include "Interrupt.h"
 #include "Json.h"
 #include "RecordAddress.h"
@@ -25,17 +26,10 @@ namespace
 struct ExportOptions
 {
     std::string address;
-    std::string output;
-    bool force = false;
-    bool json = false;
+    ExportTarget target;
+    bool sceneDirectory = false;
+    bool skipUnsupported = false;
 };
-
-/// "record-0007/"
-std::string folderOf(std::size_t record)
-{
-    const std::string number = std::to_string(record);
-    return "record-" + std::string(number.size() < 4 ? 4 - number.size() : 0, '0') + number + '/';
-}
 
 std::vector<ExportedRecord> exportRecords(const std::vector<std::size_t>& records, bool inFolders, SceneFile& file,
                                           ExportFolder& folder, Console& console)
@@ -50,7 +44,7 @@ std::vector<ExportedRecord> exportRecords(const std::vector<std::size_t>& record
         try
         {
             const tsg::SceneGraph graph = loader.load(record, contents, i, records.size());
-            res.push_back(folder.write(graph, contents, record, inFolders ? folderOf(record) : ""));
+            res.push_back(folder.write(graph, contents, record, inFolders ? recordFolder(record) + '/' : ""));
         }
         catch (const Failure& failure)
         {
@@ -67,10 +61,10 @@ std::vector<ExportedRecord> exportRecords(const std::vector<std::size_t>& record
 
 void acknowledge(const ExportOptions& options, const std::vector<ExportedRecord>& records, std::ostream& out)
 {
-    if (options.json)
+    if (options.target.json)
     {
         Json json(out);
-        json.member("folder", options.output);
+        json.member("folder", options.target.output);
         json.beginArray("records");
         for (const ExportedRecord& record : records)
         {
@@ -85,8 +79,8 @@ void acknowledge(const ExportOptions& options, const std::vector<ExportedRecord>
     {
         datasets += record.files.size();
     }
-    out << shown(options.output) << ": " << counted(datasets, "dataset") << " of " << counted(records.size(), "record")
-        << '\n';
+    out << shown(options.target.output) << ": " << counted(datasets, "dataset") << " of "
+        << counted(records.size(), "record") << '\n';
 }
 
 void runExport(const ExportOptions& options, Console& console)
@@ -102,7 +96,12 @@ void runExport(const ExportOptions& options, Console& console)
     {
         wanted.push_back(i);
     }
-    ExportFolder folder(options.output, options.force, file, console.report);
+    if (options.sceneDirectory)
+    {
+        exportScenes(options.target, options.skipUnsupported, wanted, file, console);
+        return;
+    }
+    ExportFolder folder(options.target.output, options.target.force, file, console.report);
     const std::vector<ExportedRecord> records = exportRecords(wanted, !address.index, file, folder, console);
     if (!address.index)
     {
@@ -125,9 +124,14 @@ Run declareExport(CLI::App& app)
     app.add_option("FILE[:REC]", options->address,
                    "Scene database; one record of it, counted from 0 or, negative, from the end")
         ->required();
-    app.add_option("-o", options->output, "Folder to write to")->required()->type_name("DIR");
-    app.add_flag("--force", options->force, "Replace files in the folder that have the same names");
-    app.add_flag("--json", options->json, "Print one JSON document");
+    app.add_option("-o", options->target.output, "Folder to write to")->required()->type_name("DIR");
+    app.add_flag("--force", options->target.force, "Replace files in the folder that have the same names");
+    auto* const scenes = app.add_flag("--scene-directory", options->sceneDirectory,
+                                      "Write a scene directory; of several records, one each in a folder of its own");
+    app.add_flag("--skip-unsupported", options->skipUnsupported,
+                 "Leave out what a scene directory cannot hold, and say so")
+        ->needs(scenes);
+    app.add_flag("--json", options->target.json, "Print one JSON document");
     return [options](Console& console) { runExport(*options, console); };
 }
 

@@ -75,6 +75,8 @@ ImportGraph::ImportGraph(const std::string& title)
     : _root(_graph.create<tsg::SceneNode>())
 {
     _root.setName(title);
+    std::string problem;
+    (void)_graph.chooseRoot(_root.getObjectKey(), problem); // it is there
 }
 
 void ImportGraph::setPart(std::size_t part, const std::string& name, vtkPolyData& dataset)
@@ -95,12 +97,12 @@ void ImportGraph::setPart(std::size_t part, const std::string& name, vtkPolyData
     node.setPolyData(&dataset, same ? PolyDataNode::Geometry::Keep : PolyDataNode::Geometry::Replace);
 }
 
-void ImportGraph::avoidStamps(const std::set<std::uint64_t>& stamps)
+void avoidStamps(const tsg::SceneGraph& graph, const std::set<std::uint64_t>& stamps)
 {
     FreshStamps stream(stamps);
-    for (const PolyDataNode* part : _parts)
+    for (const auto& entry : graph.nodes())
     {
-        part->serialize(stream);
+        entry.second->serialize(stream);
     }
 }
 

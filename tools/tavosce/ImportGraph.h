@@ -26,16 +26,17 @@ public:
     /// objects, so that a writer finds them unchanged. A part is made when its number, counted from 0, comes first.
     void setPart(std::size_t part, const std::string& name, vtkPolyData& dataset);
 
-    /// Gives every dataset of the scene a modification stamp that is none of these.
-    void avoidStamps(const std::set<std::uint64_t>& stamps);
-
-    tsg::SceneNode& root() { return _root; }
+    /// The scene, with its root chosen.
+    tsg::SceneGraph& graph() { return _graph; }
 
 private:
     tsg::SceneGraph _graph;
     tsg::SceneNode& _root;
     std::vector<tsg::PolyDataNode*> _parts; ///< owned by the graph
 };
+
+/// Gives every dataset of a scene a modification stamp that is none of these.
+void avoidStamps(const tsg::SceneGraph& graph, const std::set<std::uint64_t>& stamps);
 
 /// The modification stamps that a writer knows from the records that a file has of a session. Throws Failure
 /// CannotOpen; raises InternalError as sdb::indexRecords does.

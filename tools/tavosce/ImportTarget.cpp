@@ -43,6 +43,8 @@ std::string newSession()
 ImportTarget::ImportTarget(const ImportTargetOptions& options)
     : _shown(shown(options.path))
     , _session(options.session.empty() ? newSession() : options.session)
+    , _path(OS::toWide(options.path))
+    , _compress(!options.noCompress)
 {
     errno = 0;
     if (options.append && Platform::filesystem().fileExists(OS::toWide(options.path)))
@@ -63,7 +65,7 @@ void ImportTarget::openExisting(const ImportTargetOptions& options)
     {
         _takenStamps = storedStamps(options.path, _session);
         errno = 0;
-        if (_writer.open(OS::toWide(options.path), true, !options.noCompress) == FileIoStatus::Success)
+        if (_writer.open(_path, true, _compress) == FileIoStatus::Success)
         {
             return;
         }
@@ -83,8 +85,9 @@ void ImportTarget::openExisting(const ImportTargetOptions& options)
 void ImportTarget::openNew(const ImportTargetOptions& options)
 {
     _newFile.emplace(options.path, options.force);
+    _path = _newFile->path();
     errno = 0;
-    if (_writer.open(_newFile->path(), false, !options.noCompress) != FileIoStatus::Success)
+    if (_writer.open(_path, false, _compress) != FileIoStatus::Success)
     {
         throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
     }
@@ -92,11 +95,37 @@ void ImportTarget::openNew(const ImportTargetOptions& options)
 
 void ImportTarget::addRecord(const std::string& title, const std::string& description, ImportGraph& graph)
 {
-    graph.avoidStamps(_takenStamps);
+    add(_writer, title, description, graph.graph());
+}
+
+// A writer repeats the nodes that it has seen, so that a scene with nodes of its own needs a writer of its own.
+void ImportTarget::addScene(const std::string& title, const std::string& description, tsg::SceneGraph& graph)
+{
+    _writer.close();
+    tsg::SDBWriter writer;
+    reopen(writer);
+    add(writer, title, description, graph);
+    writer.close();
+    reopen(_writer);
+}
+
+void ImportTarget::reopen(tsg::SDBWriter& writer) const
+{
+    errno = 0;
+    if (writer.open(_path, true, _compress) != FileIoStatus::Success)
+    {
+        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+    }
+}
+
+void ImportTarget::add(tsg::SDBWriter& writer, const std::string& title, const std::string& description,
+                       tsg::SceneGraph& graph)
+{
+    avoidStamps(graph, _takenStamps);
     int index = -1;
     errno = 0;
-    const FileIoStatus status = _writer.addRecord(title, description, _session, graph.root(), index);
-    if (status != FileIoStatus::Success || _writer.hasFailed())
+    const FileIoStatus status = writer.addRecord(title, description, _session, *graph.root(), index);
+    if (status != FileIoStatus::Success || writer.hasFailed())
     {
         throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
     }

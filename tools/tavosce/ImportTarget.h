@@ -31,9 +31,12 @@ public:
     /// Throws Failure: CannotWrite; CannotOpen, WrongFormat and TooDamaged for a file that is to be added to.
     explicit ImportTarget(const ImportTargetOptions& options);
 
-    /// Adds the graph as a record. Nodes that were part of a record have to outlive this object. Throws Failure
-    /// CannotWrite.
+    /// Adds the graph as a record, with the nodes of the records that were added in this way before: its nodes have to
+    /// outlive this object. Throws Failure CannotWrite.
     void addRecord(const std::string& title, const std::string& description, ImportGraph& graph);
+
+    /// Adds a graph with a root as a record of its own, without the nodes of any other. Throws Failure CannotWrite.
+    void addScene(const std::string& title, const std::string& description, tsg::SceneGraph& graph);
 
     /// Throws Failure CannotWrite.
     void finish();
@@ -46,9 +49,13 @@ public:
 private:
     void openExisting(const ImportTargetOptions& options);
     void openNew(const ImportTargetOptions& options);
+    void reopen(tsg::SDBWriter& writer) const;
+    void add(tsg::SDBWriter& writer, const std::string& title, const std::string& description, tsg::SceneGraph& graph);
 
     std::string _shown; ///< the path for messages
     std::string _session;
+    std::wstring _path; ///< of the file that is written
+    bool _compress;
     std::optional<OutputFile> _newFile;   ///< none when an existing file is added to
     std::set<std::uint64_t> _takenStamps; ///< of data that the file has of this session
     tsg::SDBWriter _writer;               // destroyed before the new file is removed

@@ -7,6 +7,8 @@
 #include "Interrupt.h"
 #include "Json.h"
 #include "OutputFile.h"
+#include "SceneDirectory.h"
+#include "SceneForm.h"
 #include "Text.h"
 #include "VtkMessages.h"
 
@@ -51,6 +53,15 @@ void checkInputs(const ImportOptions& options)
 {
     for (const std::string& input : options.inputs)
     {
+        if (isSceneDirectory(input))
+        {
+            if (options.singleRecord && options.inputs.size() > 1)
+            {
+                throw Failure(WrongUsage, shown(input), "a scene directory is a record of its own",
+                              "import it without --single-record");
+            }
+            continue;
+        }
         requireDatasetFormat(input);
         if (isSameFile(input, options.target.path))
         {
@@ -87,7 +98,15 @@ void acknowledge(const ImportOptions& options, const ImportTarget& target, std::
     out << ", session " << inQuotes(target.session()) << '\n';
 }
 
-/// Reads the inputs one after another; every one of them, or all together, become a record.
+void addSceneDirectory(const ImportOptions& options, const std::string& input, ImportTarget& target, Report& report)
+{
+    tsg::SceneGraph graph = loadSceneDirectory(input, report);
+    makeStorable(graph, SceneForm::Database, shown(input), options.skipUnsupported, report);
+    const std::size_t end = input.find_last_not_of('/') + 1; // "scene/" is "scene"
+    target.addScene(titleOf(options), descriptionOf(options, nameOf(input.substr(0, end))), graph);
+}
+
+/// Reads the inputs one after another; every one of them, or all datasets together, become a record.
 void addInputs(const ImportOptions& options, ImportTarget& target, ImportGraph& graph, Report& report)
 {
     std::vector<std::string> names;
@@ -95,9 +114,14 @@ void addInputs(const ImportOptions& options, ImportTarget& target, ImportGraph& 
     {
         const std::string& input = options.inputs[i];
         report.progress().show("Importing", static_cast<double>(i), static_cast<double>(options.inputs.size()));
+        if (isSceneDirectory(input))
+        {
+            addSceneDirectory(options, input, target, report);
+            continue;
+        }
         const vtkSmartPointer<vtkPolyData> dataset = readDataset(input, report);
         throwIfInterrupted();
-        makeStorable(*dataset, input, options.skipUnsupported, report);
+        makeStorable(*dataset, shown(input), options.skipUnsupported, report);
         graph.setPart(options.singleRecord ? i : 0, stemOf(input), *dataset);
         names.push_back(nameOf(input));
         if (!options.singleRecord)
@@ -105,7 +129,7 @@ void addInputs(const ImportOptions& options, ImportTarget& target, ImportGraph& 
             target.addRecord(titleOf(options), descriptionOf(options, names.back()), graph);
         }
     }
-    if (options.singleRecord)
+    if (!names.empty() && options.singleRecord)
     {
         target.addRecord(titleOf(options), descriptionOf(options, joined(names, ", ")), graph);
     }
@@ -140,7 +164,7 @@ Run declareImport(CLI::App& app)
 {
     const auto options = std::make_shared<ImportOptions>();
     ImportTargetOptions& target = options->target;
-    app.add_option("FILE", options->inputs, "Datasets: " + datasetExtensions())->required();
+    app.add_option("FILE", options->inputs, "Datasets: " + datasetExtensions() + "; scene directories")->required();
     app.add_option("-o", target.path, "Scene database to write")->required()->type_name("OUT.sce");
     auto* const append = app.add_flag("--append", target.append, "Add to the scene database if it exists");
     app.add_flag("--force", target.force, "Replace the scene database if it exists")->excludes(append);
@@ -150,7 +174,7 @@ Run declareImport(CLI::App& app)
         app.add_option("--description", options->description, "Description; by default the input's name");
     app.add_flag("--single-record", options->singleRecord, "Make all inputs nodes of one record");
     app.add_flag("--no-compress", target.noCompress, "Store arrays and geometry as they are");
-    app.add_flag("--skip-unsupported", options->skipUnsupported, "Leave out arrays that cannot be stored, and say so");
+    app.add_flag("--skip-unsupported", options->skipUnsupported, "Leave out data that cannot be stored, and say so");
     app.add_flag("--json", options->json, "Print one JSON document");
     return [options, title, description](Console& console)
     {

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <list>
+#include <set>
 #include <system_error>
 
 namespace tavosce
@@ -40,6 +41,11 @@ std::wstring normalised(const std::string& target)
         throw cannotWrite(shown(target), systemReason());
     }
     return res;
+}
+
+bool endsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 bool isEmptyFolder(const std::string& path)
@@ -118,13 +124,43 @@ OutputFolder::~OutputFolder()
 std::string OutputFolder::fileFor(const std::string& name)
 {
     const std::size_t slash = name.find('/');
-    if (slash != std::string::npos &&
-        std::find(_folders.begin(), _folders.end(), name.substr(0, slash)) == _folders.end())
+    if (slash != std::string::npos)
     {
-        makeFolder(name.substr(0, slash));
+        folderFor(name.substr(0, slash));
     }
     _files.push_back(name);
     return _path + '/' + name;
+}
+
+std::string OutputFolder::folderFor(const std::string& name)
+{
+    if (std::find(_folders.begin(), _folders.end(), name) == _folders.end())
+    {
+        makeFolder(name);
+    }
+    return name.empty() ? _path : _path + '/' + name;
+}
+
+void OutputFolder::adopt(const std::string& name, const std::vector<std::string>& extensions)
+{
+    const std::string outer = name.empty() ? "" : name + '/';
+    std::vector<std::string> folders{outer};
+    for (std::size_t i = 0; i < folders.size(); ++i)
+    {
+        const std::string folder = folders[i]; // the list grows
+        std::list<std::wstring> inner, files;
+        (void)Platform::filesystem().listDirectory(inner, files, OS::toWide(_path + '/' + folder));
+        for (const std::wstring& entry : inner)
+        {
+            _folders.push_back(folder + OS::toNarrow(entry));
+            _adopted.push_back({_folders.back(), extensions});
+            folders.push_back(_folders.back() + '/');
+        }
+        for (const std::wstring& entry : files)
+        {
+            _files.push_back(folder + OS::toNarrow(entry));
+        }
+    }
 }
 
 void OutputFolder::install(const std::string& input)
@@ -167,6 +203,28 @@ void OutputFolder::moveFiles(const std::string& input)
         if (files.replaceFile(OS::toWide(_path + '/' + name), OS::toWide(_target + '/' + name)) != 0)
         {
             throw cannotWrite(_shown, shown(name) + ": " + systemReason());
+        }
+    }
+    removeEarlier();
+}
+
+void OutputFolder::removeEarlier()
+{
+    OS::FileSystem& files = Platform::filesystem();
+    const std::set<std::string> kept(_files.begin(), _files.end());
+    for (const auto& [folder, extensions] : _adopted)
+    {
+        std::list<std::wstring> inner, present;
+        (void)files.listDirectory(inner, present, OS::toWide(_target + '/' + folder));
+        for (const std::wstring& entry : present)
+        {
+            const std::string name = folder + '/' + OS::toNarrow(entry);
+            const bool isOurs = std::any_of(extensions.begin(), extensions.end(),
+                                            [&](const std::string& extension) { return endsWith(name, extension); });
+            if (isOurs && kept.count(name) == 0 && files.markForDeletion(OS::toWide(_target + '/' + name)) != 0)
+            {
+                throw cannotWrite(_shown, shown(name) + " of an earlier scene cannot be removed: " + systemReason());
+            }
         }
     }
 }

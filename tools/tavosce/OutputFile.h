@@ -46,20 +46,37 @@ public:
     /// which is made. Throws Failure CannotWrite.
     std::string fileFor(const std::string& name);
 
+    /// The path of a folder that others will fill, empty for the output itself; `adopt` then has to be called. Throws
+    /// Failure CannotWrite.
+    std::string folderFor(const std::string& name);
+
+    /// Takes over the files that were written into such a folder and into folders in it. Files with these extensions
+    /// that the target has in the same inner folders already are of an earlier output: installing removes them.
+    void adopt(const std::string& name, const std::vector<std::string>& extensions);
+
     /// Throws Failure CannotWrite; also if one of the files would replace `input`.
     void install(const std::string& input);
 
 private:
     void makeFolder(const std::string& path);
     void moveFiles(const std::string& input);
+    void removeEarlier();
     void removeBuilt();
 
     std::string _shown;
     std::string _target;
     std::string _path; ///< where it is built
     bool _targetExists;
-    std::vector<std::string> _files;   ///< names that were handed out
+    std::vector<std::string> _files;   ///< names that were handed out or adopted
     std::vector<std::string> _folders; ///< what was made at _path, outer ones first
+
+    struct Adopted
+    {
+        std::string folder; ///< an inner one
+        std::vector<std::string> extensions;
+    };
+
+    std::vector<Adopted> _adopted;
 };
 
 /// Whether both paths lead to the same existing file.

@@ -41,4 +41,10 @@ std::size_t placeOf(const RecordAddress& address, std::size_t count)
     return static_cast<std::size_t>(index < 0 ? index + records : index);
 }
 
+std::string recordFolder(std::size_t record)
+{
+    const std::string number = std::to_string(record);
+    return "record-" + std::string(number.size() < 4 ? 4 - number.size() : 0, '0') + number;
+}
+
 } // namespace tavosce

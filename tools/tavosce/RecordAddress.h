@@ -22,4 +22,7 @@ RecordAddress parseAddress(const std::string& text);
 /// no such record.
 std::size_t placeOf(const RecordAddress& address, std::size_t count);
 
+/// The folder that holds what an export makes of a record: "record-0007".
+std::string recordFolder(std::size_t record);
+
 } // namespace tavosce

@@ -1,6 +1,7 @@
 #include "RecordLoad.h"
 
 #include "BlockCheck.h"
+#include "Leftovers.h"
 #include "LibraryLog.h"
 #include "Text.h"
 #include "VtkMessages.h"
@@ -8,7 +9,6 @@
 #include "core/Error.h"
 #include "platform/FileSystem.h"
 #include "scenegraph/GraphBuilder.h"
-#include "scenegraph/OpaqueNode.h"
 #include "scenegraph/StandardNodes.h"
 
 #include <memory>
@@ -44,19 +44,6 @@ private:
     Subject& _subject;
     Observer& _observer;
 };
-
-void adoptLeftovers(tsg::SceneGraph& graph, const tsg::GraphBuilder::Leftovers& leftovers)
-{
-    for (const auto& [objectKey, data] : leftovers.data)
-    {
-        tsg::DataNode* node = graph.find(objectKey);
-        if (node == nullptr)
-        {
-            node = &graph.add(std::make_unique<tsg::OpaqueNode>(objectKey));
-        }
-        node->addData(data);
-    }
-}
 
 } // namespace
 
@@ -176,9 +163,7 @@ tsg::SceneGraph RecordLoader::load(std::size_t record, const RecordContents& con
         fail(record, contents, delivery, error.message());
     }
     warn(record, contents, delivery);
-    tsg::SceneGraph res = builder.take();
-    adoptLeftovers(res, builder.getLeftovers());
-    return res;
+    return takeAll(builder);
 }
 
 void RecordLoader::fail(std::size_t record, const RecordContents& contents, Delivery& delivery,

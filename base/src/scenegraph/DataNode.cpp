@@ -46,6 +46,11 @@ void DataNode::addData(NodeData data)
     _data.push_back(std::move(data));
 }
 
+void DataNode::removeData(const DataTest& unwanted)
+{
+    _data.erase(std::remove_if(_data.begin(), _data.end(), unwanted), _data.end());
+}
+
 void DataNode::addClassVersion(ClassVersions& versions) const
 {
     for (const auto& [name, version] : _keptVersions.getVersions())

@@ -55,6 +55,12 @@ public:
 
     void addData(NodeData data);
 
+    /// Asked of a piece of data.
+    using DataTest = std::function<bool(const NodeData& data)>;
+
+    /// Drops the data for which `unwanted` answers true, of all that the node holds.
+    virtual void removeData(const DataTest& unwanted);
+
     void addClassVersion(ClassVersions& versions) const override;
     void collectReferences(std::unordered_set<Ptr<Node>>& references) const override;
     void serialize(NodeStream& stream) const override;

@@ -78,6 +78,21 @@ void attach(const ArrayList& arrays, vtkFieldData& target, vtkIdType tuples, std
     }
 }
 
+/// An array as the piece of data that it is stored as.
+NodeData pieceOf(PolyDataNode::Association association, vtkDataArray* array)
+{
+    switch (association)
+    {
+    case PolyDataNode::Points:
+        return NodeData::ofPoints(array);
+    case PolyDataNode::Cells:
+        return NodeData::ofCells(array);
+    case PolyDataNode::Fields:
+        break;
+    }
+    return NodeData::ofNode(array, NodeStream::DataTag7, TimeStamp(array->GetMTime()));
+}
+
 /// An array that is not there is not activated.
 void activate(vtkDataSetAttributes& attributes, const std::string& name, int type)
 {
@@ -172,6 +187,26 @@ void PolyDataNode::setPolyData(vtkPolyData* polys, Geometry geometry)
     if (geometry == Geometry::Replace)
     {
         setGeometry(polys);
+    }
+}
+
+void PolyDataNode::removeData(const DataTest& unwanted)
+{
+    DataNode::removeData(unwanted);
+    if (_geometry && unwanted(NodeData::ofPolys(_geometry, TimeStamp(_geometry->GetMTime()))))
+    {
+        _geometry = nullptr;
+    }
+    for (const Association association : ASSOCIATIONS)
+    {
+        ArrayList& arrays = _arrays[association];
+        for (std::size_t i = arrays.size(); i-- > 0;)
+        {
+            if (unwanted(pieceOf(association, arrays.stored(i))))
+            {
+                arrays.remove(std::string(arrays.nameAt(i)));
+            }
+        }
     }
 }
 

@@ -88,6 +88,8 @@ public:
     /// bounds: they are left out, and their names added to `misfits`, which may be null.
     vtkSmartPointer<vtkPolyData> assemble(std::vector<std::string>* misfits = nullptr) const;
 
+    /// A lookup table goes with its array.
+    void removeData(const DataTest& unwanted) override;
     void serialize(NodeStream& stream) const override;
     void interpretData() override;
 

@@ -1,0 +1,25 @@
+#include "Leftovers.h"
+
+#include "scenegraph/OpaqueNode.h"
+
+#include <memory>
+
+namespace tavosce
+{
+
+tsg::SceneGraph takeAll(tsg::GraphBuilder& builder)
+{
+    tsg::SceneGraph graph = builder.take();
+    for (const auto& [objectKey, data] : builder.getLeftovers().data)
+    {
+        tsg::DataNode* node = graph.find(objectKey);
+        if (node == nullptr)
+        {
+            node = &graph.add(std::make_unique<tsg::OpaqueNode>(objectKey));
+        }
+        node->addData(data);
+    }
+    return graph;
+}
+
+} // namespace tavosce
