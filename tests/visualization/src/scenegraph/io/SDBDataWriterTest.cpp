@@ -4,7 +4,6 @@
 #include "support/Datasets.h"
 #include "support/FullDisk.h"
 #include "support/ReportedErrors.h"
-#include "support/Testing.h"
 
 #include <numeric>
 
