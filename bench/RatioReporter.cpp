@@ -18,7 +18,12 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs)
     {
         if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
         {
-            _medians[run.run_name.function_name] = run.real_accumulated_time;
+            const std::string& name = run.run_name.function_name;
+            _medians[{name, ""}] = run.real_accumulated_time;
+            for (const auto& [counter, value] : run.counters)
+            {
+                _medians[{name, counter}] = value;
+            }
         }
     }
 }
@@ -27,10 +32,10 @@ void RatioReporter::Finalize()
 {
     std::ostream& out = GetOutputStream();
     out << "\nratio of medians           measured   at most\n" << std::fixed << std::setprecision(3);
-    for (const auto& [name, limit] : _ratios)
+    for (const auto& [name, limit, counter] : _ratios)
     {
-        const auto ours = _medians.find(name + "/ours");
-        const auto reference = _medians.find(name + "/reference");
+        const auto ours = _medians.find({name + "/ours", counter});
+        const auto reference = _medians.find({name + "/reference", counter});
         if (ours == _medians.end() || reference == _medians.end())
         {
             continue;
@@ -38,7 +43,10 @@ void RatioReporter::Finalize()
         const double ratio = ours->second / reference->second;
         const bool within = ratio <= limit;
         _withinLimits = _withinLimits && within;
-        out << std::left << std::setw(26) << name << std::right << std::setw(9) << ratio << std::setw(10) << limit
+        std::string label = name;
+        label += counter.empty() ? "" : ", ";
+        label += counter;
+        out << std::left << std::setw(26) << label << std::right << std::setw(9) << ratio << std::setw(10) << limit
             << (within ? "" : "   above the limit") << '\n';
     }
 }

@@ -4,16 +4,19 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bench
 {
 
-/// What a pair of benchmarks has to show: "NAME/ours" takes at most `limit` times as long as "NAME/reference".
+/// What a pair of benchmarks has to show: "NAME/ours" takes at most `limit` times as long as "NAME/reference", or its
+/// counter is at most that many times as large.
 struct Ratio
 {
     std::string name;
     double limit;
+    std::string counter = {}; ///< time if empty
 };
 
 /// Prints the usual table, then the ratios of the medians of each pair.
@@ -30,7 +33,8 @@ public:
 
 private:
     std::vector<Ratio> _ratios;
-    std::map<std::string, double> _medians; ///< seconds of real time by benchmark name
+    /// By benchmark name and counter; without a counter seconds of real time.
+    std::map<std::pair<std::string, std::string>, double> _medians;
     bool _withinLimits = true;
 };
 

@@ -283,7 +283,11 @@ int SDBDataReader::ReadCells(int size, int* list)
         const std::uint64_t bytes = static_cast<std::uint64_t>(size) * sizeof(int);
         (void)this->Arrays().readBlock(reinterpret_cast<char*>(list), bytes); // warned of already
     }
-    else if (this->Stream != nullptr)
+    else
+    {
+        std::fill_n(list, size, 0);
+    }
+    if (this->IsText() && this->Stream != nullptr)
     {
         detail::NumberReader numbers(*this->Stream);
         for (int i = 0; i < size; ++i)

@@ -16,10 +16,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <vtkDataArray.h>
 #include <vtkNew.h>
@@ -192,10 +192,13 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     const std::uint64_t available = payload.available();
     const std::uint64_t padded = std::min(payload.length(), available + sdb::detail::MAX_PADDING_BYTES);
     const Charge charge(load.budget, padded);
-    std::vector<char> block(charge.granted() ? padded : 0);
+    const std::uint64_t taken = charge.granted() ? padded : 0;
+    const std::unique_ptr<char[]> block(new char[taken]);
+    std::uint64_t filled = 0;
     if (charge.granted() && payload.length() > 0)
     {
-        in.read(block.data(), static_cast<std::streamsize>(available));
+        in.read(block.get(), static_cast<std::streamsize>(available));
+        filled = static_cast<std::uint64_t>(in.gcount());
         if (available < payload.length())
         {
             in.setstate(std::ios::eofbit | std::ios::failbit);
@@ -208,7 +211,8 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     }
     payload.seekBehind();
 
-    sdb::detail::MemoryStream memory(block.data(), block.size());
+    std::fill(block.get() + filled, block.get() + taken, '\0');
+    sdb::detail::MemoryStream memory(block.get(), taken);
     vtkNew<SDBPolyDataReader> reader;
     reader->SetIStream(&memory);
     reader->SetMemoryBudget(&load.budget);

@@ -88,12 +88,13 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
         {
             const LogCapture log;
             std::istringstream in(bytes);
-            std::string back(40, '\0');
+            std::string back(40, '.');
             sdb::detail::MemoryBudget budget(1 << 20);
             EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
                                    : sdb::readCompressed(in, back.data(), 40));
             EXPECT_EQ(log.entries, messages);
             EXPECT_EQ(in.tellg(), position);
+            EXPECT_TRUE(!isBounded || back.find('.') == std::string::npos) << "old memory is shown";
         }
     }
 }
@@ -118,7 +119,7 @@ TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
     EXPECT_THAT(log.entries, ElementsAre(HasSubstr("block of 50 bytes is longer than the expected 40")));
 
     std::istringstream shorter(written(noise(30), CompressionMethods::Zlib));
-    back.assign(40, '\0');
+    back.assign(40, '.');
     EXPECT_TRUE(sdb::detail::readBlock(shorter, back.data(), 40, budget));
     EXPECT_EQ(back, noise(30) + std::string(10, '\0'));
 }

@@ -6,6 +6,7 @@
 #include "scenegraph/io/detail/TokenReader.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
+#include <algorithm>
 #include <cstring>
 #include <istream>
 #include <string>
@@ -26,7 +27,8 @@ constexpr VtkReport FAILED_PACKED_BITS{"Error reading binary bit array!", SOURCE
 constexpr VtkReport FAILED_TEXT_BITS{"Error reading ascii bit array! tuple: ", SOURCE, 447};
 constexpr VtkReport UNSUPPORTED_TYPE{"Unsupported data type: ", SOURCE, 569};
 
-/// Reads text values of the type T, as which they are stored; false at the first that cannot be read.
+/// Reads text values of the type T, as which they are stored; false at the first that cannot be read, from which on all
+/// are zero.
 template <class T>
 bool readTextValues(std::istream& in, char* data, std::uint64_t bytes)
 {
@@ -36,6 +38,7 @@ bool readTextValues(std::istream& in, char* data, std::uint64_t bytes)
         T value{};
         if (!numbers.read(value))
         {
+            std::fill(data + at, data + bytes, '\0');
             return false;
         }
         std::memcpy(data + at, &value, sizeof(T));
@@ -66,6 +69,7 @@ bool readText(int vtkType, std::istream& in, char* data, std::uint64_t bytes)
             return row.read(in, data, bytes);
         }
     }
+    std::fill_n(data, bytes, '\0');
     return false;
 }
 

@@ -110,15 +110,23 @@ bool reportFailedRead(std::uint64_t size)
     return false;
 }
 
-bool readRaw(std::istream& in, char* data, std::uint64_t size)
+/// Reads the next `size` bytes; `got` is how many of them there were.
+bool readRaw(std::istream& in, char* data, std::uint64_t size, std::uint64_t& got)
 {
     const bool countable = size <= static_cast<std::uint64_t>(INT64_MAX);
-    if (!countable || !in.read(data, static_cast<std::streamsize>(size)))
-    {
-        return reportFailedRead(size);
-    }
-    return true;
+    const bool complete = countable && in.read(data, static_cast<std::streamsize>(size));
+    got = countable ? static_cast<std::uint64_t>(in.gcount()) : 0;
+    return complete || reportFailedRead(size);
 }
+
+/// Where a block goes.
+struct Destination
+{
+    char* data;
+    std::uint64_t size;
+    bool trusted;             ///< the block's own length decides, as the caller has promised room for it
+    std::uint64_t filled = 0; ///< how many bytes the block has provided
+};
 
 /// The compressed bytes of a block: where they lie if the stream reads from memory, or else in scratch memory, which is
 /// charged for as long as this object lives.
@@ -156,7 +164,8 @@ public:
         _charged = onHeap;
         char* const bytes = _scratch.take(size);
         _bytes = bytes;
-        return readRaw(in, bytes, size);
+        std::uint64_t got = 0;
+        return readRaw(in, bytes, size, got);
     }
 
     const Bytef* get() const { return reinterpret_cast<const Bytef*>(_bytes); }
@@ -168,9 +177,7 @@ private:
     const char* _bytes = nullptr;
 };
 
-/// Decodes a zlib block into `data`, which holds `capacity` bytes. With `trusted` the block's own length decides how
-/// many bytes are produced, as the caller of sdb::readCompressed has promised room for them.
-bool readZlib(std::istream& in, char* data, std::uint64_t capacity, bool trusted, detail::MemoryBudget& budget)
+bool readZlib(std::istream& in, Destination& to, detail::MemoryBudget& budget)
 {
     char sizes[SIZES_BYTES] = {};
     const bool complete = static_cast<bool>(in.read(sizes, SIZES_BYTES));
@@ -185,33 +192,34 @@ bool readZlib(std::istream& in, char* data, std::uint64_t capacity, bool trusted
     {
         return false;
     }
-    const bool longer = !trusted && uncompressedSize > capacity;
-    uLongf length = zlibLength(longer ? capacity : uncompressedSize);
+    const bool longer = !to.trusted && uncompressedSize > to.size;
+    uLongf length = zlibLength(longer ? to.size : uncompressedSize);
     const int result =
-        uncompress(reinterpret_cast<Bytef*>(data), &length, compressed.get(), zlibLength(compressedSize));
-    if (longer && result == Z_BUF_ERROR && length == capacity)
+        uncompress(reinterpret_cast<Bytef*>(to.data), &length, compressed.get(), zlibLength(compressedSize));
+    to.filled = length;
+    if (longer && result == Z_BUF_ERROR && length == to.size)
     {
         longerBlock.log("sdb::readCompressed: block of " + std::to_string(uncompressedSize) +
-                        " bytes is longer than the expected " + std::to_string(capacity));
+                        " bytes is longer than the expected " + std::to_string(to.size));
         return true;
     }
     return result == Z_OK;
 }
 
-bool readAnyBlock(std::istream& in, char* data, std::uint64_t size, bool trusted, detail::MemoryBudget& budget)
+bool readAnyBlock(std::istream& in, Destination& to, detail::MemoryBudget& budget)
 {
-    if (size == 0)
+    if (to.size == 0)
     {
         return true;
     }
     switch (in.get())
     {
     case static_cast<int>(CompressionMethods::None):
-        return readRaw(in, data, size);
+        return readRaw(in, to.data, to.size, to.filled);
     case static_cast<int>(CompressionMethods::Zlib):
-        return readZlib(in, data, size, trusted, budget);
+        return readZlib(in, to, budget);
     case std::istream::traits_type::eof():
-        return reportFailedRead(size);
+        return reportFailedRead(to.size);
     default:
         unknownMethodOnRead.log("sdb::readCompressed: unknown compression method");
         return false;
@@ -241,15 +249,20 @@ bool writeCompressed(std::ostream& out, const char* data, std::uint64_t size, Co
     }
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the block goes there
 bool readCompressed(std::istream& in, char* data, std::uint64_t size)
 {
     detail::MemoryBudget unlimited(UINT64_MAX);
-    return readAnyBlock(in, data, size, true, unlimited);
+    Destination to{data, size, true};
+    return readAnyBlock(in, to, unlimited);
 }
 
 bool detail::readBlock(std::istream& in, char* data, std::uint64_t size, MemoryBudget& budget)
 {
-    return readAnyBlock(in, data, size, false, budget);
+    Destination to{data, size, false};
+    const bool complete = readAnyBlock(in, to, budget);
+    std::fill(data + to.filled, data + size, '\0');
+    return complete;
 }
 
 } // namespace sdb

@@ -10,7 +10,7 @@ namespace sdb::detail
 {
 
 /// Reads one block into a destination of exactly `size` bytes, whatever the block's own header says: of a longer block
-/// the first `size` bytes are kept (a warning is logged), after a shorter one the rest of `data` is left as it was.
+/// the first `size` bytes are kept (a warning is logged), and what it does not provide is zero, also when it fails.
 /// Scratch memory is charged to the budget while it is in use. Results and messages as sdb::readCompressed; a budget
 /// that does not suffice counts as a short read.
 [[nodiscard]] bool readBlock(std::istream& in, char* data, std::uint64_t size, MemoryBudget& budget);

@@ -18,11 +18,10 @@ namespace tsg::detail
 /// The ids that cells use, for a check against the points once these are known.
 struct IdRange
 {
-    std::int32_t lowest = INT32_MAX;
-    std::int32_t highest = INT32_MIN;
+    std::uint64_t end = 0; ///< one more than the largest id, taken as unsigned so that negative ids are the largest
 
-    /// Whether every id is one of `points` points. No ids fit any number.
-    bool fit(std::int64_t points) const { return lowest > highest || (lowest >= 0 && highest < points); }
+    /// Whether every id is one of `points` points, which are not negative. No ids fit any number.
+    bool fit(std::int64_t points) const { return end <= static_cast<std::uint64_t>(points); }
 };
 
 struct ImportedCells
@@ -37,7 +36,7 @@ constexpr std::uint64_t importedBytes(std::int64_t size)
     return (static_cast<std::uint64_t>(size) + 1) * sizeof(std::int64_t);
 }
 
-/// A zeroed connectivity list, scratch memory that is charged for as long as this object lives.
+/// A connectivity list without values yet, scratch memory that is charged for as long as this object lives.
 class ConnectivityBuffer
 {
 public:

@@ -120,14 +120,15 @@ std::string valueRefusal(vtkDataArray& array, std::int64_t valueCount)
     return conversion != nullptr && valueCount > 0 ? conversion->refusal(array.GetVoidPointer(0), valueCount) : "";
 }
 
-/// Zeroed memory that a VTK array may adopt. Memory and its charge are given back unless they are handed over.
+/// Memory without values yet that a VTK array may adopt. Memory and its charge are given back unless they are handed
+/// over.
 class ChargedMemory
 {
 public:
     ChargedMemory(std::uint64_t bytes, sdb::detail::MemoryBudget& budget)
         : _budget(budget)
         , _bytes(budget.charge(bytes) ? bytes : 0)
-        , _memory(_bytes == bytes && bytes > 0 ? std::calloc(bytes, 1) : nullptr)
+        , _memory(_bytes == bytes && bytes > 0 ? std::malloc(bytes) : nullptr)
         , _taken(_bytes == bytes && (bytes == 0 || _memory != nullptr))
     {
     }
@@ -173,6 +174,10 @@ bool fillMemory(int vtkType, std::int64_t valueCount, char* memory, sdb::detail:
 {
     const std::uint64_t bytes =
         static_cast<std::uint64_t>(valueCount) * static_cast<std::uint64_t>(storedWidth(vtkType));
+    if (vtkType == VTK_BIT && memory != nullptr)
+    {
+        std::memset(memory, 0, memorySize(vtkType, valueCount));
+    }
     const Conversion* const conversion = conversionOf(vtkType);
     if (conversion == nullptr || bytes == 0)
     {

@@ -56,15 +56,15 @@ private:
     std::string _refusal;
 };
 
-/// Fills `bytes` zeroed bytes of stored values at `data`, which is null when there are none; answers whether it
-/// succeeded.
+/// Fills all of the `bytes` bytes of stored values at `data`, which is null when there are none; answers whether the
+/// array is to be made of them.
 using FillValues = std::function<bool(char* data, std::uint64_t bytes)>;
 
-/// Takes `valueCount` zeroed values in stored form, has `fill` fill them and makes an array of VTK type `vtkType` with
-/// `components` components of them. `long` and ids are widened by sign extension, `unsigned long` by zero extension.
-/// Null if the code is not storable, a count is out of range, the budget or the memory does not suffice, or `fill`
-/// fails; nothing stays charged then. Otherwise the array owns its memory, which stays charged. Bit arrays come zeroed,
-/// with one byte more than their bits need: `fill` is called with 0 bytes.
+/// Takes memory for `valueCount` values in stored form, has `fill` fill it and makes an array of VTK type `vtkType`
+/// with `components` components of them. `long` and ids are widened by sign extension, `unsigned long` by zero
+/// extension. Null if the code is not storable, a count is out of range, the budget or the memory does not suffice, or
+/// `fill` fails; nothing stays charged then. Otherwise the array owns its memory, which stays charged. Bit arrays come
+/// zeroed, with one byte more than their bits need: `fill` is called with 0 bytes.
 vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, std::int64_t components, std::int64_t valueCount,
                                               sdb::detail::MemoryBudget& budget, const FillValues& fill);
 
