@@ -1,6 +1,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 #include <vtkCellArray.h>
@@ -37,6 +38,18 @@ inline vtkSmartPointer<vtkDataArray> floats(const char* name, const std::vector<
     return arrayOf(VTK_FLOAT, name, 1, values);
 }
 
+/// An array whose values count from `first` on and begin again after a hundred; every third bit is set.
+inline vtkSmartPointer<vtkDataArray> counting(int type, const std::string& name, vtkIdType tuples, int components,
+                                              double first = 1)
+{
+    std::vector<double> values;
+    for (int i = 0; i < tuples * components; ++i)
+    {
+        values.push_back(type == VTK_BIT ? i % 3 == 0 : first + i % 100);
+    }
+    return arrayOf(type, name.c_str(), components, values);
+}
+
 /// All values of an array; none for a null array.
 inline std::vector<double> valuesOf(vtkDataArray* array)
 {
@@ -68,6 +81,19 @@ inline vtkSmartPointer<vtkCellArray> cellsOf(std::initializer_list<std::initiali
     return array;
 }
 
+/// Colours red, green, blue and opacity, from 0 to 1.
+inline vtkSmartPointer<vtkLookupTable> tableOf(std::initializer_list<std::initializer_list<double>> colors)
+{
+    auto table = vtkSmartPointer<vtkLookupTable>::New();
+    table->SetNumberOfTableValues(static_cast<vtkIdType>(colors.size()));
+    vtkIdType i = 0;
+    for (const auto& color : colors)
+    {
+        table->SetTableValue(i++, color.begin());
+    }
+    return table;
+}
+
 /// One point, and nothing else.
 inline vtkSmartPointer<vtkPolyData> onePoint()
 {
@@ -82,6 +108,43 @@ inline vtkSmartPointer<vtkPolyData> triangle()
     auto data = vtkSmartPointer<vtkPolyData>::New();
     data->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0, 1, 0, 0, 0, 1, 0.5}));
     data->SetPolys(cellsOf({{0, 1, 2}}));
+    return data;
+}
+
+/// Five points that need doubles, and one cell of each kind.
+inline vtkSmartPointer<vtkPolyData> allCellKinds()
+{
+    auto data = vtkSmartPointer<vtkPolyData>::New();
+    data->SetPoints(pointsOf(VTK_DOUBLE, {0, 0, 1e300, 1 / 3.0, 1e-9, 0, 2 / 3.0, 4e-9, 0, 1, 9e-9, 0, 4, 16e-9, 0}));
+    data->SetVerts(cellsOf({{4}}));
+    data->SetLines(cellsOf({{0, 1, 2}}));
+    data->SetPolys(cellsOf({{0, 1, 4}}));
+    data->SetStrips(cellsOf({{0, 1, 2, 3}}));
+    return data;
+}
+
+/// Makes points and cells carry an active attribute of every kind and arrays of these types, the fields as well.
+inline vtkSmartPointer<vtkPolyData> withAllArrays(vtkSmartPointer<vtkPolyData> data, const std::vector<int>& types)
+{
+    for (const int owner : {vtkDataObject::POINT, vtkDataObject::CELL})
+    {
+        vtkDataSetAttributes* const set = data->GetAttributes(owner);
+        const vtkIdType tuples = data->GetNumberOfElements(owner);
+        set->SetScalars(counting(VTK_UNSIGNED_CHAR, "colour of 100%", tuples, 3));
+        set->SetVectors(counting(VTK_FLOAT, "v", tuples, 3));
+        set->SetNormals(counting(VTK_SHORT, "n", tuples, 3));
+        set->SetTCoords(counting(VTK_DOUBLE, "t", tuples, 2));
+        set->SetTensors(counting(VTK_FLOAT, "\xc3\xa4", tuples, 9));
+        set->SetGlobalIds(counting(VTK_ID_TYPE, "ids", tuples, 1));
+        for (const int type : types)
+        {
+            set->AddArray(counting(type, "type " + std::to_string(type), tuples, type == VTK_BIT ? 1 : 2));
+        }
+    }
+    for (const int type : types)
+    {
+        data->GetFieldData()->AddArray(counting(type, "type " + std::to_string(type), type + 8, 1));
+    }
     return data;
 }
 

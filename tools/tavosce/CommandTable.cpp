@@ -30,6 +30,7 @@ constexpr Command COMMANDS[] = {
     {"import", "Writes datasets into a scene database, each as one record", &declareImport},
     {"info", "Tells what a scene database holds", &declareInfo},
     {"export", "Writes the datasets and nodes of a scene database, or of one record, into a folder", &declareExport},
+    {"thumb", "Gets or adds the thumbnail of a record", &declareThumb},
 };
 
 constexpr const char* FOOTER =

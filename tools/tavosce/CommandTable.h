@@ -26,5 +26,6 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
 Run declareImport(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareExport(CLI::App& app);
+Run declareThumb(CLI::App& app);
 
 } // namespace tavosce

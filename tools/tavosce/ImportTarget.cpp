@@ -40,6 +40,30 @@ std::string newSession()
 
 } // namespace
 
+void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compress)
+{
+    constexpr const char* HINT = "`tavosce info` shows what can be read";
+    const SceneFile file(path); // refuses foreign and newer files with a reason
+    try
+    {
+        errno = 0;
+        if (writer.open(OS::toWide(path), true, compress) == FileIoStatus::Success)
+        {
+            return;
+        }
+    }
+    catch (const InternalError& error)
+    {
+        throw Failure(TooDamaged, shown(path), "cannot be added to: " + shown(error.message()), HINT);
+    }
+    if (!file.isWhole())
+    {
+        throw Failure(TooDamaged, shown(path), "cannot be added to: what is added behind the damage could not be read",
+                      HINT);
+    }
+    throw Failure(CannotWrite, shown(path), "cannot write: " + systemReason());
+}
+
 ImportTarget::ImportTarget(const ImportTargetOptions& options)
     : _shown(shown(options.path))
     , _session(options.session.empty() ? newSession() : options.session)
@@ -59,27 +83,8 @@ ImportTarget::ImportTarget(const ImportTargetOptions& options)
 
 void ImportTarget::openExisting(const ImportTargetOptions& options)
 {
-    constexpr const char* HINT = "`tavosce info` shows what can be read";
-    const SceneFile file(options.path); // refuses foreign and newer files with a reason
-    try
-    {
-        _takenStamps = storedStamps(options.path, _session);
-        errno = 0;
-        if (_writer.open(_path, true, _compress) == FileIoStatus::Success)
-        {
-            return;
-        }
-    }
-    catch (const InternalError& error)
-    {
-        throw Failure(TooDamaged, _shown, "cannot be added to: " + shown(error.message()), HINT);
-    }
-    if (!file.isWhole())
-    {
-        throw Failure(TooDamaged, _shown, "cannot be added to: what is added behind the damage could not be read",
-                      HINT);
-    }
-    throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+    openForAdding(_writer, options.path, _compress);
+    _takenStamps = storedStamps(options.path, _session);
 }
 
 void ImportTarget::openNew(const ImportTargetOptions& options)

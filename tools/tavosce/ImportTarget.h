@@ -23,6 +23,10 @@ struct ImportTargetOptions
     bool noCompress = false;
 };
 
+/// Opens an existing scene database for adding to it in place. Throws Failure: CannotOpen and WrongFormat as SceneFile;
+/// TooDamaged when what is added could not be found again; CannotWrite.
+void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compress);
+
 /// The scene database that an import writes: a new one, which appears when it is finished, or an existing one that is
 /// added to in place.
 class ImportTarget

@@ -1,35 +1,28 @@
 #include "core/Subject.h"
 
-#include <functional>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 namespace
 {
 
 /// Notes that it was called and then does what the test says.
-class NotingObserver : public Observer
+struct NotingObserver : Observer
 {
-public:
-    NotingObserver(char name, std::string& calls)
-        : _name(name)
-        , _calls(calls)
+    NotingObserver(char observerName, std::string& noted)
+        : name(observerName)
+        , calls(noted)
     {
     }
 
     void update(const Properties& event) override
     {
-        _calls += _name;
-        _calls += event.getString("Event");
+        calls += name + event.getString("Event");
         then();
     }
 
+    const char name;
+    std::string& calls;
     std::function<void()> then = [] {};
-
-private:
-    char _name;
-    std::string& _calls;
 };
 
 class SubjectTest : public testing::Test
@@ -37,43 +30,39 @@ class SubjectTest : public testing::Test
 protected:
     SubjectTest()
     {
-        _event.set("Event", "!");
-        _subject.attach(_a);
-        _subject.attach(_b);
+        subject.attach(a);
+        subject.attach(b);
     }
 
     std::string notify()
     {
-        _calls.clear();
-        _subject.notify(_event);
-        return _calls;
+        calls.clear();
+        subject.notify(Properties(R"({"Event":"!"})"));
+        return calls;
     }
 
-    Subject _subject;
-    Properties _event;
-    std::string _calls;
-    NotingObserver _a{'a', _calls};
-    NotingObserver _b{'b', _calls};
-    NotingObserver _c{'c', _calls};
+    Subject subject;
+    std::string calls;
+    NotingObserver a{'a', calls}, b{'b', calls}, c{'c', calls};
 };
 
 TEST_F(SubjectTest, observersAreCalledOnceInTheOrderOfAttaching)
 {
-    _subject.attach(_a);
-    _subject.attach(_c);
+    subject.attach(a);
+    subject.attach(c);
     EXPECT_EQ(notify(), "a!b!c!");
-    _subject.detach(_a);
-    _subject.detach(_a);
+    subject.detach(a);
+    subject.detach(a);
     EXPECT_EQ(notify(), "b!c!");
 }
 
 TEST_F(SubjectTest, observersMayComeAndGoDuringTheCall)
 {
-    _a.then = [this]
+    a.then = [this]
     {
-        _subject.detach(_a);
-        _subject.detach(_b);
-        _subject.attach(_c);
+        subject.detach(a);
+        subject.detach(b);
+        subject.attach(c);
     };
     EXPECT_EQ(notify(), "a!");
     EXPECT_EQ(notify(), "c!");
@@ -81,10 +70,10 @@ TEST_F(SubjectTest, observersMayComeAndGoDuringTheCall)
 
 TEST_F(SubjectTest, anExceptionPassesThroughAndLeavesTheSubjectUsable)
 {
-    _a.then = [] { throw std::runtime_error("cancelled"); };
+    a.then = [] { throw std::runtime_error("cancelled"); };
     EXPECT_THROW(notify(), std::runtime_error);
-    EXPECT_EQ(_calls, "a!");
-    _a.then = [] {};
+    EXPECT_EQ(calls, "a!");
+    a.then = [] {};
     EXPECT_EQ(notify(), "a!b!");
 }
 

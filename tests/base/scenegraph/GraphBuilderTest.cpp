@@ -6,24 +6,12 @@
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/SceneNode.h"
 
-#include <vtkFloatArray.h>
-#include <vtkNew.h>
-
 using namespace tsg;
-using Keys = std::map<std::string, std::size_t>;
 
 namespace
 {
 
 using GraphBuilderTest = GraphFixture;
-
-vtkSmartPointer<vtkDataArray> named(const char* name)
-{
-    auto res = vtkSmartPointer<vtkFloatArray>::New();
-    res->SetName(name);
-    res->InsertNextValue(1);
-    return res;
-}
 
 template <class T>
 T& get(const SceneGraph& graph, const std::string& key)
@@ -52,12 +40,12 @@ TEST_F(GraphBuilderTest, everyClassKeepsWhatItsGettersGive)
     EXPECT_EQ(get<DataArrayAttributes>(loaded, "DataArrayAttributes_1").getDataArrayName(), "p");
     EXPECT_EQ(get<RibbonAttributes>(loaded, "RibbonAttributes_1").getRibbonOrientation(), 1);
     EXPECT_TRUE(get<SurfaceAttributes>(loaded, "SurfaceAttributes_1").getSmoothShaded());
-    std::vector<std::string> order;
+    std::string order;
     for (const auto& child : loaded.root()->getChildren())
     {
-        order.push_back(child->getObjectKey());
+        order += child->getObjectKey() + " ";
     }
-    EXPECT_EQ(order, (std::vector<std::string>{"TubeAttributes_1", "StreamlineDrawable_1", "LineMarkerAttributes_1"}));
+    EXPECT_EQ(order, "TubeAttributes_1 StreamlineDrawable_1 LineMarkerAttributes_1 ");
     EXPECT_EQ(reachable(*loaded.root()).size(), 8U);
     EXPECT_EQ(classVersions(loaded), classVersions(graph));
     for (const auto& entry : graph.nodes())
@@ -70,9 +58,10 @@ TEST_F(GraphBuilderTest, opaqueNodesKeepEverythingAndFindTheirReferences)
 {
     const std::string properties =
         R"({"Self":"Gadget_a_1","S":"Gizmo_1","R":{"x":{"Gizmo_2":7,"y":{"z":"Gizmo_3"}}},"Gizmo_4":"none","n":3})";
-    const auto point = named("p"), node = named("q");
+    const auto point = floats("p", {1}), node = floats("q", {1});
+    const std::map<std::string, int> versions{{"Gadget_a", 4}, {"SceneNode", 1}, {"GadgetBase", 9}};
     vtkNew<vtkPolyData> polys;
-    Delivery delivery(registry, {{"Gadget_a", 4}, {"SceneNode", 1}, {"GadgetBase", 9}});
+    Delivery delivery(registry, versions);
     delivery.node("SceneNode_1", R"({"Children":{"Gadget_a_1":5,"Lost_1":2}})").node("Gadget_a_1", properties);
     delivery.node("Gizmo_1").node("Gizmo_2").node("Gizmo_3").node("Gizmo_4").node("plain");
     EXPECT_TRUE(delivery.writePolys("Gadget_a_1", polys, TimeStamp(5)));
@@ -81,15 +70,12 @@ TEST_F(GraphBuilderTest, opaqueNodesKeepEverythingAndFindTheirReferences)
     EXPECT_TRUE(delivery.writeBinaryNodeData("Gadget_a_1", node, NodeStream::DataTag4, TimeStamp(6)));
     EXPECT_TRUE(delivery.writePropNodeData("Gadget_a_1", Properties(R"({"k":1})"), NodeStream::DataTag2));
 
-    SceneGraph graph = delivery.finish();
-    std::string problem;
-    ASSERT_TRUE(graph.chooseRoot("SceneNode_1", problem));
-    graph = reload(graph);
+    const SceneGraph graph = reload(delivery.finish("SceneNode_1"));
     const Offered gadget(get<OpaqueNode>(graph, "Gadget_a_1"));
     EXPECT_EQ(gadget.properties.toString(), properties);
-    EXPECT_EQ(gadget.kinds(), (std::vector<std::string>{"polys", "point:p", "cell:p", "4:q", R"(2{"k":1})"}));
-    EXPECT_EQ(gadget.items[0].object, polys);
-    EXPECT_EQ(vtkDataArray::SafeDownCast(gadget.items[3].object)->GetTuple1(0), 1);
+    EXPECT_THAT(gadget.kinds(), ElementsAre("polys", "point:p", "cell:p", "4:q", R"(2{"k":1})"));
+    EXPECT_EQ(std::get<vtkObject*>(gadget.items[0]), polys);
+    EXPECT_THAT(valuesOf(vtkDataArray::SafeDownCast(std::get<vtkObject*>(gadget.items[3]))), ElementsAre(1));
     EXPECT_EQ(reachable(*graph.root()), (Keys{{"SceneNode_1", 2}, // the child, and the node that nothing refers to
                                               {"Gadget_a_1", 4},
                                               {"Gizmo_1", 0},
@@ -97,12 +83,9 @@ TEST_F(GraphBuilderTest, opaqueNodesKeepEverythingAndFindTheirReferences)
                                               {"Gizmo_3", 0},
                                               {"Gizmo_4", 0},
                                               {"plain", 0}}));
-    EXPECT_EQ(classVersions(graph), (std::map<std::string, int>{{"Gadget_a", 4}, {"SceneNode", 1}, {"GadgetBase", 9}}));
-
-    auto& scene = *graph.root();
-    EXPECT_EQ(Offered(scene).properties.toString(), R"({"Children":{"Gadget_a_1":5,"Lost_1":2}})");
-    scene.addChild(*graph.find("plain"));
-    EXPECT_EQ(Offered(scene).properties.toString(), R"({"Children":{"Gadget_a_1":5,"Lost_1":2,"plain":6}})");
+    EXPECT_EQ(classVersions(graph), versions);
+    graph.root()->addChild(*graph.find("plain"));
+    EXPECT_EQ(Offered(*graph.root()).properties.toString(), R"({"Children":{"Gadget_a_1":5,"Lost_1":2,"plain":6}})");
 }
 
 TEST_F(GraphBuilderTest, sharedAndCircularReferencesLeaveNoNodeUnreachable)
@@ -112,9 +95,7 @@ TEST_F(GraphBuilderTest, sharedAndCircularReferencesLeaveNoNodeUnreachable)
     delivery.node("X_1", R"({"to":"X_3"})").node("X_2", R"({"to":"X_3"})").node("X_3", R"({"up":"SceneNode_1"})");
     delivery.node("A_1", R"({"to":"B_1"})").node("B_1", R"({"to":"A_1"})"); // reachable from nowhere else
     delivery.node("C_1").node("D_1", R"({"to":"C_1"})");                    // C hangs under D already
-    SceneGraph graph = delivery.finish();
-    std::string problem;
-    ASSERT_TRUE(graph.chooseRoot("", problem)) << problem;
+    const SceneGraph graph = delivery.finish();
     EXPECT_EQ(graph.root()->getChildren()[0]->getObjectKey(), "X_2");
     EXPECT_EQ(
         reachable(*graph.root()),
@@ -123,39 +104,27 @@ TEST_F(GraphBuilderTest, sharedAndCircularReferencesLeaveNoNodeUnreachable)
 
 TEST_F(GraphBuilderTest, rootIsTheNamedNodeOrTheOneSceneOnTop)
 {
-    struct Case
-    {
-        std::vector<std::pair<std::string, std::string>> nodes;
-        std::string rootKey;
-        std::string result; ///< the root, or the problem
-    };
-
-    const Case cases[] = {
-        {{{"SceneNode_1", "{}"}, {"ChartCanvasCollection_1", "{}"}},
-         "ChartCanvasCollection_1",
-         "ChartCanvasCollection_1"},
+    const std::string one = R"({"Children":{"SceneNode_1":0}})", two = R"({"Children":{"SceneNode_2":0}})";
+    // nodes with their properties, the key asked for, and the root or the problem
+    const std::tuple<std::map<std::string, std::string>, std::string, std::string> cases[] = {
+        {{{"SceneNode_1", "{}"}, {"Chart_1", "{}"}}, "Chart_1", "Chart_1"},
         {{{"SceneNode_1", "{}"}}, "SceneNode_2", "the root node SceneNode_2 is missing"},
-        {{{"SceneNode_1", "{}"}, {"SceneNode_2", R"({"Children":{"SceneNode_1":0}})"}}, "", "SceneNode_2"},
-        {{{"SceneNode_1", R"({"Children":{"SceneNode_1":0}})"}}, "", "SceneNode_1"},
+        {{{"SceneNode_1", "{}"}, {"SceneNode_2", one}}, "", "SceneNode_2"},
+        {{{"SceneNode_1", one}}, "", "SceneNode_1"},
         {{{"Thing_1", "{}"}}, "", "there is no scene node"},
         {{{"SceneNode_1", "{}"}, {"SceneNode_2", "{}"}},
          "",
          "there are several scene nodes that could be the root: SceneNode_1, SceneNode_2"},
-        {{{"SceneNode_1", R"({"Children":{"SceneNode_2":0}})"}, {"SceneNode_2", R"({"Children":{"SceneNode_1":0}})"}},
-         "",
-         "every scene node belongs to another node"}};
-    for (const Case& test : cases)
+        {{{"SceneNode_1", two}, {"SceneNode_2", one}}, "", "every scene node belongs to another node"}};
+    for (const auto& [nodes, rootKey, result] : cases)
     {
         Delivery delivery(registry);
-        for (const auto& [key, properties] : test.nodes)
+        for (const auto& [key, properties] : nodes)
         {
             delivery.node(key, properties);
         }
-        SceneGraph graph = delivery.finish();
-        std::string problem;
-        const bool found = graph.chooseRoot(test.rootKey, problem);
-        EXPECT_EQ(found ? graph.root()->getObjectKey() : problem, test.result);
-        EXPECT_EQ(graph.root() != nullptr, found);
+        const SceneGraph graph = delivery.finish(rootKey);
+        EXPECT_EQ(graph.root() != nullptr ? graph.root()->getObjectKey() : delivery.problem, result);
     }
 }
 
@@ -167,8 +136,7 @@ TEST_F(GraphBuilderTest, knownClassesAreUpgradedAndOthersKeepTheirVersion)
     int finished = 0;
     registry.setPostUpgradeStep([&](const ClassVersions& versions) { finished += versions.getClassVersion("Thing"); });
     Delivery delivery(registry, {{"Thing", 2}});
-    delivery.node("SceneNode_1").node("Thing_1").node("Stray_1");
-    const SceneGraph graph = delivery.finish();
+    const SceneGraph graph = delivery.node("SceneNode_1").node("Thing_1").node("Stray_1").finish();
     EXPECT_EQ(finished, 2);
     EXPECT_EQ(graph.find("SceneNode_1")->getProperties().toString(), R"({"known":1})");
     EXPECT_EQ(graph.find("Thing_1")->getProperties().toString(), "{}");
@@ -178,10 +146,10 @@ TEST_F(GraphBuilderTest, knownClassesAreUpgradedAndOthersKeepTheirVersion)
 TEST_F(GraphBuilderTest, whatFindsNoPlaceIsLeftOver)
 {
     Delivery delivery(registry);
-    EXPECT_TRUE(delivery.writePointData("Thing_1", nullptr, named("early")));
+    EXPECT_TRUE(delivery.writePointData("Thing_1", nullptr, floats("early", {})));
     delivery.node("Thing_1", R"({"first":1})");
     EXPECT_FALSE(delivery.write("Thing_1", Properties(R"({"second":2})")));
-    delivery.writeCellData("Nobody_1", nullptr, named("orphan"));
+    delivery.writeCellData("Nobody_1", nullptr, floats("orphan", {}));
     EXPECT_FALSE(delivery.writePolys("Thing_1", nullptr, TimeStamp()));
     EXPECT_FALSE(delivery.writePointData("Thing_1", nullptr, nullptr));
     EXPECT_FALSE(delivery.writeCellData("Thing_1", nullptr, nullptr));
@@ -190,20 +158,23 @@ TEST_F(GraphBuilderTest, whatFindsNoPlaceIsLeftOver)
     const SceneGraph graph = delivery.take();
     const Offered thing(*graph.find("Thing_1"));
     EXPECT_EQ(thing.properties.toString(), R"({"first":1})");
-    EXPECT_EQ(thing.kinds(), std::vector<std::string>{"point:early"});
+    EXPECT_THAT(thing.kinds(), ElementsAre("point:early"));
     const auto& left = delivery.getLeftovers();
     ASSERT_EQ(left.nodes.size(), 1U);
     EXPECT_EQ(left.nodes[0].properties.toString(), R"({"second":2})");
     ASSERT_EQ(left.data.size(), 1U);
     EXPECT_EQ(left.data[0].objectKey + left.data[0].data.array->GetName(), "Nobody_1orphan");
-
     EXPECT_TRUE(delivery.take().nodes().empty());
     EXPECT_TRUE(delivery.getLeftovers().data.empty());
-    SceneGraph own;
-    own.create<SceneNode>();
-    EXPECT_THROW(own.add(std::make_unique<OpaqueNode>("SceneNode_1")), InternalError);
-    EXPECT_THROW(own.add(nullptr), InternalError);
-    EXPECT_EQ(own.create<SceneNode>().getObjectKey(), "SceneNode_2");
+}
+
+TEST_F(GraphBuilderTest, graphsOwnOneNodeOfAKey)
+{
+    SceneGraph graph;
+    graph.create<SceneNode>();
+    EXPECT_THROW(graph.add(std::make_unique<OpaqueNode>("SceneNode_1")), InternalError);
+    EXPECT_THROW(graph.add(nullptr), InternalError);
+    EXPECT_EQ(graph.create<SceneNode>().getObjectKey(), "SceneNode_2");
 }
 
 TEST_F(GraphBuilderTest, chainsOfAnyLengthAreBuiltAndDropped)
@@ -215,13 +186,10 @@ TEST_F(GraphBuilderTest, chainsOfAnyLengthAreBuiltAndDropped)
     {
         delivery.node("X_" + std::to_string(i), R"({"next":"X_)" + std::to_string(i + 1) + "\"}");
     }
-    SceneGraph graph = delivery.finish();
-    std::string problem;
-    ASSERT_TRUE(graph.chooseRoot("", problem));
-    EXPECT_EQ(reachable(*graph.root()).size(), LENGTH + 1U);
-    std::unordered_set<Ptr<Node>> references;
-    graph.root()->collectReferences(references);
-    EXPECT_EQ(references.size(), 1U);
+    const SceneGraph graph = delivery.finish();
+    const Keys found = reachable(*graph.root());
+    EXPECT_EQ(found.size(), LENGTH + 1U);
+    EXPECT_EQ(found.at("SceneNode_1"), 1U);
 }
 
 } // namespace

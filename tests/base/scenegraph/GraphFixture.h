@@ -6,35 +6,19 @@
 #include "scenegraph/NodeRegistry.h"
 #include "scenegraph/SceneGraph.h"
 #include "scenegraph/StandardNodes.h"
-
-#include <vtkDataArray.h>
-#include <vtkObject.h>
-#include <vtkPolyData.h>
-#include <vtkSmartPointer.h>
-
-#include <gtest/gtest.h>
+#include "support/Datasets.h"
+#include "support/Testing.h"
 
 #include <map>
-#include <string>
-#include <tuple>
 #include <unordered_set>
-#include <utility>
-#include <vector>
+
+using namespace test;
 
 /// What a node offered: its properties and, in order, "kind:name" with the object and its stamp.
 class Offered : public tsg::NodeStream
 {
 public:
-    struct Item
-    {
-        std::string what;
-        vtkObject* object;
-        vtkMTimeType stamp;
-
-        bool operator==(const Item& other) const { return tie() == other.tie(); }
-
-        std::tuple<std::string, vtkObject*, vtkMTimeType> tie() const { return {what, object, stamp}; }
-    };
+    using Item = std::tuple<std::string, vtkObject*, vtkMTimeType>;
 
     explicit Offered(const tsg::Node& node) { node.serialize(*this); }
 
@@ -43,7 +27,7 @@ public:
         std::vector<std::string> res;
         for (const Item& item : items)
         {
-            res.push_back(item.what);
+            res.push_back(std::get<0>(item));
         }
         return res;
     }
@@ -67,7 +51,7 @@ public:
 
     bool writePropNodeData(const std::string&, Properties&& record, DataTag tag) override
     {
-        items.push_back({std::to_string(tag) + record.toString(), nullptr, 0});
+        items.emplace_back(std::to_string(tag) + record.toString(), nullptr, 0);
         return true;
     }
 
@@ -78,12 +62,13 @@ private:
     bool add(const std::string& kind, vtkObject* object)
     {
         auto* array = vtkDataArray::SafeDownCast(object);
-        items.push_back({array ? kind + ":" + array->GetName() : kind, object, object->GetMTime()});
+        items.emplace_back(array ? kind + ":" + array->GetName() : kind, object, object->GetMTime());
         return true;
     }
 };
 
-/// Delivers nodes to a builder as a reader does: upgraded, and marked with the release that wrote the file.
+/// Delivers nodes to a builder as a reader does: upgraded, marked with the release that wrote the file, and with arrays
+/// that are new objects without lookup tables.
 class Delivery : public tsg::GraphBuilder
 {
 public:
@@ -125,21 +110,26 @@ public:
         return *this;
     }
 
-    tsg::SceneGraph finish()
+    /// The graph with its root chosen; `problem` says why if there is none.
+    tsg::SceneGraph finish(const std::string& rootKey = {})
     {
         getNodeRegistry().postUpgradeNodeProperties(versions);
-        return take();
+        tsg::SceneGraph graph = take();
+        const bool found = graph.chooseRoot(rootKey, problem);
+        EXPECT_EQ(graph.root() != nullptr, found);
+        return graph;
     }
 
+    std::string problem;
+
     ClassVersions versions;
-    bool copies = false; ///< whether arrays arrive as new objects without lookup tables, as they do from a file
 
 private:
-    vtkSmartPointer<vtkDataArray> delivered(vtkDataArray* array) const
+    static vtkSmartPointer<vtkDataArray> delivered(vtkDataArray* array)
     {
-        if (!copies || array == nullptr)
+        if (array == nullptr)
         {
-            return array;
+            return nullptr;
         }
         auto res = vtkSmartPointer<vtkDataArray>::Take(array->NewInstance());
         res->DeepCopy(array);
@@ -153,19 +143,15 @@ class GraphFixture : public testing::Test
 protected:
     GraphFixture() { tsg::registerStandardNodes(registry); }
 
-    /// The graph saved and loaded again, its root chosen.
-    tsg::SceneGraph reload(const tsg::SceneGraph& graph, const std::string& rootKey = {})
+    /// The graph saved and loaded again.
+    tsg::SceneGraph reload(const tsg::SceneGraph& graph)
     {
         Delivery delivery(registry, classVersions(graph));
-        delivery.copies = true;
         for (const auto& entry : graph.nodes())
         {
             entry.second->serialize(delivery);
         }
-        tsg::SceneGraph res = delivery.finish();
-        std::string problem;
-        EXPECT_TRUE(res.chooseRoot(rootKey, problem)) << problem;
-        return res;
+        return delivery.finish();
     }
 
     static std::map<std::string, int> classVersions(const tsg::SceneGraph& graph)
@@ -178,12 +164,13 @@ protected:
         return res.getVersions();
     }
 
+    using Keys = std::map<std::string, std::size_t>;
+
     /// The keys of all nodes that a writer would find, each with the number of its references.
-    static std::map<std::string, std::size_t> reachable(const tsg::Node& root)
+    static Keys reachable(const tsg::Node& root)
     {
-        std::map<std::string, std::size_t> res;
-        std::vector<const tsg::Node*> open{&root};
-        while (!open.empty())
+        Keys res;
+        for (std::vector<const tsg::Node*> open{&root}; !open.empty();)
         {
             const tsg::Node& node = *open.back();
             open.pop_back();
@@ -191,10 +178,8 @@ protected:
             node.collectReferences(references);
             if (res.emplace(node.getObjectKey(), references.size()).second)
             {
-                for (const auto& reference : references)
-                {
-                    open.push_back(&*reference);
-                }
+                std::transform(references.begin(), references.end(), std::back_inserter(open),
+                               [](const auto& reference) { return &*reference; });
             }
         }
         return res;

@@ -3,18 +3,9 @@
 #include "core/Error.h"
 #include "scenegraph/PolyDataNode.h"
 #include "scenegraph/SceneNode.h"
-#include "scenegraphcommon/Logger.h"
+#include "support/LogCapture.h"
 
 #include <vtkBitArray.h>
-#include <vtkCellArray.h>
-#include <vtkCellData.h>
-#include <vtkDoubleArray.h>
-#include <vtkFloatArray.h>
-#include <vtkIntArray.h>
-#include <vtkLookupTable.h>
-#include <vtkNew.h>
-#include <vtkPointData.h>
-#include <vtkPoints.h>
 #include <vtkStringArray.h>
 
 using namespace tsg;
@@ -23,20 +14,8 @@ namespace
 {
 
 constexpr double THIRD = 1.0 / 3;
-
-template <class Array>
-vtkSmartPointer<Array> filled(const char* name, const std::vector<double>& values, int components = 1)
-{
-    auto res = vtkSmartPointer<Array>::New();
-    res->SetName(name);
-    res->SetNumberOfComponents(components);
-    res->SetNumberOfTuples(static_cast<vtkIdType>(values.size()) / components);
-    for (std::size_t i = 0; i < values.size(); ++i)
-    {
-        res->SetValue(static_cast<vtkIdType>(i), values[i]);
-    }
-    return res;
-}
+constexpr auto POINTS = PolyDataNode::Points;
+constexpr auto SCALARS = vtkDataSetAttributes::SCALARS, NORMALS = vtkDataSetAttributes::NORMALS;
 
 vtkSmartPointer<vtkLookupTable> table(int colours, double first, double last)
 {
@@ -46,18 +25,10 @@ vtkSmartPointer<vtkLookupTable> table(int colours, double first, double last)
     return res;
 }
 
-vtkSmartPointer<vtkPolyData> triangle()
+vtkSmartPointer<vtkStringArray> strings()
 {
-    auto res = vtkSmartPointer<vtkPolyData>::New();
-    vtkNew<vtkPoints> points;
-    vtkNew<vtkCellArray> cells;
-    cells->InsertNextCell({0, 1, 2});
-    for (int i = 0; i < 3; ++i)
-    {
-        points->InsertNextPoint(i, i * i, 0);
-    }
-    res->SetPoints(points);
-    res->SetPolys(cells);
+    auto res = vtkSmartPointer<vtkStringArray>::New();
+    res->SetName("s");
     return res;
 }
 
@@ -65,19 +36,16 @@ vtkSmartPointer<vtkPolyData> triangle()
 vtkSmartPointer<vtkPolyData> richTriangle()
 {
     auto res = triangle();
-    const auto shared = table(5, 0.1, 0.1 + 0.2);
-    auto pointValues = filled<vtkDoubleArray>("T", {1, 2, 3});
-    auto cellValues = filled<vtkFloatArray>("T", {4});
-    pointValues->SetLookupTable(shared);
-    cellValues->SetLookupTable(table(2, -THIRD, 1e300));
-    auto mask = filled<vtkBitArray>("mask", {1, 0, 1});
-    mask->SetLookupTable(shared);
-    res->GetPointData()->SetScalars(pointValues);
-    res->GetPointData()->SetNormals(filled<vtkFloatArray>("N", {0, 0, 1, 0, 0, 1, 0, 0, 1}, 3));
-    res->GetPointData()->SetTangents(filled<vtkFloatArray>("along", {1, 0, 0, 1, 0, 0, 1, 0, 0}, 3));
-    res->GetPointData()->AddArray(mask);
-    res->GetCellData()->SetScalars(cellValues);
-    res->GetFieldData()->AddArray(filled<vtkIntArray>("T", {7, 8, 9, 10}));
+    vtkPointData* const points = res->GetPointData();
+    points->SetScalars(arrayOf(VTK_DOUBLE, "T", 1, {1, 2, 3}));
+    points->SetNormals(arrayOf(VTK_FLOAT, "N", 3, {0, 0, 1, 0, 0, 1, 0, 0, 1}));
+    points->SetTangents(arrayOf(VTK_FLOAT, "along", 3, {1, 0, 0, 1, 0, 0, 1, 0, 0}));
+    points->AddArray(arrayOf(VTK_BIT, "mask", 1, {1, 0, 1}));
+    points->GetScalars()->SetLookupTable(table(5, 0.1, 0.1 + 0.2));
+    points->GetArray("mask")->SetLookupTable(points->GetScalars()->GetLookupTable());
+    res->GetCellData()->SetScalars(floats("T", {4}));
+    res->GetCellData()->GetScalars()->SetLookupTable(table(2, -THIRD, 1e300));
+    res->GetFieldData()->AddArray(arrayOf(VTK_INT, "T", 1, {7, 8, 9, 10}));
     return res;
 }
 
@@ -88,6 +56,7 @@ protected:
     {
         graph.create<SceneNode>().addChild(graph.create<PolyDataNode>());
         node = &of(graph);
+        node->setPolyData(richTriangle());
     }
 
     static PolyDataNode& of(const SceneGraph& owner)
@@ -101,7 +70,6 @@ protected:
 
 TEST_F(PolyDataNodeTest, polydataSurvivesBeingTakenApartAndStored)
 {
-    node->setPolyData(richTriangle());
     const SceneGraph loaded = reload(graph);
     EXPECT_EQ(Offered(of(loaded)).kinds(), Offered(*node).kinds());
     EXPECT_EQ(Offered(of(loaded)).properties, Offered(*node).properties);
@@ -109,93 +77,83 @@ TEST_F(PolyDataNodeTest, polydataSurvivesBeingTakenApartAndStored)
     {
         EXPECT_EQ(polys->GetNumberOfPoints(), 3);
         EXPECT_EQ(polys->GetNumberOfCells(), 1);
-        auto* points = polys->GetPointData();
-        EXPECT_STREQ(points->GetScalars()->GetName(), "T");
+        vtkPointData* const points = polys->GetPointData();
+        vtkDataArray *const scalars = points->GetScalars(), *const cellScalars = polys->GetCellData()->GetScalars();
+        EXPECT_STREQ(scalars->GetName(), "T");
         EXPECT_STREQ(points->GetNormals()->GetName(), "N");
         EXPECT_STREQ(points->GetTangents()->GetName(), "along");
-        EXPECT_EQ(points->GetScalars()->GetTuple1(2), 3);
-        EXPECT_EQ(polys->GetCellData()->GetScalars()->GetTuple1(0), 4);
-        EXPECT_EQ(polys->GetFieldData()->GetArray("T")->GetNumberOfTuples(), 4);
-        auto* mask = vtkBitArray::SafeDownCast(points->GetArray("mask"));
-        ASSERT_TRUE(mask);
-        EXPECT_EQ(mask->GetTuple1(0) + 10 * mask->GetTuple1(1) + 100 * mask->GetTuple1(2), 101);
+        EXPECT_THAT(valuesOf(scalars), ElementsAre(1, 2, 3));
+        EXPECT_THAT(valuesOf(cellScalars), ElementsAre(4));
+        EXPECT_THAT(valuesOf(polys->GetFieldData()->GetArray("T")), ElementsAre(7, 8, 9, 10));
+        vtkDataArray* const mask = points->GetArray("mask");
+        EXPECT_TRUE(vtkBitArray::SafeDownCast(mask));
+        EXPECT_THAT(valuesOf(mask), ElementsAre(1, 0, 1));
 
-        vtkLookupTable* first = points->GetScalars()->GetLookupTable();
+        vtkLookupTable *const first = scalars->GetLookupTable(), *const second = cellScalars->GetLookupTable();
         EXPECT_EQ(first, mask->GetLookupTable());
         EXPECT_EQ(first->GetNumberOfTableValues(), 5);
         EXPECT_EQ(first->GetTableRange()[1], 0.1 + 0.2);
         first->Build();
         EXPECT_EQ(first->GetTableValue(4)[2], 1.0) << "the last colour of the default table is blue";
-        vtkLookupTable* second = polys->GetCellData()->GetScalars()->GetLookupTable();
         EXPECT_EQ(second->GetNumberOfTableValues(), 2);
         EXPECT_EQ(second->GetTableRange()[0], -THIRD);
         EXPECT_EQ(second->GetTableRange()[1], 1e300);
     }
-    EXPECT_EQ(Offered(*node).kinds(), (std::vector<std::string>{"polys", "point:T", "point:N", "point:along",
-                                                                "point:mask", "cell:T", "7:T", "1:T", "1:T_2"}));
+    EXPECT_THAT(Offered(*node).kinds(), ElementsAre("polys", "point:T", "point:N", "point:along", "point:mask",
+                                                    "cell:T", "7:T", "1:T", "1:T_2"));
 }
 
 TEST_F(PolyDataNodeTest, unchangedDataIsTheSameObjectWithTheSameStamp)
 {
-    node->setPolyData(richTriangle());
-    const auto before = Offered(*node).items;
-    EXPECT_EQ(Offered(*node).items, before);
+    auto last = Offered(*node).items;
+    EXPECT_EQ(Offered(*node).items, last);
     GraphBuilder sharing(registry);
     node->serialize(sharing);
     const SceneGraph shared = sharing.take();
-    EXPECT_EQ(Offered(of(shared)).items, before) << "loaded bytes and colours are not converted again";
-    EXPECT_EQ(Offered(*node).items, before) << "and their owner does not notice";
+    EXPECT_EQ(Offered(of(shared)).items, last) << "loaded bytes and colours are not converted again";
+    EXPECT_EQ(Offered(*node).items, last) << "and their owner does not notice";
 
-    const auto changes = [&](const std::vector<Offered::Item>& old)
+    const auto changes = [&] // since the last call
     {
-        std::vector<std::string> res;
+        std::string res;
         const auto now = Offered(*node).items;
         for (std::size_t i = 0; i < now.size(); ++i)
         {
-            if (!(now[i] == old.at(i)))
-            {
-                res.push_back(now[i].what);
-            }
+            res += now[i] == last.at(i) ? "" : std::get<0>(now[i]) + " ";
         }
+        last = now;
         return res;
     };
-    node->findArray(PolyDataNode::Points, "T")->GetLookupTable()->SetTableValue(0, 0, 0, 0, 0);
-    EXPECT_EQ(changes(before), std::vector<std::string>{"1:T"});
-    auto last = Offered(*node).items;
-    auto* mask = vtkBitArray::SafeDownCast(node->findArray(PolyDataNode::Points, "mask"));
+    node->findArray(POINTS, "T")->GetLookupTable()->SetTableValue(0, 0, 0, 0, 0);
+    EXPECT_EQ(changes(), "1:T ");
+    vtkDataArray* const mask = node->findArray(POINTS, "mask");
     mask->Modified();
-    EXPECT_EQ(changes(last), std::vector<std::string>{});
-    mask->SetValue(1, 1);
+    EXPECT_EQ(changes(), "");
+    mask->SetTuple1(1, 1);
     mask->Modified();
-    EXPECT_EQ(changes(last), std::vector<std::string>{"point:mask"});
-    last = Offered(*node).items;
+    EXPECT_EQ(changes(), "point:mask ");
     auto next = node->assemble();
-    next->GetPointData()->AddArray(filled<vtkFloatArray>("N", {1, 0, 0, 1, 0, 0, 1, 0, 0}, 3));
+    next->GetPointData()->AddArray(arrayOf(VTK_FLOAT, "N", 3, {1, 0, 0, 1, 0, 0, 1, 0, 0}));
     node->setPolyData(next, PolyDataNode::Geometry::Keep);
-    EXPECT_EQ(changes(last), std::vector<std::string>{"point:N"});
-    last = Offered(*node).items;
+    EXPECT_EQ(changes(), "point:N ");
     node->setPolyData(next);
-    EXPECT_EQ(changes(last), std::vector<std::string>{"polys"});
+    EXPECT_EQ(changes(), "polys ");
     EXPECT_EQ(node->getGeometry()->GetPoints(), next->GetPoints());
     EXPECT_EQ(node->getGeometry()->GetPointData()->GetNumberOfArrays(), 0);
 }
 
 TEST_F(PolyDataNodeTest, arraysThatCannotBeHeldAreRefusedAndNothingChanges)
 {
-    node->setPolyData(richTriangle());
     const Offered before(*node);
+    const auto unnamed = floats(nullptr, {}), renamed = floats("other", {1});
     EXPECT_THROW(node->setPolyData(nullptr), InternalError);
-    EXPECT_THROW(node->setArray(PolyDataNode::Points, nullptr), InternalError);
-    vtkNew<vtkFloatArray> unnamed;
-    EXPECT_THROW(node->setArray(PolyDataNode::Points, unnamed), InternalError);
-    vtkNew<vtkStringArray> strings;
-    strings->SetName("s");
-    const auto renamed = filled<vtkFloatArray>("other", {1});
-    for (vtkAbstractArray* bad : {static_cast<vtkAbstractArray*>(unnamed), static_cast<vtkAbstractArray*>(strings),
-                                  static_cast<vtkAbstractArray*>(renamed)})
+    EXPECT_THROW(node->setArray(POINTS, nullptr), InternalError);
+    EXPECT_THROW(node->setArray(POINTS, unnamed), InternalError);
+    for (const vtkSmartPointer<vtkAbstractArray>& bad :
+         {vtkSmartPointer<vtkAbstractArray>(unnamed), {strings()}, {renamed}})
     {
         const auto polys = triangle();
-        polys->GetCellData()->AddArray(filled<vtkFloatArray>("ok", {1}));
+        polys->GetCellData()->AddArray(floats("ok", {1}));
         renamed->SetName("other");
         polys->GetCellData()->AddArray(bad);
         renamed->SetName("ok");
@@ -203,15 +161,18 @@ TEST_F(PolyDataNodeTest, arraysThatCannotBeHeldAreRefusedAndNothingChanges)
     }
     EXPECT_EQ(Offered(*node).items, before.items);
     EXPECT_EQ(Offered(*node).properties, before.properties);
+}
 
-    EXPECT_TRUE(node->removeArray(PolyDataNode::Points, "N"));
-    EXPECT_FALSE(node->removeArray(PolyDataNode::Points, "N"));
-    EXPECT_EQ(node->findArray(PolyDataNode::Points, "mask"), node->getArrays(PolyDataNode::Points).at(2));
+TEST_F(PolyDataNodeTest, arraysMayGoAndActiveOnesChange)
+{
+    EXPECT_TRUE(node->removeArray(POINTS, "N"));
+    EXPECT_FALSE(node->removeArray(POINTS, "N"));
+    EXPECT_EQ(node->findArray(POINTS, "mask"), node->getArrays(POINTS).at(2));
     EXPECT_EQ(node->assemble()->GetPointData()->GetNormals(), nullptr);
-    node->setActive(PolyDataNode::Points, vtkDataSetAttributes::NORMALS, "");
-    EXPECT_EQ(node->getActive(PolyDataNode::Points, vtkDataSetAttributes::NORMALS), "");
-    node->setActive(PolyDataNode::Points, vtkDataSetAttributes::NUM_ATTRIBUTES, "T");
-    node->setActive(PolyDataNode::Fields, vtkDataSetAttributes::SCALARS, "T");
+    node->setActive(POINTS, NORMALS, "");
+    EXPECT_EQ(node->getActive(POINTS, NORMALS), "");
+    node->setActive(POINTS, vtkDataSetAttributes::NUM_ATTRIBUTES, "T");
+    node->setActive(PolyDataNode::Fields, SCALARS, "T");
     EXPECT_EQ(Offered(*node).properties.getProperties("ActivePointData").toString(),
               R"({"Scalars":"T","Tangents":"along"})");
 }
@@ -225,44 +186,38 @@ TEST_F(PolyDataNodeTest, dataThatDoesNotFitIsKeptForTheNextSaveAndOutOfThePolyda
     delivery.node("PolyDataNode_1", properties);
     delivery.writePolys("PolyDataNode_1", triangle(), TimeStamp());
     delivery.writePolys("PolyDataNode_1", triangle(), TimeStamp());
-    delivery.writePointData("PolyDataNode_1", nullptr, filled<vtkFloatArray>("T", {1, 2}));
-    delivery.writePointData("PolyDataNode_1", nullptr, filled<vtkFloatArray>("T", {1, 2, 3}));
-    delivery.writeCellData("PolyDataNode_1", nullptr, filled<vtkFloatArray>("c", {1, 2}));
+    delivery.writePointData("PolyDataNode_1", nullptr, floats("T", {1, 2}));
+    delivery.writePointData("PolyDataNode_1", nullptr, floats("T", {1, 2, 3}));
+    delivery.writeCellData("PolyDataNode_1", nullptr, floats("c", {1, 2}));
     for (const auto tag : {NodeStream::DataTag1, NodeStream::DataTag2})
     {
-        delivery.writeBinaryNodeData("PolyDataNode_1", filled<vtkUnsignedCharArray>("falling", {1, 2, 3, 4}, 4), tag,
+        delivery.writeBinaryNodeData("PolyDataNode_1", arrayOf(VTK_UNSIGNED_CHAR, "falling", 4, {1, 2, 3, 4}), tag,
                                      TimeStamp());
     }
     const SceneGraph loaded = delivery.take();
     const Offered again(of(loaded));
     EXPECT_EQ(again.properties, Properties(properties));
-    EXPECT_EQ(again.kinds(),
-              (std::vector<std::string>{"polys", "point:T", "cell:c", "polys", "point:T", "1:falling", "2:falling"}));
+    EXPECT_THAT(again.kinds(), ElementsAre("polys", "point:T", "cell:c", "polys", "point:T", "1:falling", "2:falling"));
     std::vector<std::string> misfits;
     const auto polys = of(loaded).assemble(&misfits);
-    EXPECT_EQ(misfits, (std::vector<std::string>{"T", "c"}));
+    EXPECT_THAT(misfits, ElementsAre("T", "c"));
     EXPECT_EQ(polys->GetPointData()->GetNumberOfArrays() + polys->GetCellData()->GetNumberOfArrays(), 0);
 }
 
 TEST_F(PolyDataNodeTest, arraysInsideStoredGeometryAreSeparated)
 {
     auto polys = richTriangle();
-    vtkNew<vtkStringArray> strings;
-    strings->SetName("s");
-    polys->GetPointData()->AddArray(strings);
+    polys->GetPointData()->AddArray(strings());
     Delivery delivery(registry);
     delivery.node("PolyDataNode_1");
-    const auto own = filled<vtkFloatArray>("N", {1, 2, 3});
     delivery.writePolys("PolyDataNode_1", polys, TimeStamp());
-    delivery.writePointData("PolyDataNode_1", nullptr, own);
-    std::vector<std::string> warnings;
-    Logger::getSingleton().setSink([&](const std::string& entry) { warnings.push_back(entry); });
+    delivery.writePointData("PolyDataNode_1", nullptr, floats("N", {1, 2, 3}));
+    const LogCapture log;
     const SceneGraph loaded = delivery.take();
-    Logger::getSingleton().setSink({});
-    EXPECT_EQ(warnings.size(), 1U);
-    EXPECT_EQ(of(loaded).findArray(PolyDataNode::Points, "N"), own);
+    EXPECT_THAT(log.entries, SizeIs(1));
+    EXPECT_THAT(valuesOf(of(loaded).findArray(POINTS, "N")), ElementsAre(1, 2, 3));
     EXPECT_EQ(of(loaded).findArray(PolyDataNode::Cells, "T"), polys->GetCellData()->GetArray("T"));
-    EXPECT_EQ(of(loaded).getActive(PolyDataNode::Points, vtkDataSetAttributes::SCALARS), "T");
+    EXPECT_EQ(of(loaded).getActive(POINTS, SCALARS), "T");
     EXPECT_EQ(of(loaded).getGeometry()->GetPointData()->GetNumberOfArrays(), 0);
     EXPECT_EQ(polys->GetPointData()->GetNumberOfArrays(), 5) << "the delivered object stays as it was";
 }

@@ -2,15 +2,9 @@
 #include "RecordLoad.h"
 
 #include "scenegraph/PolyDataNode.h"
-#include "support/TemporaryDirectory.h"
 #include "support/ToolRun.h"
-#include "support/VtpFiles.h"
 
-#include <functional>
-#include <sstream>
-
-#include <gmock/gmock.h>
-#include <vtkLookupTable.h>
+#include <vtkBitArray.h>
 #include <vtkOBJReader.h>
 #include <vtkOBJWriter.h>
 #include <vtkPLYReader.h>
@@ -24,225 +18,151 @@
 namespace
 {
 
-using test::tool;
-using testing::HasSubstr;
-
-template <class Reader>
-vtkSmartPointer<vtkPolyData> readWith(const std::string& path)
-{
-    const vtkNew<Reader> reader;
-    reader->SetFileName(path.c_str());
-    reader->Update();
-    return reader->GetOutput();
-}
-
-template <class Writer>
-void writeWith(vtkPolyData& polys, const std::string& path, int fileType)
-{
-    const vtkNew<Writer> writer;
-    writer->SetFileName(path.c_str());
-    writer->SetInputData(&polys);
-    if constexpr (!std::is_same_v<Writer, vtkOBJWriter>)
-    {
-        writer->SetFileType(fileType);
-    }
-    writer->Write();
-}
+using namespace test;
 
 /// Triangles with what the simple formats can say.
 vtkSmartPointer<vtkPolyData> twoTriangles()
 {
     auto polys = vtkSmartPointer<vtkPolyData>::New();
-    const vtkNew<vtkPoints> points;
-    const vtkNew<vtkCellArray> cells;
-    for (const double x : {0.0, 1.0})
-    {
-        points->InsertNextPoint(x, 0, 0.1);
-        points->InsertNextPoint(x, 1, 0);
-    }
-    cells->InsertNextCell({0, 1, 2});
-    cells->InsertNextCell({1, 3, 2});
-    polys->SetPoints(points);
-    polys->SetPolys(cells);
-    polys->GetPointData()->SetNormals(test::counting(VTK_FLOAT, "Normals", 4, 3));
-    polys->GetPointData()->SetTCoords(test::counting(VTK_FLOAT, "TCoords", 4, 2, 0));
+    polys->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0.1, 0, 1, 0, 1, 0, 0.1, 1, 1, 0}));
+    polys->SetPolys(cellsOf({{0, 1, 2}, {1, 3, 2}}));
+    polys->GetPointData()->SetNormals(counting(VTK_FLOAT, "Normals", 4, 3));
+    polys->GetPointData()->SetTCoords(counting(VTK_FLOAT, "TCoords", 4, 2, 0));
     return polys;
 }
 
-struct FormatCase
+/// All kinds of cells, arrays of all types, odd numbers, and an active attribute of every kind.
+vtkSmartPointer<vtkPolyData> everything()
 {
-    const char* file;
-    vtkSmartPointer<vtkPolyData> (*make)();
-    std::function<void(vtkPolyData&, const std::string&)> write;
-    std::function<vtkSmartPointer<vtkPolyData>(const std::string&)> read;
-};
-
-void PrintTo(const FormatCase& format, std::ostream* out)
-{
-    *out << format.file;
+    auto polys = withAllArrays(allCellKinds(), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16, 17});
+    polys->GetCellData()->SetPedigreeIds(counting(VTK_ID_TYPE, "p", 4, 1));
+    using Limits = std::numeric_limits<double>;
+    polys->GetPointData()->AddArray(
+        arrayOf(VTK_DOUBLE, "odd", 1, {Limits::quiet_NaN(), -Limits::infinity(), -0.0, Limits::denorm_min(), 0.1}));
+    return polys;
 }
 
-class FormatTest : public testing::TestWithParam<FormatCase>
+void writeGroups(vtkPolyData&, const std::string& path)
 {
-};
-
-TEST_P(FormatTest, whatIsImportedIsExported)
-{
-    const FormatCase& format = GetParam();
-    const test::TemporaryDirectory dir;
-    const std::string input = dir.file(format.file).narrow;
-    format.write(*format.make(), input);
-    const std::string before = test::bytesOf(input);
-    const vtkSmartPointer<vtkPolyData> expected = format.read(input);
-    ASSERT_GT(expected->GetNumberOfPoints(), 0);
-    for (const char* const compression : {"--force", "--no-compress"})
-    {
-        const std::string out = dir.file(std::string("out") + compression).narrow;
-        const auto import = tool({"import", "-o", out + ".sce", compression, input});
-        ASSERT_EQ(import.code, 0) << import.err;
-        const auto exported = tool({"export", out + ".sce:0", "-o", out});
-        ASSERT_EQ(exported.code, 0) << exported.err;
-        const auto actual = test::readVtp(out + "/PolyDataNode_1.vtp");
-        EXPECT_EQ(test::textOf(*actual), test::textOf(*expected));
-    }
-    EXPECT_EQ(test::bytesOf(input), before);
+    writeBytes(path, "g one\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\ng two\nv 0 0 1\nf 1 2 4\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Formats, FormatTest,
-    testing::Values(
-        FormatCase{"a.vtp", &test::everything, &test::writeVtp, &test::readVtp},
-        FormatCase{"a.VTK", &test::allCellKinds,
-                   [](vtkPolyData& polys, const std::string& path)
-                   { writeWith<vtkPolyDataWriter>(polys, path, VTK_BINARY); },
-                   &readWith<vtkPolyDataReader>},
-        FormatCase{"a.vtk", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path)
-                   { writeWith<vtkPolyDataWriter>(polys, path, VTK_ASCII); },
-                   &readWith<vtkPolyDataReader>},
-        FormatCase{"ascii.stl", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path) { writeWith<vtkSTLWriter>(polys, path, VTK_ASCII); },
-                   &readWith<vtkSTLReader>},
-        FormatCase{"binary.stl", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path)
-                   { writeWith<vtkSTLWriter>(polys, path, VTK_BINARY); },
-                   &readWith<vtkSTLReader>},
-        FormatCase{"ascii.ply", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path) { writeWith<vtkPLYWriter>(polys, path, VTK_ASCII); },
-                   &readWith<vtkPLYReader>},
-        FormatCase{"binary.ply", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path)
-                   { writeWith<vtkPLYWriter>(polys, path, VTK_BINARY); },
-                   &readWith<vtkPLYReader>},
-        FormatCase{"a.obj", &twoTriangles,
-                   [](vtkPolyData& polys, const std::string& path) { writeWith<vtkOBJWriter>(polys, path, 0); },
-                   &readWith<vtkOBJReader>},
-        FormatCase{"groups.obj", &twoTriangles,
-                   [](vtkPolyData&, const std::string& path)
-                   { test::writeBytes(path, "g one\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\ng two\nv 0 0 1\nf 1 2 4\n"); },
-                   &readWith<vtkOBJReader>}));
-
-class ImportTest : public testing::Test
+class ImportTest : public ToolTest
 {
 protected:
-    std::string path(const std::string& name) const { return dir.file(name).narrow; }
-
-    std::string vtp(const std::string& name, vtkPolyData& polys) const
-    {
-        test::writeVtp(polys, path(name));
-        return path(name);
-    }
-
-    /// The node with a key as a library user gets it.
-    std::unique_ptr<tsg::SceneGraph> load(const std::string& file, std::size_t record) const
+    /// A record as a library user gets it.
+    std::unique_ptr<tsg::SceneGraph> load(const std::string& file) const
     {
         std::ostringstream messages;
         tavosce::Report report(messages, false);
         tavosce::SceneFile scene(path(file));
         tavosce::RecordLoader loader(scene, report);
-        const auto contents = tavosce::walkRecord(scene.stream(), scene.records().at(record), scene.size());
-        auto graph = std::make_unique<tsg::SceneGraph>(loader.load(record, contents, 0, 1));
+        const auto contents = tavosce::walkRecord(scene.stream(), scene.records().at(0), scene.size());
+        auto graph = std::make_unique<tsg::SceneGraph>(loader.load(0, contents, 0, 1));
         EXPECT_EQ(messages.str(), "");
         return graph;
     }
 
-    test::TemporaryDirectory dir;
+    static const tsg::PolyDataNode& node(const tsg::SceneGraph& graph, const std::string& key)
+    {
+        return dynamic_cast<const tsg::PolyDataNode&>(*graph.find(key));
+    }
 };
+
+TEST_F(ImportTest, whatIsImportedIsExported)
+{
+    struct Format
+    {
+        const char* file;
+        void (*write)(vtkPolyData&, const std::string&);
+        vtkSmartPointer<vtkPolyData> (*read)(const std::string&);
+        vtkSmartPointer<vtkPolyData> polys = twoTriangles();
+    };
+
+    const Format formats[] = {
+        {"a.vtp", writeVtp, readVtp, everything()},
+        {"a.VTK", writeWith<vtkPolyDataWriter, VTK_BINARY>, readWith<vtkPolyDataReader>, allCellKinds()},
+        {"ascii.vtk", writeWith<vtkPolyDataWriter, VTK_ASCII>, readWith<vtkPolyDataReader>},
+        {"ascii.stl", writeWith<vtkSTLWriter, VTK_ASCII>, readWith<vtkSTLReader>},
+        {"binary.stl", writeWith<vtkSTLWriter, VTK_BINARY>, readWith<vtkSTLReader>},
+        {"ascii.ply", writeWith<vtkPLYWriter, VTK_ASCII>, readWith<vtkPLYReader>},
+        {"binary.ply", writeWith<vtkPLYWriter, VTK_BINARY>, readWith<vtkPLYReader>},
+        {"a.obj", writeWith<vtkOBJWriter>, readWith<vtkOBJReader>},
+        {"groups.obj", writeGroups, readWith<vtkOBJReader>},
+    };
+    for (const Format& format : formats)
+    {
+        SCOPED_TRACE(format.file);
+        format.write(*format.polys, path(format.file));
+        const std::string before = bytes(format.file);
+        const vtkSmartPointer<vtkPolyData> expected = format.read(path(format.file));
+        ASSERT_GT(expected->GetNumberOfPoints(), 0);
+        for (const std::string compression : {"", "--no-compress "})
+        {
+            ASSERT_EQ(run("import -o @s.sce --force " + compression + "@" + format.file).err, "");
+            ASSERT_EQ(run("export @s.sce:0 --force -o @out").err, "");
+            EXPECT_EQ(exported("out/PolyDataNode_1.vtp"), textOf(*expected));
+        }
+        EXPECT_EQ(bytes(format.file), before);
+    }
+}
 
 TEST_F(ImportTest, lookupTablesOfLegacyFilesComeBack)
 {
     auto polys = twoTriangles();
-    const auto scalars = test::counting(VTK_FLOAT, "heat", 4, 1);
-    const vtkNew<vtkLookupTable> table;
-    table->SetNumberOfTableValues(3);
-    for (int i = 0; i < 3; ++i)
-    {
-        table->SetTableValue(i, i / 2.0, 0, 1, 0.2);
-    }
-    scalars->SetLookupTable(table);
-    polys->GetPointData()->SetScalars(scalars);
-    polys->GetCellData()->AddArray(test::counting(VTK_BIT, "flags", 2, 1));
-    writeWith<vtkPolyDataWriter>(*polys, path("a.vtk"), VTK_BINARY);
-    ASSERT_EQ(tool({"import", "-o", path("a.sce"), path("a.vtk")}).code, 0);
+    polys->GetPointData()->SetScalars(counting(VTK_FLOAT, "heat", 4, 1));
+    polys->GetPointData()->GetScalars()->SetLookupTable(tableOf({{0, 0, 1, 0.2}, {0.5, 0, 1, 0.2}, {1, 0, 1, 0.2}}));
+    polys->GetCellData()->AddArray(counting(VTK_BIT, "flags", 2, 1));
+    writeWith<vtkPolyDataWriter, VTK_BINARY>(*polys, path("a.vtk"));
+    ASSERT_EQ(run("import -o @a.sce @a.vtk").code, 0);
 
-    const auto graph = load("a.sce", 0);
-    const auto& node = dynamic_cast<const tsg::PolyDataNode&>(*graph->find("PolyDataNode_1"));
-    vtkDataArray* const heat = node.findArray(tsg::PolyDataNode::Points, "heat");
+    const auto graph = load("a.sce");
+    const auto& stored = node(*graph, "PolyDataNode_1");
+    vtkDataArray* const heat = stored.findArray(tsg::PolyDataNode::Points, "heat");
     ASSERT_TRUE(heat && heat->GetLookupTable());
-    EXPECT_EQ(node.getActive(tsg::PolyDataNode::Points, vtkDataSetAttributes::SCALARS), "heat");
-    for (int i = 0; i < 3; ++i)
-    {
-        double colour[4];
-        heat->GetLookupTable()->GetTableValue(i, colour);
-        EXPECT_THAT(colour, testing::ElementsAre(testing::DoubleNear(i / 2.0, 0.01), 0, 1, 0.2));
-    }
-    EXPECT_TRUE(vtkBitArray::SafeDownCast(node.findArray(tsg::PolyDataNode::Cells, "flags")));
+    EXPECT_EQ(stored.getActive(tsg::PolyDataNode::Points, vtkDataSetAttributes::SCALARS), "heat");
+    EXPECT_TRUE(vtkBitArray::SafeDownCast(stored.findArray(tsg::PolyDataNode::Cells, "flags")));
+    const std::vector<double> colors{0, 0, 255, 51, 128, 0, 255, 51, 255, 0, 255, 51};
+    EXPECT_EQ(valuesOf(heat->GetLookupTable()->GetTable()), colors);
 
-    ASSERT_EQ(tool({"export", path("a.sce"), "-o", path("out")}).code, 0);
-    const auto exported = test::readVtp(path("out/record-0000/PolyDataNode_1.vtp"));
-    vtkDataArray* const colours = exported->GetFieldData()->GetArray("heat");
-    ASSERT_TRUE(colours);
-    EXPECT_EQ(colours->GetNumberOfTuples(), 3);
-    EXPECT_EQ(colours->GetComponent(2, 0), 255);
+    ASSERT_EQ(run("export @a.sce -o @out").code, 0);
+    const auto written = readVtp(path("out/record-0000/PolyDataNode_1.vtp"));
+    EXPECT_EQ(valuesOf(written->GetFieldData()->GetArray("heat")), colors);
 }
 
 TEST_F(ImportTest, whatCannotBeStoredIsAnErrorOrLeftOut)
 {
-    auto polys = test::allCellKinds();
+    auto polys = allCellKinds();
     const vtkNew<vtkStringArray> words;
     words->SetName("words");
     words->InsertNextValue("w");
     polys->GetFieldData()->AddArray(words);
-    const auto ids = test::counting(VTK_ID_TYPE, "far", 5, 1, 3e9);
-    polys->GetPointData()->AddArray(ids);
-    polys->GetCellData()->AddArray(test::counting(VTK_LONG, "wide", 4, 1, 3e9));
-    const std::string input = vtp("a.vtp", *polys);
+    polys->GetPointData()->AddArray(counting(VTK_ID_TYPE, "far", 5, 1, 3e9));
+    polys->GetCellData()->AddArray(counting(VTK_LONG, "wide", 4, 1, 3e9));
+    write("a.vtp", *polys);
 
-    const auto refused = tool({"import", "-o", path("a.sce"), input});
+    const auto refused = run("import -o @a.sce @a.vtp");
     EXPECT_EQ(refused.code, 7);
-    EXPECT_THAT(refused.err, HasSubstr("tavosce: " + input + ": field array \"words\" cannot be stored"));
-    EXPECT_THAT(refused.err, HasSubstr("point array \"far\" cannot be stored: value 3000000000"));
-    EXPECT_THAT(refused.err, HasSubstr("hint: --skip-unsupported"));
-    EXPECT_EQ(test::bytesOf(path("a.sce")), "");
+    EXPECT_THAT(refused.err, AllOf(HasSubstr(placed("tavosce: @a.vtp: field array \"words\" cannot be stored")),
+                                   HasSubstr("point array \"far\" cannot be stored: value 3000000000"),
+                                   HasSubstr("hint: --skip-unsupported")));
+    EXPECT_EQ(bytes("a.sce"), "");
 
-    const auto skipped = tool({"import", "-o", path("a.sce"), "--skip-unsupported", input});
+    const auto skipped = run("import -o @a.sce --skip-unsupported @a.vtp");
     EXPECT_EQ(skipped.code, 0);
-    EXPECT_THAT(skipped.err, HasSubstr("note: field array \"words\" is left out"));
-    EXPECT_THAT(skipped.err, HasSubstr("note: point array \"far\" is left out"));
+    EXPECT_THAT(skipped.err, AllOf(HasSubstr("note: field array \"words\" is left out"),
+                                   HasSubstr("note: point array \"far\" is left out")));
     polys->GetFieldData()->RemoveArray("words");
     polys->GetPointData()->RemoveArray("far");
-    ASSERT_EQ(tool({"export", path("a.sce:0"), "-o", path("out")}).code, 0);
-    EXPECT_EQ(test::textOf(*test::readVtp(path("out/PolyDataNode_1.vtp"))), test::textOf(*polys));
+    ASSERT_EQ(run("export @a.sce:0 -o @out").code, 0);
+    EXPECT_EQ(exported("out/PolyDataNode_1.vtp"), textOf(*polys));
 }
 
 TEST_F(ImportTest, arraysWithoutNamesGetOne)
 {
-    auto polys = test::allCellKinds();
-    for (const char* const name : {"", "unnamed_1"})
-    {
-        polys->GetPointData()->AddArray(test::counting(VTK_INT, name, 5, 1));
-    }
-    polys->GetPointData()->SetActiveScalars("");
+    auto polys = allCellKinds();
+    polys->GetPointData()->SetScalars(counting(VTK_INT, "", 5, 1));
+    polys->GetPointData()->AddArray(counting(VTK_INT, "unnamed_1", 5, 1));
     std::ostringstream messages;
     tavosce::Report report(messages, false);
     tavosce::makeStorable(*polys, "a.vtp", false, report);
@@ -253,20 +173,20 @@ TEST_F(ImportTest, arraysWithoutNamesGetOne)
 
 TEST_F(ImportTest, singleRecordMakesANodeOfEveryInput)
 {
-    auto first = test::allCellKinds(), second = twoTriangles();
-    const std::string a = vtp("first part.vtp", *first), b = vtp("second.vtp", *second);
-    ASSERT_EQ(tool({"import", "-o", path("both.sce"), "--single-record", a, b}).code, 0);
-    const auto info = tool({"info", path("both.sce"), "--json"}).json();
-    ASSERT_EQ(info["records"].Size(), 1U);
-    EXPECT_STREQ(info["records"][0]["title"].GetString(), "both");
-    EXPECT_STREQ(info["records"][0]["description"].GetString(), "first part.vtp, second.vtp");
-
-    const auto graph = load("both.sce", 0);
-    const tsg::DataNode& root = *graph->find("SceneNode_1");
-    ASSERT_EQ(root.getChildren().size(), 2U);
-    const auto& node = dynamic_cast<const tsg::PolyDataNode&>(*graph->find("PolyDataNode_2"));
-    EXPECT_EQ(node.getName(), "second");
-    EXPECT_EQ(test::textOf(*node.assemble()), test::textOf(*second));
+    const auto second = twoTriangles();
+    write("first part.vtp", *allCellKinds());
+    write("second.vtp", *second);
+    ASSERT_EQ(
+        tool({"import", "-o", path("both.sce"), "--single-record", path("first part.vtp"), path("second.vtp")}).code,
+        0);
+    const auto document = info("both.sce");
+    ASSERT_EQ(document["records"].Size(), 1U);
+    EXPECT_EQ(at(document, "/records/0/title"), R"("both")");
+    EXPECT_EQ(at(document, "/records/0/description"), R"("first part.vtp, second.vtp")");
+    const auto graph = load("both.sce");
+    EXPECT_EQ(graph->find("SceneNode_1")->getChildren().size(), 2U);
+    EXPECT_EQ(node(*graph, "PolyDataNode_2").getName(), "second");
+    EXPECT_EQ(textOf(*node(*graph, "PolyDataNode_2").assemble()), textOf(*second));
 }
 
 } // namespace

@@ -1,142 +1,115 @@
 #include "ImportTarget.h"
 
-#include "support/TemporaryDirectory.h"
 #include "support/ToolRun.h"
-#include "support/VtpFiles.h"
-
-#include <set>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <vtkFloatArray.h>
 
 namespace
 {
 
-using test::tool;
+using namespace test;
 
 /// A mesh with point arrays: name and first value.
 vtkSmartPointer<vtkPolyData> frame(const std::vector<std::pair<std::string, double>>& arrays)
 {
     constexpr int POINTS = 500;
     auto polys = vtkSmartPointer<vtkPolyData>::New();
-    const vtkNew<vtkPoints> points;
-    for (int i = 0; i < POINTS; ++i)
-    {
-        points->InsertNextPoint(i, i % 7, 0.1 * i);
-    }
-    polys->SetPoints(points);
+    polys->SetPoints(vtkNew<vtkPoints>());
+    polys->GetPoints()->SetData(counting(VTK_FLOAT, "Points", POINTS, 3));
     for (const auto& [name, first] : arrays)
     {
-        polys->GetPointData()->AddArray(test::counting(VTK_FLOAT, name, POINTS, 1, first));
+        polys->GetPointData()->AddArray(counting(VTK_FLOAT, name, POINTS, 1, first));
     }
     return polys;
 }
 
-/// "name" of every block of a record, with "=" behind it if it is shared; polydata is "mesh".
-std::vector<std::string> blocksOf(const rapidjson::Value& record)
+/// The names of the blocks of a record, each with a blank, shared ones with "=" in front of it; polydata is "mesh".
+std::string blocksOf(const rapidjson::Value& record)
 {
-    std::vector<std::string> res;
+    std::string res;
     for (const auto& block : record["blocks"].GetArray())
     {
-        res.push_back(std::string(block["name"].IsNull() ? "mesh" : block["name"].GetString()) +
-                      (block["shared"].GetBool() ? "=" : ""));
+        res += block["name"].IsNull() ? "mesh" : block["name"].GetString();
+        res += block["shared"].GetBool() ? "= " : " ";
     }
     return res;
 }
 
-TEST(SeriesTest, whatStaysTheSameIsStoredOnce)
+using SeriesTest = ToolTest;
+
+TEST_F(SeriesTest, whatStaysTheSameIsStoredOnce)
 {
-    const test::TemporaryDirectory dir;
-    std::vector<std::string> arguments{"import", "-o", dir.file("s.sce").narrow, "--title", "run"};
     auto moved = frame({{"T", 2}});
     moved->GetPoints()->SetPoint(499, 0, 0, 0);
-    const vtkSmartPointer<vtkPolyData> frames[] = {frame({{"T", 1}}), frame({{"T", 1}, {"p", 5}}),
-                                                   frame({{"T", 2}, {"p", 5}}), moved, frame({{"T", 2}})};
-    int number = 0;
-    for (const auto& polys : frames)
+    const std::pair<vtkSmartPointer<vtkPolyData>, const char*> frames[] = {{frame({{"T", 1}}), "mesh T "},
+                                                                           {frame({{"T", 1}, {"p", 5}}), "mesh= T= p "},
+                                                                           {frame({{"T", 2}, {"p", 5}}), "mesh= T p= "},
+                                                                           {moved, "mesh T= "},
+                                                                           {frame({{"T", 2}}), "mesh T= "}};
+    std::string inputs;
+    for (unsigned i = 0; i < std::size(frames); ++i)
     {
-        arguments.push_back(dir.file("f" + std::to_string(number++) + ".vtp").narrow);
-        test::writeVtp(*polys, arguments.back());
+        const std::string name = "f" + std::to_string(i) + ".vtp";
+        write(name, *frames[i].first);
+        inputs += " @" + name;
     }
-    ASSERT_EQ(tool(arguments).code, 0);
-
-    const auto run = tool({"info", dir.file("s.sce").narrow, "--json"});
-    EXPECT_EQ(run.code, 0);
-    const auto info = run.json();
-    const std::vector<std::vector<std::string>> expected{
-        {"mesh", "T"}, {"mesh=", "T=", "p"}, {"mesh=", "T", "p="}, {"mesh", "T="}, {"mesh", "T="}};
-    ASSERT_EQ(info["records"].Size(), expected.size());
-    for (unsigned i = 0; i < expected.size(); ++i)
+    ASSERT_EQ(run("import -o @s.sce --title run" + inputs).code, 0);
+    ASSERT_EQ(run("export @s.sce -o @out").code, 0);
+    const auto document = info("s.sce");
+    ASSERT_EQ(document["records"].Size(), std::size(frames));
+    for (unsigned i = 0; i < std::size(frames); ++i)
     {
-        EXPECT_EQ(blocksOf(info["records"][i]), expected[i]) << "frame " << i;
-        EXPECT_EQ(info["records"][i]["frame"].GetInt(), static_cast<int>(i));
-        EXPECT_EQ(info["records"][i]["session"], info["records"][0]["session"]);
-        EXPECT_EQ(info["records"][i]["description"].GetString(), "f" + std::to_string(i) + ".vtp");
+        const std::string number = std::to_string(i);
+        const auto& record = document["records"][i];
+        EXPECT_EQ(blocksOf(record), frames[i].second);
+        EXPECT_EQ(at(record, "/frame"), number);
+        EXPECT_EQ(record["session"], document["records"][0]["session"]);
+        EXPECT_EQ(at(record, "/description"), "\"f" + number + ".vtp\"");
+        EXPECT_EQ(exported("out/record-000" + number + "/PolyDataNode_1.vtp"), textOf(*frames[i].first)) << number;
     }
-    EXPECT_EQ(info["totals"]["sharedBlocks"].GetInt(), 6);
-    EXPECT_EQ(info["size"].GetUint64(), test::bytesOf(dir.file("s.sce").narrow).size());
-
-    ASSERT_EQ(tool({"export", dir.file("s.sce").narrow, "-o", dir.file("out").narrow}).code, 0);
-    for (unsigned i = 0; i < expected.size(); ++i)
-    {
-        const auto back = test::readVtp(dir.file("out/record-000" + std::to_string(i) + "/PolyDataNode_1.vtp").narrow);
-        EXPECT_EQ(test::textOf(*back), test::textOf(*frames[i])) << "frame " << i;
-    }
+    EXPECT_EQ(document["totals"]["sharedBlocks"].GetInt(), 6);
 }
 
-TEST(SeriesTest, appendingContinuesASessionOrBeginsOne)
+TEST_F(SeriesTest, appendingContinuesASessionOrBeginsOne)
 {
-    const test::TemporaryDirectory dir;
-    const std::string file = dir.file("s.sce").narrow, input = dir.file("f.vtp").narrow;
-    test::writeVtp(*frame({{"T", 1}}), input);
-    ASSERT_EQ(tool({"import", "-o", file, "--append", "--session", "x", input}).code, 0);
-    ASSERT_EQ(tool({"import", "-o", file, "--append", "--session", "x", input, input}).code, 0);
-    const auto last = tool({"import", "-o", file, "--append", "--json", input});
-    EXPECT_EQ(last.json()["records"][0]["index"].GetInt(), 3);
+    write("f.vtp", *frame({{"T", 1}}));
+    ASSERT_EQ(run("import -o @s.sce --append --session x @f.vtp").code, 0);
+    ASSERT_EQ(run("import -o @s.sce --append --session x @f.vtp @f.vtp").code, 0);
+    EXPECT_EQ(at(run("import -o @s.sce --append --json @f.vtp").json(), "/records/0/index"), "3");
 
-    const auto info = tool({"info", file, "--json"}).json();
-    ASSERT_EQ(info["records"].Size(), 4U);
-    const int frames[] = {0, 1, 2, 0};
+    const auto document = info("s.sce");
+    ASSERT_EQ(document["records"].Size(), 4U);
     for (unsigned i = 0; i < 4; ++i)
     {
-        EXPECT_EQ(info["records"][i]["frame"].GetInt(), frames[i]);
-        EXPECT_EQ(info["records"][i]["session"] == "x", i < 3);
-        EXPECT_EQ(blocksOf(info["records"][i]),
-                  (i == 2 ? std::vector<std::string>{"mesh=", "T="} : std::vector<std::string>{"mesh", "T"}));
+        const auto& record = document["records"][i];
+        EXPECT_EQ(record["frame"].GetUint(), i % 3);
+        EXPECT_EQ(record["session"] == "x", i < 3);
+        EXPECT_EQ(blocksOf(record), i == 2 ? "mesh= T= " : "mesh T ");
     }
 }
 
-TEST(SeriesTest, anOldStampNeverPassesForNewData)
+TEST_F(SeriesTest, anOldStampNeverPassesForNewData)
 {
     // In a new process stamps begin low again, so that new data comes with stamps that the file knows already.
-    const test::TemporaryDirectory dir;
-    const std::string file = dir.file("s.sce").narrow;
     const auto first = frame({{"T", 1}});
     tavosce::ImportGraph graph("t");
     graph.setPart(0, "n", *first);
+    const auto addRecord = [&](const std::string& session, bool append)
     {
-        tavosce::ImportTarget target({file, "x", false, false, false});
+        tavosce::ImportTarget target({path("s.sce"), session, append, false, false});
         target.addRecord("t", "d", graph);
         target.finish();
-    }
-    auto* const values = vtkFloatArray::SafeDownCast(first->GetPointData()->GetArray("T"));
-    values->SetValue(0, 77);
+    };
+    addRecord("x", false);
+    vtkDataArray* const values = first->GetPointData()->GetArray("T");
+    values->SetTuple1(0, 77);
     first->GetPoints()->SetPoint(0, -1, -1, -1);
-    const vtkMTimeType sameStamp = values->GetMTime();
-    EXPECT_EQ(tavosce::storedStamps(file, "x").count(sameStamp), 1U);
-    EXPECT_EQ(tavosce::storedStamps(file, "other").size(), 0U);
-    for (const char* const session : {"x", "other"})
+    EXPECT_EQ(tavosce::storedStamps(path("s.sce"), "x").count(values->GetMTime()), 1U);
+    EXPECT_EQ(tavosce::storedStamps(path("s.sce"), "other").size(), 0U);
+    addRecord("x", true);
+    addRecord("other", true);
+    ASSERT_EQ(run("export @s.sce -o @out").code, 0);
+    for (const std::string record : {"record-0001", "record-0002"})
     {
-        tavosce::ImportTarget target({file, session, true, false, false});
-        target.addRecord("t", "d", graph);
-        target.finish();
-    }
-    ASSERT_EQ(tool({"export", file, "-o", dir.file("out").narrow}).code, 0);
-    for (const char* const record : {"out/record-0001", "out/record-0002"})
-    {
-        const auto back = test::readVtp(dir.file(record).narrow + "/PolyDataNode_1.vtp");
+        const auto back = readVtp(path("out/" + record + "/PolyDataNode_1.vtp"));
         EXPECT_EQ(back->GetPointData()->GetArray("T")->GetTuple1(0), 77) << record;
         EXPECT_EQ(back->GetPoint(0)[0], -1) << record;
     }

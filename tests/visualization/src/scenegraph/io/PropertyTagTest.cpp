@@ -15,33 +15,26 @@ constexpr std::ios::iostate AT_END = std::ios::eofbit | std::ios::failbit;
 
 TEST(PropertyTagTest, takesOneWholeTagAndLeavesTheStreamBehindIt)
 {
-    struct TagCase
-    {
-        std::string bytes;
-        std::string tag; ///< none is found if empty
-        std::string rest;
-        std::ios::iostate state = std::ios::goodbit;
-    };
-
-    const TagCase cases[] = {
-        {"{a{b}c}more", "{a{b}c}", "more"},
-        {"\r\n} \xff x{}{b}", "{}", "{b}"},
-        {"{a\n}{b}", "", "}{b}"},
-        {"{a\r{b}}", "", "{b}}"},
+    // the bytes, the tag (none is found if empty), what follows it, and the state of the stream
+    const std::tuple<std::string, std::string, std::string, std::ios::iostate> cases[] = {
+        {"{a{b}c}more", "{a{b}c}", "more", {}},
+        {"\r\n} \xff x{}{b}", "{}", "{b}", {}},
+        {"{a\n}{b}", "", "}{b}", {}},
+        {"{a\r{b}}", "", "{b}}", {}},
         {"no tag \n here", "", "", AT_END},
         {"{a{b}c", "", "", AT_END},
         {"", "", "", AT_END},
     };
-    for (const TagCase& one : cases)
+    for (const auto& [bytes, tag, rest, state] : cases)
     {
-        SCOPED_TRACE(one.bytes);
-        std::istringstream in(one.bytes);
+        SCOPED_TRACE(bytes);
+        std::istringstream in(bytes);
         std::string text = "unchanged";
-        EXPECT_EQ(sdb::internal::getNextPropertyTag(in, text), !one.tag.empty());
-        EXPECT_EQ(text, one.tag.empty() ? "unchanged" : one.tag);
-        EXPECT_EQ(in.rdstate(), one.state);
+        EXPECT_EQ(sdb::internal::getNextPropertyTag(in, text), !tag.empty());
+        EXPECT_EQ(text, tag.empty() ? "unchanged" : tag);
+        EXPECT_EQ(in.rdstate(), state);
         in.clear();
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), one.rest);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), rest);
     }
 }
 

@@ -4,7 +4,6 @@
 #include "support/Datasets.h"
 #include "support/FullDisk.h"
 #include "support/ReportedErrors.h"
-#include "support/Testing.h"
 
 #include <numeric>
 
@@ -240,7 +239,8 @@ TEST_F(SDBDataWriterTest, namesAreEncodedCutAndReplaced)
 
 TEST_F(SDBDataWriterTest, onlyCoordinatesAreNarrowed)
 {
-    for (const auto& [value, word] : {std::pair(2.5, "float\n"), {0.1, "double\n"}, {1e300, "double\n"}})
+    for (const auto& [value, word] :
+         {std::pair(262145.0, "float\n"), {262144.5, "double\n"}, {0.1, "double\n"}, {1e300, "double\n"}})
     {
         EXPECT_EQ(writer->WritePoints(&disk, pointsOf(VTK_DOUBLE, {0.5, 100.125, value})), 1);
         EXPECT_THAT(take(), StartsWith(std::string("POINTS 1 ") + word));

@@ -4,6 +4,7 @@
 #include "support/Testing.h"
 
 #include <cstring>
+#include <map>
 
 #include <vtkUnsignedCharArray.h>
 
@@ -17,21 +18,11 @@ using tsg::detail::StoredValues;
 
 TEST(StoredArrayTest, everyStorableTypeComesBackAsItWentIn)
 {
-    const std::pair<int, unsigned> widths[] = {{VTK_CHAR, 1},
-                                               {VTK_UNSIGNED_CHAR, 1},
-                                               {VTK_SHORT, 2},
-                                               {VTK_UNSIGNED_SHORT, 2},
-                                               {VTK_INT, 4},
-                                               {VTK_UNSIGNED_INT, 4},
-                                               {VTK_LONG, 4},
-                                               {VTK_UNSIGNED_LONG, 4},
-                                               {VTK_FLOAT, 4},
-                                               {VTK_DOUBLE, 8},
-                                               {VTK_ID_TYPE, 4},
-                                               {VTK_SIGNED_CHAR, 1},
-                                               {VTK_BIT, 0},
-                                               {VTK_LONG_LONG, 8},
-                                               {VTK_UNSIGNED_LONG_LONG, 8}};
+    const std::map<int, unsigned> widths = {{VTK_BIT, 0},           {VTK_CHAR, 1},         {VTK_SIGNED_CHAR, 1},
+                                            {VTK_UNSIGNED_CHAR, 1}, {VTK_SHORT, 2},        {VTK_UNSIGNED_SHORT, 2},
+                                            {VTK_INT, 4},           {VTK_UNSIGNED_INT, 4}, {VTK_LONG, 4},
+                                            {VTK_UNSIGNED_LONG, 4}, {VTK_ID_TYPE, 4},      {VTK_FLOAT, 4},
+                                            {VTK_DOUBLE, 8},        {VTK_LONG_LONG, 8},    {VTK_UNSIGNED_LONG_LONG, 8}};
     for (const auto& [type, width] : widths)
     {
         SCOPED_TRACE(type);

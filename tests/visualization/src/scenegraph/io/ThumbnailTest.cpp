@@ -1,7 +1,6 @@
 #include "scenegraph/io/SDB.h"
 
 #include "support/Golden.h"
-#include "support/Testing.h"
 
 namespace
 {

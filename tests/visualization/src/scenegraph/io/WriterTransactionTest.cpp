@@ -14,10 +14,13 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <unordered_set>
 #include <vector>
 
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -31,28 +34,134 @@ class WriterTransactionTest : public WriterTest
 {
 };
 
+/// A scene that throws wherever it is told to while it is written.
+class Thrower : public Scene
+{
+public:
+    enum Place
+    {
+        References,
+        Versions,
+        PropertyPass,
+        BinaryPass,
+        Nowhere
+    };
+
+    explicit Thrower(SDBWriter& target)
+        : Scene("SceneNode_0") // written before the other node
+        , _target(target)
+    {
+        afterSerialize = [this](tsg::NodeStream&)
+        { throwAt(_target.getExportBinaryData() ? BinaryPass : PropertyPass); };
+    }
+
+    void collectReferences(std::unordered_set<tsg::Ptr<tsg::Node>>&) const override { throwAt(References); }
+
+    void addClassVersion(ClassVersions&) const override { throwAt(Versions); }
+
+    Place place = Nowhere;
+
+private:
+    void throwAt(Place here) const
+    {
+        if (here == place)
+        {
+            throw std::runtime_error("node");
+        }
+    }
+
+    SDBWriter& _target;
+};
+
 TEST_F(WriterTransactionTest, anExceptionLeavesNoRecordAndNoStoredData)
 {
     Scene good;
     good.with(floats("T", {1, 2, 3}));
-    add(writer, good);
-    const std::string before = bytes();
-    Scene bad("SceneNode_0"); // written before the other node
-    bad.with(floats("U", {1}));
-    bad.afterSerialize = [&](tsg::NodeStream&)
+    const auto array = floats("U", {1});
+    for (const Thrower::Place place :
+         {Thrower::References, Thrower::Versions, Thrower::PropertyPass, Thrower::BinaryPass})
     {
-        if (writer.getExportBinaryData())
+        for (const bool thumbnailNext : {false, true})
         {
-            throw std::runtime_error("node");
+            SCOPED_TRACE(place);
+            SDBWriter written;
+            ASSERT_EQ(written.open(path, false, true), FileIoStatus::Success);
+            add(written, good);
+            const std::string before = bytes();
+            Thrower bad(written);
+            bad.with(array);
+            bad.place = place;
+            EXPECT_THROW(add(written, bad), std::runtime_error);
+            EXPECT_EQ(written.getExportBinaryData(), place == Thrower::BinaryPass);
+            EXPECT_FALSE(written.hasFailed());
+            EXPECT_EQ(records().size(), 1U);
+            if (thumbnailNext)
+            {
+                EXPECT_EQ(written.addThumbnail(0, tsg::Bitmap<3>()), FileIoStatus::Success);
+                EXPECT_EQ(bytes().compare(0, before.size(), before), 0);
+                EXPECT_LT(bytes().size(), before.size() + 200) << "the unfinished record is gone";
+            }
+            bad.place = Thrower::Nowhere;
+            EXPECT_EQ(add(written, good), 1);
+            // A node that was collected stays with the writer, and is written with its data, which is in no file yet.
+            EXPECT_EQ(load(1)->arrays.size(), place == Thrower::References ? 1U : 2U);
+            EXPECT_EQ(reader.getThumbnails().size(), thumbnailNext ? 1U : 0U);
         }
+    }
+}
+
+TEST_F(WriterTransactionTest, aKilledProcessLosesNoAcknowledgedRecord)
+{
+    Scene scene;
+    scene.with(floats("T", {1, 2, 3}));
+    for (const bool inBinaryPass : {false, true})
+    {
+        writer.close();
+        const pid_t child = fork();
+        if (child == 0)
+        {
+            SDBWriter written;
+            written.open(path, false, true);
+            add(written, scene);
+            Scene last("SceneNode_2");
+            last.afterSerialize = [&](tsg::NodeStream&)
+            {
+                if (written.getExportBinaryData() == inBinaryPass)
+                {
+                    raise(SIGKILL);
+                }
+            };
+            add(written, last);
+            _exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(load(0)->arrays.size(), 1U);
+        EXPECT_EQ(reader.getRecords().size(), 1U);
+        ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
+        EXPECT_EQ(add(writer, scene), 1);
+        EXPECT_EQ(load(1)->arrays.size(), 1U);
+        EXPECT_THAT(payloads(), ElementsAre(0, 0));
+    }
+}
+
+TEST_F(WriterTransactionTest, readersMayComeAtAnyMoment)
+{
+    Scene scene;
+    scene.with(floats("T", {1, 2, 3}));
+    add(writer, scene);
+    int visits = 0;
+    scene.afterSerialize = [&](tsg::NodeStream&)
+    {
+        EXPECT_EQ(load(0)->arrays.size(), 1U);
+        EXPECT_EQ(reader.getRecords().size(), 1U);
+        ++visits;
     };
-    EXPECT_THROW(add(writer, bad), std::runtime_error);
-    EXPECT_EQ(records().size(), 1U);
-    bad.afterSerialize = nullptr;
-    EXPECT_EQ(add(writer, bad), 1);
-    EXPECT_EQ(bytes().compare(0, before.size(), before), 0);
-    EXPECT_EQ(load(1)->arrays.size(), 2U);
-    EXPECT_EQ(reader.getRecords().size(), 2U);
+    add(writer, scene);
+    EXPECT_EQ(visits, 2);
+    scene.afterSerialize = nullptr;
+    EXPECT_EQ(records().size(), 2U);
 }
 
 TEST_F(WriterTransactionTest, nodesThatCallTheWriterBackHarmNoFile)
@@ -192,39 +301,155 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
     EXPECT_NE(found[BLOCKS + 1].getString("FilePos"), found[0].getString("FilePos"));
 }
 
-TEST_F(WriterTransactionTest, aFullDiskCostsOnlyTheRecordThatDidNotFit)
+/// Lets no file of this process grow beyond a size while it lives, as if the disk were full.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(std::size_t size)
+        : _handler(signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &_before);
+        const rlimit tight{size, _before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &tight);
+    }
+
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &_before);
+        signal(SIGXFSZ, _handler);
+    }
+
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    void (*_handler)(int);
+    rlimit _before{};
+};
+
+TEST_F(WriterTransactionTest, aFullDiskCostsOnlyTheItemThatDidNotFit)
 {
     Scene small, large("SceneNode_2");
     small.with(floats("T", {1, 2, 3}));
+    large.with(floats("large", std::vector<double>(5000, 1.5))); // more than a stream buffers
+    tsg::Bitmap<3> picture;
+    picture.resize(40, 30);
     add(writer, small);
-    const std::string before = bytes();
-    std::vector<double> values;
-    for (int i = 1; i <= 100000; ++i)
-    {
-        values.push_back(1.0 / i);
-    }
-    large.with(arrayOf(VTK_DOUBLE, "large", 1, values));
-
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    const rlimit tight{before.size() + 4096, old.rlim_max};
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &tight);
-    int index = 0;
-    const std::string message = stderrOf([&] { index = add(writer, large); });
-    setrlimit(RLIMIT_FSIZE, &old);
-    signal(SIGXFSZ, handler);
-
-    EXPECT_EQ(index, -1);
-    EXPECT_TRUE(writer.hasFailed());
-    EXPECT_THAT(message, HasSubstr("file.sce failed"));
-    EXPECT_EQ(bytes(), before);
-    EXPECT_EQ(writer.addThumbnail(0, tsg::Bitmap<3>()), FileIoStatus::NotOpen);
     writer.close();
+    const std::string before = bytes();
+
+    const std::function<void(SDBWriter&)> additions[] = {
+        [&](SDBWriter& target)
+        {
+            const int index = add(target, large);
+            EXPECT_EQ(index, target.hasFailed() ? -1 : 1);
+        },
+        [&](SDBWriter& target) { EXPECT_EQ(target.addThumbnail(0, picture), FileIoStatus::Success); },
+    };
+    for (const auto& addition : additions)
+    {
+        bool hasFailed = true;
+        for (std::size_t room = 0; hasFailed; room += room < 1500 ? 1 : 97)
+        {
+            replaceBytes(before);
+            SDBWriter written;
+            ASSERT_EQ(written.open(path, true, false), FileIoStatus::Success);
+            std::string message;
+            {
+                const FileSizeLimit limit(before.size() + room);
+                message = stderrOf([&] { addition(written); });
+            }
+            hasFailed = written.hasFailed();
+            EXPECT_EQ(message.find("file.sce failed") != std::string::npos, hasFailed);
+            if (hasFailed)
+            {
+                ASSERT_EQ(bytes(), before) << room;
+                EXPECT_EQ(written.addThumbnail(0, picture), FileIoStatus::NotOpen);
+            }
+            else
+            {
+                EXPECT_LE(bytes().size(), before.size() + room);
+            }
+        }
+    }
     ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
-    EXPECT_FALSE(writer.hasFailed());
     EXPECT_EQ(add(writer, small), 1);
     EXPECT_EQ(records().size(), 2U);
+}
+
+TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
+{
+    const auto array = floats("T", {1, 2, 3});
+    const auto stored = [&](const std::string& name, const Edit& change)
+    {
+        RawBlock block{name, std::string(1, '\0') + std::string(12, 'x')};
+        block.edit = [&array, change](Properties& tag)
+        {
+            tag.set("MTime", static_cast<std::int64_t>(array->GetMTime()));
+            tag.set("NumberOfComponents", 1);
+            tag.set("NumberOfTuples", 3);
+            tag.set("DataType", VTK_FLOAT);
+            change(tag);
+        };
+        return block;
+    };
+
+    const struct
+    {
+        const char* nodeKey;
+        RawBlock block;
+        bool isUsed;
+    } cases[] = {
+        {"N_1", stored("T", [](Properties&) {}), true},
+        {"N_11", stored("1T", [](Properties&) {}), false}, // the same checksum: session, key and name run together
+        {"N_1", stored("T", [](Properties& tag) { tag.set("DataType", VTK_INT, Properties::Overwrite); }), false},
+        {"N_1", stored("T", [](Properties& tag) { tag.set("NumberOfTuples", 4, Properties::Overwrite); }), false},
+        {"N_1", stored("T", position("FilePos", 0)), false},
+        {"N_1", stored("T", position("Length", 0)), false},
+        {"N_1", stored("T", position("Length", 1 << 20)), false},
+        {"N_1", stored("T", position("FilePos", ~std::uint64_t{0})), false},
+    };
+
+    for (const auto& test : cases)
+    {
+        SCOPED_TRACE(&test - cases);
+        writer.close();
+        replaceBytes(ContainerBytes().record("t", {test.block}).str());
+        ASSERT_EQ(writer.open(path, true, false), FileIoStatus::Success);
+        Scene scene(test.nodeKey);
+        scene.with(array);
+        const std::uint64_t end = bytes().size();
+        add(writer, scene);
+        EXPECT_EQ(sdb::hexFromProp(blocks().back(), "FilePos") < end, test.isUsed);
+    }
+}
+
+TEST_F(WriterTransactionTest, writersAndReadersOfTwoThreadsDoNotMeet)
+{
+    const auto work = [this](const std::string& name, const std::string& session)
+    {
+        const auto place = directory.file(name).wide;
+        SDBWriter written;
+        written.open(place, false, true);
+        Scene scene;
+        scene.with(triangle()).with(floats("T", std::vector<double>(500, 1.25)));
+        for (int i = 0; i < 20; ++i)
+        {
+            scene.with(floats(std::to_string(i).c_str(), {1.0 * i}));
+            add(written, scene, session);
+        }
+        written.close();
+        tsg::SDBReader read;
+        read.open(place);
+        RecordingStream received;
+        return read.loadRecord(19, received) ? received.calls : std::vector<std::string>{};
+    };
+    std::vector<std::string> here, there;
+    std::thread other([&] { there = work("other.sce", "other"); });
+    here = work("here.sce", "here");
+    other.join();
+    EXPECT_EQ(here.size(), 23U);
+    EXPECT_EQ(there, here);
 }
 
 TEST_F(WriterTransactionTest, appendingToAnyPrefixIsReadableOrRefusedAndUnchanged)

@@ -1,0 +1,149 @@
+#include "CommandTable.h"
+
+#include "ImportTarget.h"
+#include "OutputFile.h"
+#include "Png.h"
+#include "RecordAddress.h"
+#include "SceneFile.h"
+#include "Text.h"
+
+#include "platform/FileSystem.h"
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+
+struct ThumbOptions
+{
+    std::string address;
+    std::string output;
+    std::string picture; ///< to be set
+    bool force = false;
+};
+
+/// The record that is meant, as an index of the file; none without one in the address.
+std::optional<int> recordOf(const RecordAddress& address, const SceneFile& file)
+{
+    return address.index ? std::make_optional(static_cast<int>(placeOf(address, file.records().size()))) : std::nullopt;
+}
+
+/// The newest thumbnail of a record, or of any.
+const Properties& newestThumbnail(const SceneFile& file, std::optional<int> record)
+{
+    for (auto tag = file.thumbnails().rbegin(); tag != file.thumbnails().rend(); ++tag)
+    {
+        if (!record || tag->getInt(key::RECORD_INDEX) == *record)
+        {
+            return *tag;
+        }
+    }
+    throw Failure(WrongUsage, record ? file.placeOf(static_cast<std::size_t>(*record)) : shown(file.path()),
+                  "there is no thumbnail", "--set adds one; `tavosce info` lists those there are");
+}
+
+tsg::Bitmap<3> readThumbnail(SceneFile& file, const Properties& tag)
+{
+    const std::string place = shown(file.path()) + ": thumbnail of record " +
+                              std::to_string(tag.getInt(key::RECORD_INDEX)) + " (byte " +
+                              hexadecimal(sdb::hexFromProp(tag, key::FILE_POS)) + ')';
+    const auto end = sdb::detail::extentEnd(tag);
+    if (!end || *end > file.size())
+    {
+        throw Failure(TooDamaged, place, "the picture reaches beyond the end of the file");
+    }
+    tsg::Bitmap<3> bitmap;
+    sdb::getThumbnailData(file.stream(), tag, bitmap);
+    const std::uint64_t length = sdb::hexFromProp(tag, key::LENGTH);
+    if (bitmap.getSize() == 0 || length != bitmap.getSize())
+    {
+        throw Failure(TooDamaged, place,
+                      "no picture: " + counted(length, "byte") + " for " + std::to_string(tag.getInt(key::WIDTH)) +
+                          " x " + std::to_string(tag.getInt(key::HEIGHT)) + " pixels");
+    }
+    return bitmap;
+}
+
+void acknowledge(const std::string& path, const tsg::Bitmap<3>& bitmap, int record, std::ostream& out)
+{
+    out << shown(path) << ": thumbnail of record " << record << ", " << bitmap.getWidth() << " x " << bitmap.getHeight()
+        << " pixels\n";
+}
+
+void getThumbnail(const ThumbOptions& options, Console& console)
+{
+    const RecordAddress address = parseAddress(options.address);
+    SceneFile file(address.file);
+    const Properties& tag = newestThumbnail(file, recordOf(address, file));
+    const tsg::Bitmap<3> bitmap = readThumbnail(file, tag);
+    if (isSameFile(options.output, address.file))
+    {
+        throw Failure(WrongUsage, shown(options.output), "the output would replace the scene database");
+    }
+    OutputFile output(options.output, options.force);
+    writePng(bitmap, OS::toNarrow(output.path()), shown(options.output));
+    output.install();
+    file.reportEnd(console.report);
+    acknowledge(options.output, bitmap, tag.getInt(key::RECORD_INDEX), console.out);
+}
+
+void setThumbnail(const ThumbOptions& options, Console& console)
+{
+    const RecordAddress address = parseAddress(options.address);
+    std::optional<int> record;
+    {
+        const SceneFile file(address.file);
+        record = recordOf(address, file);
+    }
+    if (!record)
+    {
+        throw Failure(WrongUsage, shown(options.address), "--set needs to know the record",
+                      "name it as FILE:INDEX; -1 is the last one");
+    }
+    const tsg::Bitmap<3> bitmap = readPng(options.picture);
+    tsg::SDBWriter writer;
+    openForAdding(writer, address.file, true);
+    errno = 0;
+    const tsg::io::FileIoStatus status = writer.addThumbnail(*record, bitmap);
+    if (status != tsg::io::FileIoStatus::Success || writer.hasFailed())
+    {
+        throw Failure(CannotWrite, shown(address.file), "cannot write: " + systemReason());
+    }
+    writer.close();
+    acknowledge(address.file, bitmap, *record, console.out);
+}
+
+} // namespace
+
+Run declareThumb(CLI::App& app)
+{
+    const auto options = std::make_shared<ThumbOptions>();
+    app.add_option("FILE[:REC]", options->address,
+                   "Scene database; without a record its newest thumbnail is taken, with one the newest of that record")
+        ->required();
+    auto* const way = app.add_option_group("what to do");
+    auto* const output = way->add_option("-o", options->output, "PNG file to write")->type_name("OUT.png");
+    way->add_option("--set", options->picture, "Add this picture to the scene database as thumbnail of the record")
+        ->type_name("IN.png");
+    way->require_option(1);
+    app.add_flag("--force", options->force, "Replace the PNG file if it exists")->needs(output);
+    return [options](Console& console)
+    { options->picture.empty() ? getThumbnail(*options, console) : setThumbnail(*options, console); };
+}
+
+} // namespace tavosce
