@@ -123,6 +123,34 @@ TEST_F(FileStreamsTest, updatesInPlaceAndCuts)
     EXPECT_EQ(content(), "ab2");
 }
 
+TEST_F(FileStreamsTest, writingBeginsWithAnEmptyRegularFile)
+{
+    write("what was there before");
+    for (const auto& path : {_file.wide, _directory.file("new").wide})
+    {
+        const auto stream = OS::openForWriting(path, OS::LineEnds::AsWritten);
+        ASSERT_TRUE(stream->is_open() && stream->good());
+        *stream << "a\n";
+        stream->close();
+        EXPECT_EQ(std::filesystem::file_size(path), 2U);
+    }
+    const auto fifo = _directory.file("fifo");
+    ASSERT_EQ(mkfifo(fifo.narrow.c_str(), 0600), 0);
+    const std::pair<std::wstring, int> cases[] = {{_directory.file("missing/file").wide, ENOENT},
+                                                  {_directory.widePath(), EISDIR},
+                                                  {L"/dev/null", ENOTSUP},
+                                                  {fifo.wide, ENXIO},
+                                                  {_file.wide + std::wstring(1, L'\0'), EINVAL}};
+    for (const auto& [path, reason] : cases)
+    {
+        errno = 0;
+        const auto stream = OS::openForWriting(path, OS::LineEnds::OfThePlatform);
+        EXPECT_EQ(errno, reason);
+        EXPECT_TRUE(!stream->is_open() && stream->fail());
+    }
+    EXPECT_EQ(openDescriptors(), _descriptorsBefore);
+}
+
 TEST_F(FileStreamsTest, cuttingFollowsTheOpenFileNotItsPath)
 {
     write("first");

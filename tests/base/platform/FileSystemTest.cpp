@@ -181,6 +181,20 @@ TEST_F(FileSystemTest, replacingAndDeletingTakeRegularFilesOnly)
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*reader), {}), "new") << "who has it open still reads it";
 }
 
+TEST_F(FileSystemTest, namesOfFilesLeadNowhereElse)
+{
+    for (const std::wstring& name : {std::wstring(L"a b"), std::wstring(L"..."), std::wstring(L"\\:*"),
+                                     std::wstring(255, L'a'), std::wstring(127, L'\u00e4')})
+    {
+        EXPECT_TRUE(_fileSystem.isFileName(name));
+    }
+    for (const std::wstring& name : {std::wstring(), std::wstring(L"."), std::wstring(L".."), std::wstring(L"a/b"),
+                                     std::wstring(L"a\0b", 3), std::wstring(256, L'a'), std::wstring(128, L'\u00e4')})
+    {
+        EXPECT_FALSE(_fileSystem.isFileName(name));
+    }
+}
+
 TEST_F(FileSystemTest, pathsWithANulNameNothing)
 {
     const auto file = write("file", "content"), free = directory.file("free");
