@@ -1,6 +1,7 @@
 #include "scenegraph/io/SDBDataWriter.h"
 
 #include "scenegraph/io/detail/ArrayRecord.h"
+#include "scenegraph/io/detail/AttributeValues.h"
 #include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
 
@@ -37,88 +38,6 @@ namespace
 {
 
 constexpr int NO_NARROWING = 0;
-constexpr double MAX_BYTE = 255.0;
-
-bool hasTuples(vtkDataArray* array)
-{
-    return array != nullptr && array->GetNumberOfTuples() > 0;
-}
-
-bool anyTuples(vtkFieldData* fieldData)
-{
-    const int count = fieldData != nullptr ? fieldData->GetNumberOfArrays() : 0;
-    for (int i = 0; i < count; ++i)
-    {
-        if (fieldData->GetAbstractArray(i)->GetNumberOfTuples() > 0)
-        {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// The colours that a table really holds. A table that was never built holds none until it is.
-int storedColors(vtkLookupTable* table)
-{
-    if (table == nullptr)
-    {
-        return 0;
-    }
-    const vtkIdType colors = table->GetNumberOfColors();
-    if (table->GetTable()->GetNumberOfTuples() < colors)
-    {
-        table->Build();
-    }
-    return static_cast<int>(std::min(colors, table->GetTable()->GetNumberOfTuples()));
-}
-
-/// Symmetric tensors keep six components in VTK (xx, yy, zz, xy, yz, xz); all nine are stored.
-vtkSmartPointer<vtkDataArray> withNineComponents(vtkDataArray& tensors)
-{
-    constexpr int SYMMETRIC = 6;
-    constexpr int SOURCES[] = {0, 3, 5, 3, 1, 4, 5, 4, 2};
-    if (tensors.GetNumberOfComponents() != SYMMETRIC)
-    {
-        return &tensors;
-    }
-    auto full = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(tensors.GetDataType()));
-    full->SetName(tensors.GetName());
-    full->SetNumberOfComponents(static_cast<int>(std::size(SOURCES)));
-    full->SetNumberOfTuples(tensors.GetNumberOfTuples());
-    for (int i = 0; i < full->GetNumberOfComponents(); ++i)
-    {
-        full->CopyComponent(i, &tensors, SOURCES[i]);
-    }
-    return full;
-}
-
-/// Colour scalars as text, with a line break after every second tuple from the third on.
-std::string colorLines(const unsigned char* values, int tuples, int components)
-{
-    std::string text;
-    for (int tuple = 0; tuple < tuples; ++tuple)
-    {
-        for (int i = 0; i < components; ++i)
-        {
-            text += detail::decimal(*values++ / MAX_BYTE) + ' ';
-        }
-        text += tuple != 0 && tuple % 2 == 0 ? "\n" : "";
-    }
-    return text;
-}
-
-std::string tableLines(vtkLookupTable& table, int colors)
-{
-    std::string text;
-    for (int i = 0; i < colors; ++i)
-    {
-        double rgba[detail::COLOR_BYTES];
-        table.GetTableValue(i, rgba);
-        text += detail::decimal(rgba[0]) + ' ' + detail::decimal(rgba[1]) + ' ' + detail::decimal(rgba[2]) + ' ' +
-                detail::decimal(rgba[3]) + '\n';
-    }
-    return text;
-}
 
 } // namespace
 
@@ -163,7 +82,7 @@ int SDBDataWriter::WriteAttributes(std::ofstream* fp, const std::string& keyword
     }
     detail::writeText(*fp, keyword + ' ' + std::to_string(num) + '\n');
     const int tuples = static_cast<int>(num);
-    if (hasTuples(attributes->GetScalars()) && this->WriteScalarData(fp, attributes->GetScalars(), tuples) == 0)
+    if (detail::hasTuples(attributes->GetScalars()) && this->WriteScalarData(fp, attributes->GetScalars(), tuples) == 0)
     {
         return 0;
     }
@@ -171,12 +90,12 @@ int SDBDataWriter::WriteAttributes(std::ofstream* fp, const std::string& keyword
          {&VECTORS_KIND, &NORMALS_KIND, &TCOORDS_KIND, &TENSORS_KIND, &GLOBAL_IDS_KIND})
     {
         vtkDataArray* const array = attributes->GetAttribute(kind->format.attribute);
-        if (hasTuples(array) && this->WriteAttribute(fp, *kind, array, tuples) == 0)
+        if (detail::hasTuples(array) && this->WriteAttribute(fp, *kind, array, tuples) == 0)
         {
             return 0;
         }
     }
-    return anyTuples(attributes) ? this->WriteFieldData(fp, attributes) : 1;
+    return detail::anyTuples(attributes) ? this->WriteFieldData(fp, attributes) : 1;
 }
 
 int SDBDataWriter::WriteAttribute(std::ofstream* fp, const AttributeKind& kind, vtkDataArray* array, int num)
@@ -187,7 +106,7 @@ int SDBDataWriter::WriteAttribute(std::ofstream* fp, const AttributeKind& kind, 
     }
     const int components = kind.format.components != 0 ? kind.format.components : array->GetNumberOfComponents();
     const bool tensors = kind.format.attribute == vtkDataSetAttributes::TENSORS;
-    const auto values = tensors ? withNineComponents(*array) : vtkSmartPointer<vtkDataArray>(array);
+    const auto values = tensors ? detail::withNineComponents(*array) : vtkSmartPointer<vtkDataArray>(array);
     const detail::ArrayRecord record(*values, num, components, NO_NARROWING, *this->NarrowingBuffer);
     if (this->ReportRefusal(*array, record.refusal()))
     {
@@ -237,7 +156,7 @@ int SDBDataWriter::WriteScalarData(std::ofstream* fp, vtkDataArray* scalars, int
         return 1;
     }
     vtkLookupTable* const table = scalars->GetLookupTable();
-    const int colors = storedColors(table);
+    const int colors = detail::storedColors(table);
     const std::string name = this->AttributeName(SCALARS_KIND, *scalars);
     int written = 0;
     if (scalars->GetDataType() == VTK_UNSIGNED_CHAR)
@@ -267,7 +186,8 @@ int SDBDataWriter::WriteColorScalars(std::ofstream* fp, const detail::ArrayRecor
     }
     else
     {
-        detail::writeText(*fp, colorLines(reinterpret_cast<const unsigned char*>(record.data()), num, components));
+        detail::writeText(*fp,
+                          detail::colorLines(reinterpret_cast<const unsigned char*>(record.data()), num, components));
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);
@@ -284,28 +204,19 @@ int SDBDataWriter::WriteLookupTable(std::ofstream* fp, vtkLookupTable& table, in
     }
     else
     {
-        detail::writeText(*fp, tableLines(table, colors));
+        detail::writeText(*fp, detail::tableLines(table, colors));
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);
 }
 
-/// Attributes have records of their own, or none: pedigree ids and edge flags are not stored. The kinds that VTK has
-/// added since are ordinary arrays to the format.
 std::vector<vtkDataArray*> SDBDataWriter::FieldArrays(vtkFieldData& fieldData)
 {
-    constexpr int FORMAT_ATTRIBUTES = 8;
-    int attributes[vtkDataSetAttributes::NUM_ATTRIBUTES];
-    std::fill(std::begin(attributes), std::end(attributes), -1);
-    if (auto* const set = vtkDataSetAttributes::SafeDownCast(&fieldData))
-    {
-        set->GetAttributeIndices(attributes);
-    }
     std::vector<vtkDataArray*> arrays;
-    for (int i = 0; i < fieldData.GetNumberOfArrays(); ++i)
+    for (const int i : detail::ordinaryArrays(fieldData))
     {
         vtkDataArray* const array = fieldData.GetArray(i);
-        if (vtkIsInTheList(i, attributes, FORMAT_ATTRIBUTES) == 0 && this->includeArray(array) &&
+        if (this->includeArray(array) &&
             !this->ReportRefusal(
                 *array, detail::recordRefusal(*array, array->GetNumberOfTuples(), array->GetNumberOfComponents())))
         {
@@ -351,7 +262,7 @@ int SDBDataWriter::WriteDataSetData(std::ofstream* fp, vtkDataSet* dataSet)
         return 0;
     }
     vtkFieldData* const fieldData = dataSet->GetFieldData();
-    return anyTuples(fieldData) ? this->WriteFieldData(fp, fieldData) : 1;
+    return detail::anyTuples(fieldData) ? this->WriteFieldData(fp, fieldData) : 1;
 }
 
 } // namespace tsg

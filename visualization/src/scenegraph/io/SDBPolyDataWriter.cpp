@@ -1,12 +1,11 @@
 #include "scenegraph/io/SDBPolyDataWriter.h"
 
 #include "scenegraph/io/detail/BlockText.h"
+#include "scenegraph/io/detail/CellSections.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/PolyDataInput.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
-#include <vtkCellArray.h>
-#include <vtkExecutive.h>
-#include <vtkInformation.h>
 #include <vtkObjectFactory.h>
 #include <vtkPolyData.h>
 
@@ -20,19 +19,6 @@ constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDBPolyDataWrite
 
 constexpr detail::VtkReport HEADER_FAILED{"Error writing header to file", SOURCE, 47};
 constexpr detail::VtkReport DATA_SET_FAILED{"Error writing data set to memory", SOURCE, 104};
-
-struct CellSection
-{
-    vtkCellArray* (vtkPolyData::*cells)();
-    std::string_view keyword;
-};
-
-constexpr CellSection CELL_SECTIONS[] = {
-    {&vtkPolyData::GetVerts, detail::VERTICES_WORD},
-    {&vtkPolyData::GetLines, detail::LINES_WORD},
-    {&vtkPolyData::GetPolys, detail::POLYGONS_WORD},
-    {&vtkPolyData::GetStrips, detail::TRIANGLE_STRIPS_WORD},
-};
 
 } // namespace
 
@@ -50,15 +36,12 @@ vtkPolyData* SDBPolyDataWriter::GetInput()
 
 vtkPolyData* SDBPolyDataWriter::GetInput(int port)
 {
-    const bool connected =
-        port >= 0 && port < this->GetNumberOfInputPorts() && this->GetNumberOfInputConnections(port) > 0;
-    return connected ? vtkPolyData::SafeDownCast(this->GetExecutive()->GetInputData(port, 0)) : nullptr;
+    return detail::polyDataInput(*this, port);
 }
 
 int SDBPolyDataWriter::FillInputPortInformation(int, vtkInformation* info)
 {
-    info->Set(vtkAlgorithm::INPUT_REQUIRED_DATA_TYPE(), "vtkPolyData");
-    return 1;
+    return detail::requirePolyData(info);
 }
 
 void SDBPolyDataWriter::WriteData()
@@ -82,7 +65,7 @@ void SDBPolyDataWriter::WriteData()
 int SDBPolyDataWriter::WriteCellsAndTheirData(std::ofstream* fp, vtkPolyData& input)
 {
     bool complete = true;
-    for (const CellSection& row : CELL_SECTIONS)
+    for (const detail::CellSection& row : detail::CELL_SECTIONS)
     {
         const Section result = this->WriteCellSection(fp, (input.*row.cells)(), row.keyword.data());
         if (result == Section::Failed)

@@ -1,0 +1,355 @@
+#include "scenegraph/io/SceneGraphDataWriter.h"
+
+#include "platform/FileStreams.h"
+#include "platform/Platform.h"
+#include "scenegraph/io/detail/BlockText.h"
+#include "scenegraph/io/detail/ConnectivityList.h"
+#include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/StoredArray.h"
+#include "scenegraph/io/detail/TextValues.h"
+#include "scenegraph/io/detail/VtkReport.h"
+
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include <vtkBitArray.h>
+#include <vtkCellArray.h>
+#include <vtkErrorCode.h>
+#include <vtkExecutive.h>
+#include <vtkInformation.h>
+#include <vtkObjectFactory.h>
+#include <vtkPoints.h>
+
+namespace tsg
+{
+
+namespace
+{
+
+constexpr const char* SOURCE = "visualization/src/scenegraph/io/SceneGraphDataWriter";
+
+constexpr detail::VtkReport NO_FILE_NAME{"No FileName specified! Can't write!", SOURCE, 144};
+constexpr detail::VtkReport NO_INPUT{"No input! Can't write!", SOURCE, 164};
+constexpr detail::VtkReport CANNOT_OPEN{"Unable to open file: ", SOURCE, 191};
+constexpr detail::VtkReport LONG_STRING{"The output string takes 2 GiB or more", SOURCE, 232};
+constexpr detail::VtkReport REFUSED_ARRAY{"Array is not written: ", SOURCE, 301};
+constexpr detail::VtkReport REFUSED_CELLS{"Cells are not written, nor any cell data: ", SOURCE, 358};
+constexpr detail::VtkReport UNSUPPORTED_TYPE{"Type currently not supported", SOURCE, 690};
+constexpr detail::VtkReport NO_CONCRETE_WRITER{"WriteData() should be implemented in concrete subclass", SOURCE, 1143};
+
+constexpr int BITS_PER_LINE = 8;
+
+/// The word for the type of an array: ids have no width in these files.
+std::string_view legacyWord(const detail::TypeWord& type)
+{
+    return type.vtkType == VTK_ID_TYPE ? "vtkIdType" : type.word;
+}
+
+} // namespace
+
+vtkObjectFactoryNewMacro(SceneGraphDataWriter);
+
+SceneGraphDataWriter::SceneGraphDataWriter()
+{
+    this->SceneGraphDataWriter::SetHeader("vtk output");
+    this->SceneGraphDataWriter::SetLookupTableName(detail::LOOKUP_TABLE_NAME);
+    this->SceneGraphDataWriter::SetFieldDataName(detail::FIELD_DATA_NAME);
+}
+
+SceneGraphDataWriter::~SceneGraphDataWriter()
+{
+    for (char* text :
+         {this->OutputString, this->FileName, this->Header, this->ScalarsName, this->VectorsName, this->TensorsName,
+          this->TCoordsName, this->NormalsName, this->LookupTableName, this->FieldDataName, this->GlobalIdsName})
+    {
+        delete[] text;
+    }
+}
+
+int SceneGraphDataWriter::FillInputPortInformation(int, vtkInformation* info)
+{
+    info->Set(vtkAlgorithm::INPUT_REQUIRED_DATA_TYPE(), "vtkDataSet");
+    return 1;
+}
+
+void SceneGraphDataWriter::WriteData()
+{
+    detail::reportError(*this, NO_CONCRETE_WRITER);
+}
+
+void SceneGraphDataWriter::SetOStream(std::ostream* stream, int fileType)
+{
+    this->OStream = stream;
+    this->WriteToOStream = 1;
+    this->SetFileType(fileType);
+}
+
+char* SceneGraphDataWriter::RegisterAndGetOutputString()
+{
+    this->OutputStringLength = 0;
+    return std::exchange(this->OutputString, nullptr);
+}
+
+std::ostream* SceneGraphDataWriter::OpenVTKFile()
+{
+    this->OpenedFile.clear();
+    this->RefusedCells = false;
+    if (this->WriteToOStream == 1)
+    {
+        return this->OStream;
+    }
+    return this->WriteToOutputString != 0 ? this->OpenString() : this->OpenFile();
+}
+
+std::ostream* SceneGraphDataWriter::OpenString()
+{
+    delete[] this->RegisterAndGetOutputString();
+    if (this->GetInput() == nullptr)
+    {
+        detail::reportError(*this, NO_INPUT);
+        return nullptr;
+    }
+    if (vtkExecutive* const input = this->GetInputExecutive(0, 0))
+    {
+        input->Update();
+    }
+    return new std::stringstream;
+}
+
+std::ostream* SceneGraphDataWriter::OpenFile()
+{
+    if (this->FileName == nullptr)
+    {
+        detail::reportError(*this, NO_FILE_NAME);
+        this->SetErrorCode(vtkErrorCode::NoFileNameError);
+        return nullptr;
+    }
+    const auto lineEnds = this->FileType == VTK_ASCII ? OS::LineEnds::OfThePlatform : OS::LineEnds::AsWritten;
+    std::unique_ptr<std::ofstream> file = OS::openForWriting(OS::toWide(this->FileName), lineEnds);
+    if (!file->good())
+    {
+        detail::reportError(*this, CANNOT_OPEN, this->FileName);
+        this->SetErrorCode(vtkErrorCode::CannotOpenFileError);
+        return nullptr;
+    }
+    this->OpenedFile = this->FileName;
+    return file.release(); // CloseVTKFile deletes it
+}
+
+void SceneGraphDataWriter::CloseVTKFile(std::ostream* fp)
+{
+    if (this->WriteToOStream == 1 || fp == nullptr)
+    {
+        return;
+    }
+    const std::unique_ptr<std::ostream> stream(fp);
+    if (this->WriteToOutputString != 0)
+    {
+        if (const auto* const text = dynamic_cast<std::stringstream*>(fp))
+        {
+            this->KeepString(text->str());
+        }
+    }
+}
+
+void SceneGraphDataWriter::KeepString(std::string text)
+{
+    if (text.size() > INT32_MAX)
+    {
+        detail::reportError(*this, LONG_STRING);
+        this->SetErrorCode(vtkErrorCode::FileFormatError);
+        return;
+    }
+    this->OutputStringLength = static_cast<int>(text.size());
+    this->OutputString = new char[text.size() + 1];
+    std::memcpy(this->OutputString, text.c_str(), text.size() + 1);
+}
+
+void SceneGraphDataWriter::DeleteOpenedFile()
+{
+    if (!this->OpenedFile.empty())
+    {
+        (void)Platform::filesystem().markForDeletion(OS::toWide(this->OpenedFile));
+    }
+}
+
+int SceneGraphDataWriter::WriteHeader(std::ostream* fp)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    std::string text(detail::IDENTIFICATION);
+    text += '\n';
+    text += detail::firstNonEmpty({this->Header});
+    text += '\n';
+    text += this->FileType == VTK_ASCII ? detail::ASCII_WORD : detail::BINARY_WORD;
+    text += '\n';
+    detail::writeText(*fp, text);
+    return this->FinishSection(fp);
+}
+
+int SceneGraphDataWriter::FinishSection(std::ostream* fp)
+{
+    fp->flush();
+    if (fp->fail())
+    {
+        this->SetErrorCode(vtkErrorCode::OutOfDiskSpaceError);
+        return 0;
+    }
+    return 1;
+}
+
+bool SceneGraphDataWriter::Refuse(vtkDataArray& array, std::int64_t values)
+{
+    if (detail::typeWordOf(array.GetDataType()) == nullptr)
+    {
+        detail::reportError(*this, UNSUPPORTED_TYPE);
+        return true;
+    }
+    const std::string refusal = detail::storingRefusal(array, values);
+    if (!refusal.empty())
+    {
+        detail::reportError(*this, REFUSED_ARRAY,
+                            '"' + std::string(detail::firstNonEmpty({array.GetName()})) + "\": " + refusal);
+    }
+    return !refusal.empty();
+}
+
+/// Bits as they lie in memory, the first in the highest place; of the last byte the rest is zero.
+void SceneGraphDataWriter::WriteBits(std::ostream& out, vtkDataArray& array, std::int64_t count) const
+{
+    auto& bits = *vtkBitArray::SafeDownCast(&array);
+    std::string text;
+    char byte = 0;
+    for (std::int64_t i = 0; i < count; ++i)
+    {
+        const int place = static_cast<int>(i % BITS_PER_LINE);
+        const bool last = place + 1 == BITS_PER_LINE;
+        const int bit = bits.GetValue(i) != 0 ? 1 : 0;
+        if (this->FileType == VTK_ASCII)
+        {
+            text += bit != 0 ? '1' : '0';
+            text += last ? '\n' : ' ';
+            continue;
+        }
+        byte = static_cast<char>(byte | bit << (BITS_PER_LINE - 1 - place));
+        if (last || i + 1 == count)
+        {
+            text += std::exchange(byte, '\0');
+        }
+    }
+    detail::writeText(out, text);
+}
+
+void SceneGraphDataWriter::WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const
+{
+    const detail::TypeWord& type = *detail::typeWordOf(array.GetDataType());
+    if (type.vtkType == VTK_BIT)
+    {
+        this->WriteBits(out, array, count);
+        return;
+    }
+    const detail::StoredValues values(array, count);
+    if (values.size() > 0 && this->FileType == VTK_ASCII)
+    {
+        detail::writeAsText(out, type.vtkType, values.data(), count);
+    }
+    else if (values.size() > 0)
+    {
+        detail::writeBigEndian(out, type.width, values.data(), count);
+    }
+}
+
+int SceneGraphDataWriter::WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format,
+                                      std::int64_t values)
+{
+    detail::writeText(*fp, detail::fillTemplate(format, legacyWord(*detail::typeWordOf(array.GetDataType()))));
+    this->WriteValues(*fp, array, values);
+    detail::writeText(*fp, "\n");
+    return this->FinishSection(fp);
+}
+
+int SceneGraphDataWriter::WriteArray(std::ostream* fp, int dataType, vtkDataArray* data, const char* format, int num,
+                                     int numComp)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    if (data == nullptr || data->GetDataType() != dataType)
+    {
+        detail::reportError(*this, UNSUPPORTED_TYPE);
+        return 0;
+    }
+    const std::int64_t values = std::int64_t{num} * numComp;
+    return this->Refuse(*data, values) ? 0 : this->WriteRecord(fp, *data, format, values);
+}
+
+int SceneGraphDataWriter::WritePoints(std::ostream* fp, vtkPoints* points)
+{
+    constexpr int DIMENSIONS = 3;
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    const std::string keyword(detail::POINTS_WORD);
+    if (points == nullptr)
+    {
+        detail::writeText(*fp, keyword + " 0 float\n");
+        return 1;
+    }
+    vtkDataArray& coordinates = *points->GetData();
+    const std::int64_t num = coordinates.GetNumberOfTuples();
+    return this->Refuse(coordinates, num * DIMENSIONS)
+               ? 0
+               : this->WriteRecord(fp, coordinates, keyword + ' ' + std::to_string(num) + " %s\n", num * DIMENSIONS);
+}
+
+int SceneGraphDataWriter::WriteCoordinates(std::ostream* fp, vtkDataArray* coordinates, int axis)
+{
+    if (fp == nullptr || coordinates == nullptr)
+    {
+        return 0;
+    }
+    const std::string letter(1, axis == 0 ? 'X' : axis == 1 ? 'Y' : 'Z');
+    const std::int64_t num = coordinates->GetNumberOfTuples();
+    return this->Refuse(*coordinates, num)
+               ? 0
+               : this->WriteRecord(fp, *coordinates, letter + "_COORDINATES " + std::to_string(num) + " %s\n", num);
+}
+
+int SceneGraphDataWriter::WriteCells(std::ostream* fp, vtkCellArray* cells, const char* keyword)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    if (cells == nullptr || cells->GetNumberOfCells() < 1)
+    {
+        return 1;
+    }
+    const detail::ConnectivityList list(*cells);
+    if (!list.refusal().empty())
+    {
+        detail::reportError(*this, REFUSED_CELLS, std::string(keyword) + ": " + list.refusal());
+        this->RefusedCells = true;
+        return 1;
+    }
+    detail::writeText(*fp, std::string(keyword) + ' ' + std::to_string(cells->GetNumberOfCells()) + ' ' +
+                               std::to_string(list.size()) + '\n');
+    if (this->FileType == VTK_BINARY)
+    {
+        detail::writeBigEndian(*fp, sizeof(*list.begin()), reinterpret_cast<const char*>(list.begin()), list.size());
+    }
+    else
+    {
+        detail::writeText(*fp, list.text());
+    }
+    detail::writeText(*fp, "\n");
+    return this->FinishSection(fp);
+}
+
+} // namespace tsg

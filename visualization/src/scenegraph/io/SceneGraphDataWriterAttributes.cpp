@@ -1,0 +1,291 @@
+#include "scenegraph/io/SceneGraphDataWriter.h"
+
+#include "scenegraph/io/detail/AttributeValues.h"
+#include "scenegraph/io/detail/BlockText.h"
+#include "scenegraph/io/detail/DatasetBlock.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <vtkCellData.h>
+#include <vtkDataSet.h>
+#include <vtkErrorCode.h>
+#include <vtkLookupTable.h>
+#include <vtkPointData.h>
+
+/// Attributes, colours and field data: the records of a point-data or cell-data section. And what the writer says of
+/// itself.
+namespace tsg
+{
+
+struct SceneGraphDataWriter::AttributeKind
+{
+    const detail::AttributeFormat& format;
+    char* SceneGraphDataWriter::*explicitName;
+};
+
+using Writer = SceneGraphDataWriter;
+const Writer::AttributeKind Writer::SCALARS_KIND{detail::SCALARS_FORMAT, &Writer::ScalarsName};
+const Writer::AttributeKind Writer::VECTORS_KIND{detail::VECTORS_FORMAT, &Writer::VectorsName};
+const Writer::AttributeKind Writer::NORMALS_KIND{detail::NORMALS_FORMAT, &Writer::NormalsName};
+const Writer::AttributeKind Writer::TCOORDS_KIND{detail::TCOORDS_FORMAT, &Writer::TCoordsName};
+const Writer::AttributeKind Writer::TENSORS_KIND{detail::TENSORS_FORMAT, &Writer::TensorsName};
+const Writer::AttributeKind Writer::GLOBAL_IDS_KIND{detail::GLOBAL_IDS_FORMAT, &Writer::GlobalIdsName};
+
+std::string SceneGraphDataWriter::AttributeName(const AttributeKind& kind, vtkDataArray& array)
+{
+    return detail::encodedName(
+        *this, detail::firstNonEmpty({this->*kind.explicitName, array.GetName(), kind.format.defaultName.data()}));
+}
+
+std::string SceneGraphDataWriter::LookupTableWord() const
+{
+    return detail::firstNonEmpty({this->LookupTableName, detail::LOOKUP_TABLE_NAME});
+}
+
+int SceneGraphDataWriter::WriteCellData(std::ostream* fp, vtkDataSet* dataSet)
+{
+    return this->WriteAttributes(fp, std::string(detail::CELL_DATA_WORD), dataSet->GetCellData(),
+                                 dataSet->GetNumberOfCells());
+}
+
+int SceneGraphDataWriter::WritePointData(std::ostream* fp, vtkDataSet* dataSet)
+{
+    return this->WriteAttributes(fp, std::string(detail::POINT_DATA_WORD), dataSet->GetPointData(),
+                                 dataSet->GetNumberOfPoints());
+}
+
+int SceneGraphDataWriter::WriteAttributes(std::ostream* fp, const std::string& keyword,
+                                          vtkDataSetAttributes* attributes, std::int64_t num)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    if (num < 1 || !detail::anyTuples(attributes))
+    {
+        return 1;
+    }
+    detail::writeText(*fp, keyword + ' ' + std::to_string(num) + '\n');
+    const int tuples = static_cast<int>(num);
+    if (detail::hasTuples(attributes->GetScalars()) && this->WriteScalarData(fp, attributes->GetScalars(), tuples) == 0)
+    {
+        return 0;
+    }
+    for (const AttributeKind* const kind :
+         {&VECTORS_KIND, &NORMALS_KIND, &TCOORDS_KIND, &TENSORS_KIND, &GLOBAL_IDS_KIND})
+    {
+        vtkDataArray* const array = attributes->GetAttribute(kind->format.attribute);
+        if (detail::hasTuples(array) && this->WriteAttribute(fp, *kind, array, tuples) == 0)
+        {
+            return 0;
+        }
+    }
+    return this->WriteFieldData(fp, attributes);
+}
+
+int SceneGraphDataWriter::WriteAttribute(std::ostream* fp, const AttributeKind& kind, vtkDataArray* array, int num)
+{
+    if (fp == nullptr || array == nullptr)
+    {
+        return fp == nullptr ? 0 : 1;
+    }
+    const int components = kind.format.components != 0 ? kind.format.components : array->GetNumberOfComponents();
+    const bool tensors = kind.format.attribute == vtkDataSetAttributes::TENSORS;
+    const auto values = tensors ? detail::withNineComponents(*array) : vtkSmartPointer<vtkDataArray>(array);
+    const std::int64_t count = std::int64_t{num} * components;
+    if (this->Refuse(*values, count))
+    {
+        return 1;
+    }
+    const std::string dimension = kind.format.components != 0 ? "" : ' ' + std::to_string(components);
+    return this->WriteRecord(fp, *values,
+                             std::string(kind.format.keyword) + ' ' +
+                                 detail::escapedForTemplate(this->AttributeName(kind, *array)) + dimension + " %s\n",
+                             count);
+}
+
+int SceneGraphDataWriter::WriteVectorData(std::ostream* fp, vtkDataArray* vectors, int num)
+{
+    return this->WriteAttribute(fp, VECTORS_KIND, vectors, num);
+}
+
+int SceneGraphDataWriter::WriteNormalData(std::ostream* fp, vtkDataArray* normals, int num)
+{
+    return this->WriteAttribute(fp, NORMALS_KIND, normals, num);
+}
+
+int SceneGraphDataWriter::WriteTCoordData(std::ostream* fp, vtkDataArray* tcoords, int num)
+{
+    return this->WriteAttribute(fp, TCOORDS_KIND, tcoords, num);
+}
+
+int SceneGraphDataWriter::WriteTensorData(std::ostream* fp, vtkDataArray* tensors, int num)
+{
+    return this->WriteAttribute(fp, TENSORS_KIND, tensors, num);
+}
+
+int SceneGraphDataWriter::WriteGlobalIdData(std::ostream* fp, vtkDataArray* globalIds, int num)
+{
+    return this->WriteAttribute(fp, GLOBAL_IDS_KIND, globalIds, num);
+}
+
+int SceneGraphDataWriter::WriteScalarData(std::ostream* fp, vtkDataArray* scalars, int num)
+{
+    if (fp == nullptr || scalars == nullptr)
+    {
+        return fp == nullptr ? 0 : 1;
+    }
+    const int components = scalars->GetNumberOfComponents();
+    if (this->Refuse(*scalars, std::int64_t{num} * components))
+    {
+        return 1;
+    }
+    vtkLookupTable* const table = scalars->GetLookupTable();
+    const int colors = detail::storedColors(table);
+    int written = 0;
+    if (scalars->GetDataType() == VTK_UNSIGNED_CHAR)
+    {
+        written = this->WriteColorScalars(fp, *scalars, num);
+    }
+    else
+    {
+        const std::string tableName = colors > 0 ? this->LookupTableWord() : std::string(detail::DEFAULT_LOOKUP_TABLE);
+        written = this->WriteRecord(fp, *scalars,
+                                    std::string(SCALARS_KIND.format.keyword) + ' ' +
+                                        detail::escapedForTemplate(this->AttributeName(SCALARS_KIND, *scalars)) +
+                                        " %s" + (components == 1 ? "" : ' ' + std::to_string(components)) + '\n' +
+                                        std::string(detail::LOOKUP_TABLE_WORD) + ' ' +
+                                        detail::escapedForTemplate(tableName) + '\n',
+                                    std::int64_t{num} * components);
+    }
+    return written != 0 && colors > 0 ? this->WriteLookupTable(fp, *table, colors) : written;
+}
+
+int SceneGraphDataWriter::WriteColorScalars(std::ostream* fp, vtkDataArray& scalars, int num)
+{
+    const int components = scalars.GetNumberOfComponents();
+    detail::writeText(*fp, std::string(detail::COLOR_SCALARS_WORD) + ' ' + this->AttributeName(SCALARS_KIND, scalars) +
+                               ' ' + std::to_string(components) + '\n');
+    if (this->FileType == VTK_BINARY)
+    {
+        this->WriteValues(*fp, scalars, std::int64_t{num} * components);
+    }
+    else
+    {
+        detail::writeText(
+            *fp, detail::colorLines(static_cast<const unsigned char*>(scalars.GetVoidPointer(0)), num, components));
+    }
+    detail::writeText(*fp, "\n");
+    return this->FinishSection(fp);
+}
+
+int SceneGraphDataWriter::WriteLookupTable(std::ostream* fp, vtkLookupTable& table, int colors)
+{
+    detail::writeText(*fp, std::string(detail::LOOKUP_TABLE_WORD) + ' ' + this->LookupTableWord() + ' ' +
+                               std::to_string(colors) + '\n');
+    if (this->FileType == VTK_BINARY)
+    {
+        fp->write(reinterpret_cast<const char*>(table.GetPointer(0)), std::streamsize{detail::COLOR_BYTES} * colors);
+    }
+    else
+    {
+        detail::writeText(*fp, detail::tableLines(table, colors));
+    }
+    detail::writeText(*fp, "\n");
+    return this->FinishSection(fp);
+}
+
+int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    std::vector<vtkDataArray*> arrays; // null for those that are not numeric
+    for (const int i : fieldData != nullptr ? detail::ordinaryArrays(*fieldData) : std::vector<int>())
+    {
+        vtkDataArray* const array = fieldData->GetArray(i);
+        if (array == nullptr || !this->Refuse(*array, array->GetNumberOfTuples() * array->GetNumberOfComponents()))
+        {
+            arrays.push_back(array);
+        }
+    }
+    if (arrays.empty())
+    {
+        return 1;
+    }
+    detail::writeText(*fp, std::string(detail::FIELD_WORD) + ' ' +
+                               detail::firstNonEmpty({this->FieldDataName, detail::FIELD_DATA_NAME}) + ' ' +
+                               std::to_string(arrays.size()) + '\n');
+    for (vtkDataArray* const array : arrays)
+    {
+        if (array == nullptr)
+        {
+            detail::writeText(*fp, "NULL_ARRAY\n");
+            continue;
+        }
+        const std::int64_t num = array->GetNumberOfTuples();
+        const int components = array->GetNumberOfComponents();
+        const std::string name =
+            detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
+        (void)this->WriteRecord(fp, *array, // a failed stream shows in the end
+                                detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
+                                    std::to_string(num) + " %s\n",
+                                num * components);
+    }
+    return this->FinishSection(fp);
+}
+
+int SceneGraphDataWriter::WriteDataSetData(std::ostream* fp, vtkDataSet* dataSet)
+{
+    if (fp == nullptr)
+    {
+        return 0;
+    }
+    vtkFieldData* const fieldData = dataSet->GetFieldData();
+    return detail::anyTuples(fieldData) ? this->WriteFieldData(fp, fieldData) : 1;
+}
+
+void SceneGraphDataWriter::PrintSelf(ostream& os, vtkIndent indent)
+{
+    this->Superclass::PrintSelf(os, indent);
+    os << indent << "File Name: " << (this->FileName != nullptr ? this->FileName : "(none)") << '\n'
+       << indent << "File Type: " << (this->FileType == VTK_BINARY ? "BINARY\n" : "ASCII\n");
+
+    struct Line
+    {
+        const char* label;
+        const char* value;
+        const char* without; ///< the line for null
+    };
+
+    const auto print = [&](const Line& line)
+    {
+        if (line.value != nullptr)
+        {
+            os << indent << line.label << line.value << '\n';
+        }
+        else
+        {
+            os << indent << line.without;
+        }
+    };
+    print({"Header: ", this->Header, "Header: (None)\n"});
+    os << indent << "Output String Length: " << this->OutputStringLength << '\n'
+       << indent << "Output String (addr): " << static_cast<void*>(this->OutputString) << '\n'
+       << indent << "WriteToOutputString: " << (this->WriteToOutputString != 0 ? "On\n" : "Off\n");
+    for (const Line& line : {Line{"Scalars Name: ", this->ScalarsName, "Scalars Name: (None)\n"},
+                             Line{"Vectors Name: ", this->VectorsName, "Vectors Name: (None)\n"},
+                             Line{"Normals Name: ", this->NormalsName, "Normals Name: (None)\n"},
+                             Line{"Tensors Name: ", this->TensorsName, "Tensors Name: (None)\n"},
+                             Line{"Texture Coords Name: ", this->TCoordsName, "Texture Coordinates Name: (None)\n"},
+                             Line{"Global Ids Name: ", this->GlobalIdsName, "Global Ids Name: (None)\n"},
+                             Line{"Lookup Table Name: ", this->LookupTableName, "Lookup Table Name: (None)\n"},
+                             Line{"Field Data Name: ", this->FieldDataName, "Field Data Name: (None)\n"}})
+    {
+        print(line);
+    }
+}
+
+} // namespace tsg

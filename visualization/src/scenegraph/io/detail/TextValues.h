@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+
+/// The values of legacy files. They come in the form in which StoredValues gives them, little-endian.
+namespace tsg::detail
+{
+
+/// Writes values as text, a blank behind each and a line break behind every ninth. Types: those of TYPE_WORDS but bits;
+/// nothing is written for others.
+void writeAsText(std::ostream& out, int vtkType, const char* values, std::int64_t count);
+
+/// Writes values of `width` bytes (1, 2, 4 or 8) with their bytes in big-endian order.
+void writeBigEndian(std::ostream& out, int width, const char* values, std::int64_t count);
+
+} // namespace tsg::detail
