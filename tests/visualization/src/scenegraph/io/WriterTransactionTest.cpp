@@ -2,6 +2,7 @@
 
 #include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
+#include "support/FileSizeLimit.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/Testing.h"
@@ -18,7 +19,6 @@
 #include <unordered_set>
 #include <vector>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -300,32 +300,6 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
     EXPECT_EQ(found[BLOCKS].getString("FilePos"), found[0].getString("FilePos"));
     EXPECT_NE(found[BLOCKS + 1].getString("FilePos"), found[0].getString("FilePos"));
 }
-
-/// Lets no file of this process grow beyond a size while it lives, as if the disk were full.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(std::size_t size)
-        : _handler(signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &_before);
-        const rlimit tight{size, _before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &tight);
-    }
-
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &_before);
-        signal(SIGXFSZ, _handler);
-    }
-
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*_handler)(int);
-    rlimit _before{};
-};
 
 TEST_F(WriterTransactionTest, aFullDiskCostsOnlyTheItemThatDidNotFit)
 {
