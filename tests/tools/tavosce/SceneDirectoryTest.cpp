@@ -1,8 +1,13 @@
+#include "DatasetComparison.h"
+
 #include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
+
+#include <numeric>
+#include <set>
 
 namespace
 {
@@ -12,10 +17,34 @@ using std::filesystem::exists;
 using tsg::NodeData;
 using tsg::NodeStream;
 
-/// Lines that begin or end with one of a text: what a run said.
+/// Standard error has a text in it.
 MATCHER_P(Says, text, "")
 {
     return arg.err.find(text) != std::string::npos;
+}
+
+/// Expects the same datasets, with their arrays in any order.
+void expectSame(vtkPolyData& expected, vtkPolyData& actual)
+{
+    EXPECT_TRUE(tavosce::sameGeometry(expected, actual));
+    for (const int owner : {vtkDataObject::POINT, vtkDataObject::CELL, vtkDataObject::FIELD})
+    {
+        vtkFieldData& fields = *expected.GetAttributesAsFieldData(owner);
+        vtkFieldData& others = *actual.GetAttributesAsFieldData(owner);
+        EXPECT_EQ(fields.GetNumberOfArrays(), others.GetNumberOfArrays());
+        for (int i = 0; i < fields.GetNumberOfArrays(); ++i)
+        {
+            vtkDataArray* const other = others.GetArray(fields.GetArrayName(i));
+            EXPECT_TRUE(other != nullptr && tavosce::sameArray(*fields.GetArray(i), *other)) << fields.GetArrayName(i);
+        }
+        for (int type = 0; owner != vtkDataObject::FIELD && type < vtkDataSetAttributes::NUM_ATTRIBUTES; ++type)
+        {
+            vtkDataArray* const active = expected.GetAttributes(owner)->GetAttribute(type);
+            vtkDataArray* const other = actual.GetAttributes(owner)->GetAttribute(type);
+            ASSERT_EQ(active == nullptr, other == nullptr) << type;
+            EXPECT_TRUE(active == nullptr || std::string(active->GetName()) == other->GetName());
+        }
+    }
 }
 
 class SceneDirectoryVerbTest : public ToolTest
@@ -85,7 +114,8 @@ TEST_F(SceneDirectoryVerbTest, aRecordComesBackFromADirectoryAsItWas)
     run("export @b.sce:0 -o @b");
     for (const char* file : {"PolyDataNode_1.vtp", "Widget_1.vtp", "Widget_2.vtp"})
     {
-        EXPECT_EQ(exported(std::string("b/") + file), exported(std::string("a/") + file));
+        SCOPED_TRACE(file);
+        expectSame(*readVtp(path(std::string("a/") + file)), *readVtp(path(std::string("b/") + file)));
     }
     EXPECT_EQ(at(info("b.sce"), "/records/0/description"), "\"scene\"");
 }
@@ -163,10 +193,11 @@ TEST_F(SceneDirectoryVerbTest, damagedDirectoriesAreReportedAndTheRestIsImported
                                      "\nDATASET");
     const auto done = run("import @scene -o @s.sce");
     EXPECT_EQ(done.code, 1);
-    for (const std::string place : {"scene.tsg: the records end in the middle of one", "tsg/note.txt: cannot be loaded",
-                                    "tsg/poly.polyData: cannot be loaded"})
+    for (const std::string place :
+         {"scene.tsg: byte 0x6f: warning: this record cannot be read, nor what follows",
+          "tsg/note.txt: warning: cannot be loaded", "tsg/poly.polyData: warning: cannot be loaded"})
     {
-        EXPECT_THAT(done, Says(path("scene/" + place).c_str()));
+        EXPECT_THAT(done, Says(path("scene/" + place)));
     }
     EXPECT_EQ(at(info("s.sce"), "/records/0/nodes/0/objectKey"), "\"Lone_1\"");
     EXPECT_EQ(at(info("s.sce"), "/records/0/blocks/1/objectKey"), "\"SceneNode_1\"");
