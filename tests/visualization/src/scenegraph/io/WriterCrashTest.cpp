@@ -114,7 +114,7 @@ TEST_F(WriterCrashTest, aKilledProcessLosesNoAcknowledgedRecord)
     for (const bool isRecord : {true, false})
     {
         SCOPED_TRACE(isRecord ? "record" : "thumbnail");
-        for (std::size_t room = 0; isKilled(isRecord, room, 0); room += room < 700 ? 37 : 1009)
+        for (std::size_t room = 0; isKilled(isRecord, room, 0); room += room < 700 ? 61 : 3001)
         {
             SCOPED_TRACE("at byte " + std::to_string(room));
             expectAllOrNothing();
