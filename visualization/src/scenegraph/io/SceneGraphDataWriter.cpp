@@ -96,6 +96,7 @@ std::ostream* SceneGraphDataWriter::OpenVTKFile()
 {
     this->OpenedFile.clear();
     this->RefusedCells = false;
+    this->LeftOut = false;
     if (this->WriteToOStream == 1)
     {
         return this->OStream;
@@ -204,18 +205,23 @@ int SceneGraphDataWriter::FinishSection(std::ostream* fp)
 
 bool SceneGraphDataWriter::Refuse(vtkDataArray& array, std::int64_t values)
 {
-    if (detail::typeWordOf(array.GetDataType()) == nullptr)
+    const bool hasWord = detail::typeWordOf(array.GetDataType()) != nullptr;
+    const std::string refusal = hasWord ? detail::storingRefusal(array, values) : "";
+    if (hasWord && refusal.empty())
     {
-        detail::reportError(*this, UNSUPPORTED_TYPE);
-        return true;
+        return false;
     }
-    const std::string refusal = detail::storingRefusal(array, values);
-    if (!refusal.empty())
+    this->LeftOut = true;
+    if (hasWord)
     {
         detail::reportError(*this, REFUSED_ARRAY,
                             '"' + std::string(detail::firstNonEmpty({array.GetName()})) + "\": " + refusal);
     }
-    return !refusal.empty();
+    else
+    {
+        detail::reportError(*this, UNSUPPORTED_TYPE);
+    }
+    return true;
 }
 
 /// Bits as they lie in memory, the first in the highest place; of the last byte the rest is zero.
@@ -336,6 +342,7 @@ int SceneGraphDataWriter::WriteCells(std::ostream* fp, vtkCellArray* cells, cons
     {
         detail::reportError(*this, REFUSED_CELLS, std::string(keyword) + ": " + list.refusal());
         this->RefusedCells = true;
+        this->LeftOut = true;
         return 1;
     }
     detail::writeText(*fp, std::string(keyword) + ' ' + std::to_string(cells->GetNumberOfCells()) + ' ' +

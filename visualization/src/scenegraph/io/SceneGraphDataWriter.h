@@ -112,6 +112,9 @@ public:
     /// and more is refused with an error and the error code FileFormatError.
     virtual void CloseVTKFile(std::ostream* fp);
 
+    /// Whether this write, or the last one, has left out something that the format cannot hold.
+    bool HasLeftOut() const { return this->LeftOut; }
+
     /// Identification, title and file type.
     int WriteHeader(std::ostream* fp);
 
@@ -210,6 +213,7 @@ private:
     std::ostream* OStream = nullptr; ///< borrowed
     std::string OpenedFile;          ///< of the present or last write; empty if that went elsewhere
     bool RefusedCells = false;       ///< see HasRefusedCells
+    bool LeftOut = false;            ///< see HasLeftOut
 };
 
 } // namespace tsg

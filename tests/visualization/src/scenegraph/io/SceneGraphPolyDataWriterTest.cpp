@@ -313,6 +313,9 @@ TEST(SceneGraphPolyDataWriterTest, whatTheFormatCannotHoldIsReportedAndLeftOut)
                             "error: Array is not written: \"short\": it holds 3 values where 9 are expected",
                             "error: Array is not written: \"beyond\": value 5000000000 does not fit 4 bytes",
                             "error: Type currently not supported"));
+    EXPECT_TRUE(writer->HasLeftOut());
+    stringOf(*writer, triangle());
+    EXPECT_FALSE(writer->HasLeftOut());
     EXPECT_THAT(stringOf(*writer, cells), AllOf(Not(HasSubstr("POLYGONS")), Not(HasSubstr("CELL_DATA"))));
     EXPECT_THAT(errors.messages.back(), HasSubstr("POLYGONS: value 5000000000 does not fit 4 bytes"));
 }
