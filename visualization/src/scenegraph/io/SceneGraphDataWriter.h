@@ -173,7 +173,7 @@ private:
 
     std::ostream* OpenString();
     std::ostream* OpenFile();
-    void KeepString(std::string text);
+    void KeepString(std::iostream& text);
 
     int WriteAttributes(std::ostream* fp, const std::string& keyword, vtkDataSetAttributes* attributes,
                         std::int64_t num);
@@ -188,7 +188,6 @@ private:
     /// Header line and values of an array that is not refused.
     int WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format, std::int64_t values);
     void WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
-    void WriteBits(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
     /// Flushes, and answers 1 or, after a failure, 0.
     int FinishSection(std::ostream* fp);
 
