@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include <vtkWriter.h>
 
@@ -180,6 +181,9 @@ private:
     int WriteAttribute(std::ostream* fp, const AttributeKind& kind, vtkDataArray* array, int num);
     int WriteColorScalars(std::ostream* fp, vtkDataArray& scalars, int num);
     int WriteLookupTable(std::ostream* fp, vtkLookupTable& table, int colors);
+    /// The arrays of a field section, null for those that are not numeric; refused ones are reported.
+    std::vector<vtkDataArray*> FieldArrays(vtkFieldData& fieldData);
+    int WriteFieldArray(std::ostream* fp, vtkDataArray* array);
     std::string AttributeName(const AttributeKind& kind, vtkDataArray& array);
     std::string LookupTableWord() const;
 

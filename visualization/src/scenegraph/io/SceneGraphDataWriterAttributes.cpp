@@ -198,21 +198,44 @@ int SceneGraphDataWriter::WriteLookupTable(std::ostream* fp, vtkLookupTable& tab
     return this->FinishSection(fp);
 }
 
-int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)
+std::vector<vtkDataArray*> SceneGraphDataWriter::FieldArrays(vtkFieldData& fieldData)
 {
-    if (fp == nullptr)
+    std::vector<vtkDataArray*> arrays;
+    for (const int i : detail::ordinaryArrays(fieldData))
     {
-        return 0;
-    }
-    std::vector<vtkDataArray*> arrays; // null for those that are not numeric
-    for (const int i : fieldData != nullptr ? detail::ordinaryArrays(*fieldData) : std::vector<int>())
-    {
-        vtkDataArray* const array = fieldData->GetArray(i);
+        vtkDataArray* const array = fieldData.GetArray(i);
         if (array == nullptr || !this->Refuse(*array, array->GetNumberOfTuples() * array->GetNumberOfComponents()))
         {
             arrays.push_back(array);
         }
     }
+    return arrays;
+}
+
+int SceneGraphDataWriter::WriteFieldArray(std::ostream* fp, vtkDataArray* array)
+{
+    if (array == nullptr)
+    {
+        detail::writeText(*fp, "NULL_ARRAY\n");
+        return this->FinishSection(fp);
+    }
+    const std::int64_t num = array->GetNumberOfTuples();
+    const int components = array->GetNumberOfComponents();
+    const std::string name =
+        detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
+    return this->WriteRecord(fp, *array,
+                             detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
+                                 std::to_string(num) + " %s\n",
+                             num * components);
+}
+
+int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)
+{
+    if (fp == nullptr || fieldData == nullptr)
+    {
+        return fp == nullptr ? 0 : 1;
+    }
+    const std::vector<vtkDataArray*> arrays = this->FieldArrays(*fieldData);
     if (arrays.empty())
     {
         return this->FinishSection(fp); // the section may have begun with nothing but its keyword
@@ -222,21 +245,12 @@ int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldDa
                                std::to_string(arrays.size()) + '\n');
     for (vtkDataArray* const array : arrays)
     {
-        if (array == nullptr)
+        if (this->WriteFieldArray(fp, array) == 0)
         {
-            detail::writeText(*fp, "NULL_ARRAY\n");
-            continue;
+            return 0;
         }
-        const std::int64_t num = array->GetNumberOfTuples();
-        const int components = array->GetNumberOfComponents();
-        const std::string name =
-            detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
-        (void)this->WriteRecord(fp, *array, // a failed stream shows in the end
-                                detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
-                                    std::to_string(num) + " %s\n",
-                                num * components);
     }
-    return this->FinishSection(fp);
+    return 1;
 }
 
 int SceneGraphDataWriter::WriteDataSetData(std::ostream* fp, vtkDataSet* dataSet)
