@@ -54,6 +54,8 @@ int main(int argc, char** argv)
         {"open_many_records", FLAT},
         {"open_many_blocks", FLAT},
         {"add_late_record", FLAT},
+        {"write_text", 2.00},
+        {"read_text", 2.00},
     });
     // Large buffers that are freed go back to the system, and getting them again costs a page fault for each page,
     // which would charge whoever holds more of them at once. Keeping memory makes both sides work in pages they already

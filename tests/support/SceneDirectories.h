@@ -40,6 +40,13 @@ protected:
         return found;
     }
 
+    void writeFile(const std::string& name, const std::string& bytes) const
+    {
+        std::filesystem::create_directories(directory + "/tsg");
+        std::filesystem::remove(directory + "/" + name); // cheaper than cutting it
+        writeBytes(directory + "/" + name, bytes);
+    }
+
     bool save(tsg::SceneNode& root) { return tsg::SceneGraphWriter().save(directory, root); }
 
     bool load() { return tsg::SceneGraphReader(stream).load(path.wide); }
@@ -48,13 +55,6 @@ protected:
     const TemporaryFile path = parent.file("dir");
     const std::string& directory = path.narrow;
     RecordingStream stream;
-
-private:
-    void writeFile(const std::string& name, const std::string& bytes) const
-    {
-        std::filesystem::create_directories(directory + "/tsg");
-        writeBytes(directory + "/" + name, bytes);
-    }
 };
 
 } // namespace test

@@ -56,7 +56,7 @@ void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compres
     {
         throw Failure(TooDamaged, shown(path), "cannot be added to: " + shown(error.message()), HINT);
     }
-    if (!file.isWhole())
+    if (!file.canBeAddedTo())
     {
         throw Failure(TooDamaged, shown(path), "cannot be added to: what is added behind the damage could not be read",
                       HINT);

@@ -9,6 +9,7 @@
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <ostream>
@@ -67,7 +68,13 @@ Totals visitRecords(SceneFile& file, Report& report, Visit visit)
     return totals;
 }
 
-void writeThumbnail(Json& json, const Properties& tag)
+/// Whether a later thumbnail of the same record counts instead of this one of the file's list.
+bool isSuperseded(const SceneFile& file, const Properties& tag)
+{
+    return file.thumbnailOf(tag.getInt(key::RECORD_INDEX)) != &tag;
+}
+
+void writeThumbnail(Json& json, const SceneFile& file, const Properties& tag)
 {
     json.beginObject();
     json.member("recordIndex", tag.getInt(key::RECORD_INDEX));
@@ -75,6 +82,7 @@ void writeThumbnail(Json& json, const Properties& tag)
     json.member("height", tag.getInt(key::HEIGHT));
     json.member("filePos", sdb::hexFromProp(tag, key::FILE_POS));
     json.member("length", sdb::hexFromProp(tag, key::LENGTH));
+    json.member("superseded", isSuperseded(file, tag));
     json.endObject();
 }
 
@@ -92,6 +100,7 @@ void printJson(SceneFile& file, Console& console)
                                        {
                                            json.beginObject();
                                            writeRecordHeader(json, index, file.records()[index]);
+                                           json.member("classVersions", contents.classVersions);
                                            writeNodes(json, contents);
                                            writeBlocks(json, contents);
                                            json.endObject();
@@ -100,7 +109,7 @@ void printJson(SceneFile& file, Console& console)
     json.beginArray("thumbnails");
     for (const Properties& tag : file.thumbnails())
     {
-        writeThumbnail(json, tag);
+        writeThumbnail(json, file, tag);
     }
     json.endArray();
     json.beginObject("totals");
@@ -150,12 +159,20 @@ void printRecord(std::ostream& out, std::size_t index, const Properties& header,
 
 void printThumbnails(std::ostream& out, const SceneFile& file)
 {
-    out << '\n' << counted(file.thumbnails().size(), "thumbnail") << '\n';
-    for (const Properties& tag : file.thumbnails())
+    const auto& tags = file.thumbnails();
+    const auto superseded =
+        std::count_if(tags.begin(), tags.end(), [&](const Properties& tag) { return isSuperseded(file, tag); });
+    out << '\n' << counted(tags.size(), "thumbnail");
+    if (superseded > 0)
+    {
+        out << ", " << superseded << " of them superseded by later ones";
+    }
+    out << '\n';
+    for (const Properties& tag : tags)
     {
         out << "  of record " << tag.getInt(key::RECORD_INDEX) << ": " << tag.getInt(key::WIDTH) << " x "
             << tag.getInt(key::HEIGHT) << ", " << counted(sdb::hexFromProp(tag, key::LENGTH), "byte") << " at "
-            << hexadecimal(sdb::hexFromProp(tag, key::FILE_POS)) << '\n';
+            << hexadecimal(sdb::hexFromProp(tag, key::FILE_POS)) << (isSuperseded(file, tag) ? ", superseded\n" : "\n");
     }
 }
 

@@ -4,8 +4,13 @@
 #include "InputFile.h"
 #include "Text.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <vector>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <istream>
 
 #include <png.h>
 
@@ -34,49 +39,68 @@ private:
     png_image _image = {};
 };
 
-std::vector<char> bytesOf(const std::string& path)
+Failure damaged(const std::string& path, const std::string& reason)
 {
-    InputFile file(path);
-    std::vector<char> bytes(file.size());
-    if (!file.stream().read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-    {
-        throw Failure(CannotOpen, shown(path), "cannot be read: " + systemReason());
-    }
-    return bytes;
+    return {TooDamaged, shown(path), "no readable PNG: " + shown(reason)};
 }
 
-Failure damaged(const std::string& path, Image& image)
+Failure tooLarge(const std::string& path, std::uint32_t width, std::uint32_t height)
 {
-    return {TooDamaged, shown(path), std::string("no readable PNG: ") + shown(image->message)};
+    return {NotStorable, shown(path),
+            "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                " pixels is larger than a scene database takes"};
+}
+
+/// Refuses sides that no bitmap has, as they stand at the beginning of a PNG. libpng refuses sides that are still
+/// larger, but does not say that it is for their size.
+void checkSides(std::istream& in, const std::string& path)
+{
+    constexpr char BEGIN[] = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR";
+    constexpr std::size_t WIDTH = sizeof BEGIN - 1, HEIGHT = WIDTH + 4;
+    std::array<unsigned char, HEIGHT + 4> header{};
+    in.read(reinterpret_cast<char*>(header.data()), header.size());
+    if (!in || std::memcmp(header.data(), BEGIN, WIDTH) != 0)
+    {
+        return; // libpng says what it is instead
+    }
+    const std::uint32_t width = png_get_uint_32(&header[WIDTH]), height = png_get_uint_32(&header[HEIGHT]);
+    if (std::max(width, height) > tsg::Bitmap<3>::MAX_SIDE)
+    {
+        throw tooLarge(path, width, height);
+    }
+}
+
+/// Opens the picture and reads what stands before its pixels.
+void begin(Image& image, const std::string& path)
+{
+    {
+        InputFile file(path); // refuses what is no regular file, with a reason
+        checkSides(file.stream(), path);
+    }
+    if (png_image_begin_read_from_file(image.get(), path.c_str()) == 0)
+    {
+        throw damaged(path, image->message);
+    }
+    image->format = PNG_FORMAT_RGB;
+    image->flags |= PNG_IMAGE_FLAG_16BIT_sRGB; // libpng would take them for amounts of light
 }
 
 } // namespace
 
 tsg::Bitmap<3> readPng(const std::string& path)
 {
-    const std::vector<char> bytes = bytesOf(path);
     Image image;
-    if (png_image_begin_read_from_memory(image.get(), bytes.data(), bytes.size()) == 0)
-    {
-        throw damaged(path, image);
-    }
+    begin(image, path);
     tsg::Bitmap<3> bitmap;
-    const bool fits = image->width <= tsg::Bitmap<3>::MAX_SIDE && image->height <= tsg::Bitmap<3>::MAX_SIDE;
-    if (fits)
-    {
-        bitmap.resize(static_cast<int>(image->width), static_cast<int>(image->height));
-    }
+    bitmap.resize(static_cast<int>(image->width), static_cast<int>(image->height));
     if (bitmap.getSize() == 0)
     {
-        throw Failure(NotStorable, shown(path),
-                      "a picture of " + std::to_string(image->width) + " x " + std::to_string(image->height) +
-                          " pixels is larger than a scene database takes");
+        throw tooLarge(path, image->width, image->height);
     }
     constexpr png_color WHITE = {255, 255, 255};
-    image->format = PNG_FORMAT_RGB;
     if (png_image_finish_read(image.get(), &WHITE, bitmap.getData(), 0, nullptr) == 0)
     {
-        throw damaged(path, image);
+        throw damaged(path, image->message);
     }
     return bitmap;
 }

@@ -31,14 +31,16 @@ void checkRecords(std::istream& in, const std::string& path, Report& report)
 {
     using sdb::detail::TagScan;
     std::uint64_t position = 0, skipped = 0;
-    TagScan scan = TagScan::Complete;
-    for (std::string text; scan == TagScan::Complete; position += skipped + text.size())
+    std::string text;
+    TagScan scan = sdb::detail::scanTag(in, text, skipped);
+    for (; scan == TagScan::Complete; scan = sdb::detail::scanTag(in, text, skipped))
     {
-        scan = sdb::detail::scanTag(in, text, skipped);
+        position += skipped + text.size();
     }
     if (scan != TagScan::NoTag)
     {
-        report.warning(shown(path), "the records end in the middle of one, before byte " + hexadecimal(position));
+        report.warning(shown(path) + ": byte " + hexadecimal(position + skipped),
+                       "this record cannot be read, nor what follows");
     }
     in.clear();
     in.seekg(0);

@@ -53,7 +53,11 @@ SceneFile::SceneFile(std::string path)
     readHeader();
     _walk = sdb::detail::walkFile(
         _file.stream(), [this](const Properties& header) { _records.push_back(header); },
-        [this](const Properties& tag) { _thumbnails.push_back(tag); });
+        [this](const Properties& tag)
+        {
+            _newestThumbnails[tag.getInt(key::RECORD_INDEX)] = _thumbnails.size();
+            _thumbnails.push_back(tag);
+        });
     _file.stream().clear();
 }
 
@@ -81,6 +85,17 @@ void SceneFile::readHeader()
 bool SceneFile::isWhole() const
 {
     return _walk.end == WalkEnd::EndOfFile && _walk.unfinished.empty();
+}
+
+bool SceneFile::canBeAddedTo() const
+{
+    return _walk.end == WalkEnd::EndOfFile || _walk.end == WalkEnd::UnfinishedItem;
+}
+
+const Properties* SceneFile::thumbnailOf(int record) const
+{
+    const auto found = _newestThumbnails.find(record);
+    return found == _newestThumbnails.end() ? nullptr : &_thumbnails[found->second];
 }
 
 void SceneFile::reportEnd(Report& report) const

@@ -7,6 +7,7 @@
 #include "scenegraph/io/detail/Index.h"
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,14 @@ public:
 
     const std::vector<Properties>& thumbnails() const { return _thumbnails; }
 
+    /// The newest thumbnail of a record, which is the one that counts; null if there is none.
+    const Properties* thumbnailOf(int record) const;
+
     /// Whether the file is nothing but whole items up to its end.
     bool isWhole() const;
+
+    /// Whether an item that is added at its end can be found again.
+    bool canBeAddedTo() const;
 
     /// Warns of every place where the file is not whole.
     void reportEnd(Report& report) const;
@@ -57,6 +64,7 @@ private:
     int _formatVersion = 0;
     std::vector<Properties> _records;
     std::vector<Properties> _thumbnails;
+    std::map<int, std::size_t> _newestThumbnails; ///< by record: the place in the list
     sdb::detail::WalkResult _walk;
 };
 

@@ -1,6 +1,8 @@
 #include "CommandTable.h"
 
 #include "ImportTarget.h"
+#include "Interrupt.h"
+#include "Json.h"
 #include "OutputFile.h"
 #include "Png.h"
 #include "RecordAddress.h"
@@ -12,6 +14,7 @@
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
@@ -35,6 +38,7 @@ struct ThumbOptions
     std::string output;
     std::string picture; ///< to be set
     bool force = false;
+    bool json = false;
 };
 
 /// The record that is meant, as an index of the file; none without one in the address.
@@ -46,12 +50,11 @@ std::optional<int> recordOf(const RecordAddress& address, const SceneFile& file)
 /// The newest thumbnail of a record, or of any.
 const Properties& newestThumbnail(const SceneFile& file, std::optional<int> record)
 {
-    for (auto tag = file.thumbnails().rbegin(); tag != file.thumbnails().rend(); ++tag)
+    const auto& all = file.thumbnails();
+    const Properties* const newest = all.empty() ? nullptr : &all.back();
+    if (const Properties* const tag = record ? file.thumbnailOf(*record) : newest)
     {
-        if (!record || tag->getInt(key::RECORD_INDEX) == *record)
-        {
-            return *tag;
-        }
+        return *tag;
     }
     throw Failure(WrongUsage, record ? file.placeOf(static_cast<std::size_t>(*record)) : shown(file.path()),
                   "there is no thumbnail", "--set adds one; `tavosce info` lists those there are");
@@ -69,20 +72,38 @@ tsg::Bitmap<3> readThumbnail(SceneFile& file, const Properties& tag)
     }
     tsg::Bitmap<3> bitmap;
     sdb::getThumbnailData(file.stream(), tag, bitmap);
+    const int width = tag.getInt(key::WIDTH), height = tag.getInt(key::HEIGHT);
     const std::uint64_t length = sdb::hexFromProp(tag, key::LENGTH);
+    const std::string sides = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+    if (width >= 0 && height >= 0 && std::min(width, height) == 0 && length == 0)
+    {
+        throw Failure(NotStorable, place, "the picture is empty: " + sides + ", which no PNG can hold");
+    }
     if (bitmap.getSize() == 0 || length != bitmap.getSize())
     {
-        throw Failure(TooDamaged, place,
-                      "no picture: " + counted(length, "byte") + " for " + std::to_string(tag.getInt(key::WIDTH)) +
-                          " x " + std::to_string(tag.getInt(key::HEIGHT)) + " pixels");
+        throw Failure(TooDamaged, place, "no picture: " + counted(length, "byte") + " for " + sides);
     }
     return bitmap;
 }
 
-void acknowledge(const std::string& path, const tsg::Bitmap<3>& bitmap, int record, std::ostream& out)
+/// `done` tells what happened to the picture.
+void acknowledge(const ThumbOptions& options, const std::string& file, int record, const tsg::Bitmap<3>& bitmap,
+                 const char* done, std::ostream& out)
 {
-    out << shown(path) << ": thumbnail of record " << record << ", " << bitmap.getWidth() << " x " << bitmap.getHeight()
-        << " pixels\n";
+    const std::string& picture = options.output.empty() ? options.picture : options.output;
+    if (options.json)
+    {
+        Json json(out);
+        json.member("file", file);
+        json.member("record", record);
+        json.member("picture", picture);
+        json.member("width", bitmap.getWidth());
+        json.member("height", bitmap.getHeight());
+        json.finish();
+        return;
+    }
+    out << shown(options.output.empty() ? file : picture) << ": thumbnail of record " << record << done << ", "
+        << bitmap.getWidth() << " x " << bitmap.getHeight() << " pixels\n";
 }
 
 void getThumbnail(const ThumbOptions& options, Console& console)
@@ -95,11 +116,12 @@ void getThumbnail(const ThumbOptions& options, Console& console)
     {
         throw Failure(WrongUsage, shown(options.output), "the output would replace the scene database");
     }
+    throwIfInterrupted();
     OutputFile output(options.output, options.force);
     writePng(bitmap, OS::toNarrow(output.path()), shown(options.output));
     output.install();
     file.reportEnd(console.report);
-    acknowledge(options.output, bitmap, tag.getInt(key::RECORD_INDEX), console.out);
+    acknowledge(options, file.path(), tag.getInt(key::RECORD_INDEX), bitmap, "", console.out);
 }
 
 void setThumbnail(const ThumbOptions& options, Console& console)
@@ -116,6 +138,7 @@ void setThumbnail(const ThumbOptions& options, Console& console)
                       "name it as FILE:INDEX; -1 is the last one");
     }
     const tsg::Bitmap<3> bitmap = readPng(options.picture);
+    throwIfInterrupted();
     tsg::SDBWriter writer;
     openForAdding(writer, address.file, true);
     errno = 0;
@@ -125,7 +148,7 @@ void setThumbnail(const ThumbOptions& options, Console& console)
         throw Failure(CannotWrite, shown(address.file), "cannot write: " + systemReason());
     }
     writer.close();
-    acknowledge(address.file, bitmap, *record, console.out);
+    acknowledge(options, address.file, *record, bitmap, " added", console.out);
 }
 
 } // namespace
@@ -133,8 +156,10 @@ void setThumbnail(const ThumbOptions& options, Console& console)
 Run declareThumb(CLI::App& app)
 {
     const auto options = std::make_shared<ThumbOptions>();
-    app.add_option("FILE[:REC]", options->address,
-                   "Scene database; without a record its newest thumbnail is taken, with one the newest of that record")
+    app.add_option(
+           "FILE[:REC]", options->address,
+           "Scene database, and a record of it, counted from 0 or, negative, from the end; without one -o takes "
+           "the newest thumbnail of the file, with one the newest of the record; --set needs one")
         ->required();
     auto* const way = app.add_option_group("what to do");
     auto* const output = way->add_option("-o", options->output, "PNG file to write")->type_name("OUT.png");
@@ -142,8 +167,9 @@ Run declareThumb(CLI::App& app)
         ->type_name("IN.png");
     way->require_option(1);
     app.add_flag("--force", options->force, "Replace the PNG file if it exists")->needs(output);
-    return [options](Console& console)
-    { options->picture.empty() ? getThumbnail(*options, console) : setThumbnail(*options, console); };
+    app.add_flag("--json", options->json, "Print one JSON document");
+    return [options, output](Console& console)
+    { output->count() > 0 ? getThumbnail(*options, console) : setThumbnail(*options, console); };
 }
 
 } // namespace tavosce

@@ -186,12 +186,12 @@ TEST_F(FileSystemTest, namesOfFilesLeadNowhereElse)
     for (const std::wstring& name : {std::wstring(L"a b"), std::wstring(L"..."), std::wstring(L"\\:*"),
                                      std::wstring(255, L'a'), std::wstring(127, L'\u00e4')})
     {
-        EXPECT_TRUE(_fileSystem.isFileName(name));
+        EXPECT_TRUE(fileSystem.isFileName(name));
     }
     for (const std::wstring& name : {std::wstring(), std::wstring(L"."), std::wstring(L".."), std::wstring(L"a/b"),
                                      std::wstring(L"a\0b", 3), std::wstring(256, L'a'), std::wstring(128, L'\u00e4')})
     {
-        EXPECT_FALSE(_fileSystem.isFileName(name));
+        EXPECT_FALSE(fileSystem.isFileName(name));
     }
 }
 
