@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include <vtkWriter.h>
 
@@ -176,13 +177,16 @@ private:
 
     std::ostream* OpenString();
     std::ostream* OpenFile();
-    void KeepString(std::string text);
+    void KeepString(std::iostream& text);
 
     int WriteAttributes(std::ostream* fp, const std::string& keyword, vtkDataSetAttributes* attributes,
                         std::int64_t num);
     int WriteAttribute(std::ostream* fp, const AttributeKind& kind, vtkDataArray* array, int num);
     int WriteColorScalars(std::ostream* fp, vtkDataArray& scalars, int num);
     int WriteLookupTable(std::ostream* fp, vtkLookupTable& table, int colors);
+    /// The arrays of a field section, null for those that are not numeric; refused ones are reported.
+    std::vector<vtkDataArray*> FieldArrays(vtkFieldData& fieldData);
+    int WriteFieldArray(std::ostream* fp, vtkDataArray* array);
     std::string AttributeName(const AttributeKind& kind, vtkDataArray& array);
     std::string LookupTableWord() const;
 
@@ -191,7 +195,6 @@ private:
     /// Header line and values of an array that is not refused.
     int WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format, std::int64_t values);
     void WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
-    void WriteBits(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
     /// Flushes, and answers 1 or, after a failure, 0.
     int FinishSection(std::ostream* fp);
 
