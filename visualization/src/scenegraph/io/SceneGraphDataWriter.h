@@ -35,7 +35,7 @@ struct TypeWord;
 /// Operations that take a stream answer 1 or 0, and 0 for a null stream. A stream found failed after a section sets the
 /// error code vtkErrorCode::OutOfDiskSpaceError and answers 0. An array that the format cannot hold (types it has no
 /// word for, values beyond 4 bytes, 2 GiB, fewer values than its section asks for) is reported by one error and left
-/// out before anything of it is written. Nothing is thrown.
+/// out before anything of it is written. Nothing is thrown but what the stream of a caller throws.
 class TAVO_EXPORT SceneGraphDataWriter : public vtkWriter
 {
 public:
