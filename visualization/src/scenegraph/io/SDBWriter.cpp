@@ -63,7 +63,7 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
         return io::FileIoStatus::WrongFormat;
     }
     std::uint64_t nextItem = 0;
-    if (!readIndex(*in, nextItem))
+    if (!indexRecords(*in, nextItem))
     {
         return io::FileIoStatus::OpenFailed;
     }
@@ -80,7 +80,7 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
 
 /// Indexes the file and finds out where the next item starts. False, with a line on standard error, if what would be
 /// added could not be found again; the writer's own index is replaced only on success.
-bool SDBWriter::readIndex(std::istream& in, std::uint64_t& nextItem)
+bool SDBWriter::indexRecords(std::istream& in, std::uint64_t& nextItem)
 {
     using sdb::detail::WalkEnd;
     sdb::detail::FileIndex index;

@@ -113,7 +113,7 @@ private:
 
     bool canBeginAddition() const;
     bool isAdding() const;
-    bool readIndex(std::istream& in, std::uint64_t& nextItem);
+    bool indexRecords(std::istream& in, std::uint64_t& nextItem);
     std::streampos getStreamPosition();
     void writeTag(const Properties& tag);
     const Properties* findReusableBlock(unsigned int checksum, const std::string& objectKey, const std::string& name,

@@ -92,7 +92,7 @@ struct ArrayShape
 
 void SDBWriter::writeTag(const Properties& tag)
 {
-    if (_fileStream)
+    if (isAdding())
     {
         const std::string text = sdb::detail::tagText(tag);
         _fileStream->write(text.data(), static_cast<std::streamsize>(text.size()));

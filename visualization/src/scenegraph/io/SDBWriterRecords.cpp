@@ -169,7 +169,11 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     recordIndex = -1;
     Addition addition(*this);
     const unsigned long long recordPos = asNumber(getStreamPosition());
-    writeHeader(root.getObjectKey(), title, description, sessionId, recordPos, 0, 0);
+    // Has copies of the texts: nodes may change what they were taken from, but both headers have to be of one length.
+    const auto writeRecordHeader =
+        [=, rootNodeKey = root.getObjectKey()](unsigned long long length, unsigned long long binaryPos)
+    { return writeHeader(rootNodeKey, title, description, sessionId, recordPos, length, binaryPos); };
+    writeRecordHeader(0, 0);
     writeClassVersions();
     writePropertyTags();
     const unsigned long long binaryPos = asNumber(getStreamPosition());
@@ -181,8 +185,7 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     }
     // From here on the record is found: the header's length is what says that it is finished.
     moveFileStreamTo(static_cast<std::streamoff>(recordPos));
-    const Properties header = writeHeader(root.getObjectKey(), title, description, sessionId, recordPos,
-                                          asNumber(end) - recordPos, binaryPos);
+    const Properties header = writeRecordHeader(asNumber(end) - recordPos, binaryPos);
     moveFileStreamTo(end);
     flushFileStream();
     if (addition.taken())

@@ -22,9 +22,14 @@ public:
     {
         EXPECT_EQ(event.getString("Message"), "Loading record");
         values.push_back(event.getInt("PercentComplete"));
+        if (onUpdate)
+        {
+            onUpdate();
+        }
     }
 
     std::vector<int> values;
+    std::function<void()> onUpdate; ///< may throw
 };
 
 class SDBReaderTest : public SceneFileTest
@@ -226,18 +231,70 @@ TEST_F(SDBReaderTest, aLoadGoesAsFarAsThereAreTags)
 TEST_F(SDBReaderTest, throwingIsHowALoadIsCancelled)
 {
     Scene scene;
-    scene.with(triangle());
+    scene.with(triangle()).with(floats("T", {1, 2, 3}));
     write({&scene});
     reader.open(path);
-    stream.onCall = [] { throw std::runtime_error("cancel"); };
-    EXPECT_THROW(reader.loadRecord(0, stream), std::runtime_error);
-    stream.onCall = nullptr;
+    Percentages progress;
+    reader.attach(progress);
+    int calls = 0;
+    const auto throwInCall = [&](int call)
+    {
+        calls = 0;
+        stream.onCall = progress.onUpdate = [&calls, call]
+        {
+            if (calls++ == call)
+            {
+                throw std::runtime_error("cancel");
+            }
+        };
+    };
+    throwInCall(-1);
     EXPECT_TRUE(reader.loadRecord(0, stream));
-    EXPECT_EQ(stream.polys.size(), 1U);
-    stream.onCall = [&] { reader.open(path); }; // a mistake of the caller, but no use of what was freed
-    reader.loadRecord(reader.getRecords()[0], stream);
-    stream.onCall = [&] { reader.close(); };
-    reader.loadRecord(0, stream);
+    const int all = calls;
+    EXPECT_GE(all, 6) << "of the receiver and the observer";
+    for (int call = 0; call < all; ++call)
+    {
+        throwInCall(call);
+        EXPECT_THROW(reader.loadRecord(0, stream), std::runtime_error);
+        throwInCall(-1);
+        stream.calls.clear();
+        EXPECT_TRUE(reader.loadRecord(0, stream)) << "after call " << call;
+        EXPECT_THAT(stream.calls, ElementsAre("node SceneNode_1", "polys SceneNode_1", "point SceneNode_1/T"));
+    }
+}
+
+TEST_F(SDBReaderTest, callingTheReaderFromACallbackIsAMistakeButUsesNothingThatWasFreed)
+{
+    Scene scene;
+    scene.with(triangle()).with(floats("T", {1, 2, 3}));
+    write({&scene, &scene});
+    const std::function<void()> mistakes[] = {
+        [&] { reader.open(path); },
+        [&] { reader.close(); },
+        [&] { reader.loadRecord(1, stream); },
+        [&] { reader.open(directory.file("missing").wide); },
+    };
+    Percentages progress;
+    reader.attach(progress);
+    for (const auto& mistake : mistakes)
+    {
+        for (int call = 0; call < 6; ++call)
+        {
+            int calls = 0;
+            ASSERT_EQ(reader.open(path), FileIoStatus::Success);
+            stream.onCall = progress.onUpdate = [&]
+            {
+                if (calls++ == call)
+                {
+                    mistake();
+                }
+            };
+            reader.loadRecord(reader.getRecords()[0], stream); // which open replaces
+            stream.onCall = progress.onUpdate = nullptr;
+            ASSERT_EQ(reader.open(path), FileIoStatus::Success);
+            EXPECT_TRUE(reader.loadRecord(reader.getRecords()[1], stream));
+        }
+    }
 }
 
 TEST_F(QuietSDBReaderTest, damagedBlocksEndTheLoadWithAMessage)

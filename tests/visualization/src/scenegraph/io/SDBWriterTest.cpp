@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -269,6 +271,12 @@ TEST_F(SDBWriterTest, copiesShareOneFile)
     EXPECT_EQ(writer.addThumbnail(7, tsg::Bitmap<3>()), FileIoStatus::NotOpen);
     EXPECT_EQ(records().size(), 2U);
     EXPECT_EQ(reader.getThumbnails().at(0).getInt("RecordIndex"), 7);
+
+    auto first = std::make_unique<SDBWriter>();
+    ASSERT_EQ(first->open(path, true, true), FileIoStatus::Success);
+    copy = *first;
+    first.reset();
+    EXPECT_EQ(add(copy, scene), 2) << "the file stays open for the writer that is left";
 }
 
 TEST_F(SDBWriterTest, thumbnailsFollowTheirTagAndRecordsFollowThem)
@@ -308,9 +316,16 @@ TEST_F(SDBWriterTest, openingCreatesReplacesAppendsOrRefuses)
         stderrOf([&]
                  { EXPECT_EQ(second.open(directory.file("foreign").wide, true, true), FileIoStatus::WrongFormat); }),
         "Wrong file format\n");
-    EXPECT_EQ(second.open(directory.file(".").wide, true, true), FileIoStatus::OpenFailed);
-    EXPECT_EQ(second.open(directory.file("none/file").wide, false, true), FileIoStatus::OpenFailed);
-    EXPECT_EQ(second.open(directory.file(std::string("a\0b", 3)).wide, false, true), FileIoStatus::OpenFailed);
+    ASSERT_EQ(mkfifo(directory.file("pipe").narrow.c_str(), 0600), 0);
+    for (const std::string& name :
+         {std::string("."), std::string("none/file"), std::string("pipe"), std::string("a\0b", 3)})
+    {
+        for (const bool append : {false, true})
+        {
+            EXPECT_EQ(second.open(directory.file(name).wide, append, true), FileIoStatus::OpenFailed) << name;
+        }
+    }
+    EXPECT_TRUE(std::filesystem::is_fifo(directory.file("pipe").narrow));
     SDBWriter unopened;
     unopened.close();
     EXPECT_EQ(add(unopened, scene), -2);

@@ -2,15 +2,12 @@
 
 #include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
-#include "support/FileSizeLimit.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/Testing.h"
 #include "support/WriterFixture.h"
 
-#include <csignal>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <stdexcept>
@@ -19,9 +16,6 @@
 #include <unordered_set>
 #include <vector>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace
 {
 
@@ -29,44 +23,52 @@ using namespace test;
 using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 
-/// Additions that fail half-way, and files that such additions have left.
+/// What nodes do to the addition that asks them, and which data an addition may refer to.
 class WriterTransactionTest : public WriterTest
 {
 };
 
-/// A scene that throws wherever it is told to while it is written.
-class Thrower : public Scene
+/// A scene that does something at one of the moments at which a writer asks it for something.
+class Actor : public Scene
 {
 public:
-    enum Place
+    enum Moment
     {
         References,
         Versions,
         PropertyPass,
         BinaryPass,
-        Nowhere
+        Never
     };
 
-    explicit Thrower(SDBWriter& target)
-        : Scene("SceneNode_0") // written before the other node
+    explicit Actor(SDBWriter& target, const std::string& key = "SceneNode_0")
+        : Scene(key)
         , _target(target)
     {
-        afterSerialize = [this](tsg::NodeStream&)
-        { throwAt(_target.getExportBinaryData() ? BinaryPass : PropertyPass); };
+        afterSerialize = [this](tsg::NodeStream&) { actAt(_target.getExportBinaryData() ? BinaryPass : PropertyPass); };
     }
 
-    void collectReferences(std::unordered_set<tsg::Ptr<tsg::Node>>&) const override { throwAt(References); }
+    void collectReferences(std::unordered_set<tsg::Ptr<tsg::Node>>& references) const override
+    {
+        Scene::collectReferences(references);
+        actAt(References);
+    }
 
-    void addClassVersion(ClassVersions&) const override { throwAt(Versions); }
+    void addClassVersion(ClassVersions& versions) const override
+    {
+        Scene::addClassVersion(versions);
+        actAt(Versions);
+    }
 
-    Place place = Nowhere;
+    Moment moment = Never;
+    std::function<void()> action;
 
 private:
-    void throwAt(Place here) const
+    void actAt(Moment now) const
     {
-        if (here == place)
+        if (now == moment)
         {
-            throw std::runtime_error("node");
+            action();
         }
     }
 
@@ -78,21 +80,21 @@ TEST_F(WriterTransactionTest, anExceptionLeavesNoRecordAndNoStoredData)
     Scene good;
     good.with(floats("T", {1, 2, 3}));
     const auto array = floats("U", {1});
-    for (const Thrower::Place place :
-         {Thrower::References, Thrower::Versions, Thrower::PropertyPass, Thrower::BinaryPass})
+    for (const Actor::Moment moment : {Actor::References, Actor::Versions, Actor::PropertyPass, Actor::BinaryPass})
     {
         for (const bool thumbnailNext : {false, true})
         {
-            SCOPED_TRACE(place);
+            SCOPED_TRACE(moment);
             SDBWriter written;
             ASSERT_EQ(written.open(path, false, true), FileIoStatus::Success);
             add(written, good);
             const std::string before = bytes();
-            Thrower bad(written);
+            Actor bad(written); // written before the other node
             bad.with(array);
-            bad.place = place;
+            bad.moment = moment;
+            bad.action = [] { throw std::runtime_error("node"); };
             EXPECT_THROW(add(written, bad), std::runtime_error);
-            EXPECT_EQ(written.getExportBinaryData(), place == Thrower::BinaryPass);
+            EXPECT_EQ(written.getExportBinaryData(), moment == Actor::BinaryPass);
             EXPECT_FALSE(written.hasFailed());
             EXPECT_EQ(records().size(), 1U);
             if (thumbnailNext)
@@ -101,67 +103,15 @@ TEST_F(WriterTransactionTest, anExceptionLeavesNoRecordAndNoStoredData)
                 EXPECT_EQ(bytes().compare(0, before.size(), before), 0);
                 EXPECT_LT(bytes().size(), before.size() + 200) << "the unfinished record is gone";
             }
-            bad.place = Thrower::Nowhere;
+            bad.moment = Actor::Never;
             EXPECT_EQ(add(written, good), 1);
             // A node that was collected stays with the writer, and is written with its data, which is in no file yet.
-            EXPECT_EQ(load(1)->arrays.size(), place == Thrower::References ? 1U : 2U);
+            const std::size_t arrays = moment == Actor::References ? 1 : 2;
+            EXPECT_EQ(load(1)->arrays.size(), arrays);
+            EXPECT_EQ(blocks().size(), 1 + arrays) << "the pass of the properties wrote no data";
             EXPECT_EQ(reader.getThumbnails().size(), thumbnailNext ? 1U : 0U);
         }
     }
-}
-
-TEST_F(WriterTransactionTest, aKilledProcessLosesNoAcknowledgedRecord)
-{
-    Scene scene;
-    scene.with(floats("T", {1, 2, 3}));
-    for (const bool inBinaryPass : {false, true})
-    {
-        writer.close();
-        const pid_t child = fork();
-        if (child == 0)
-        {
-            SDBWriter written;
-            written.open(path, false, true);
-            add(written, scene);
-            Scene last("SceneNode_2");
-            last.afterSerialize = [&](tsg::NodeStream&)
-            {
-                if (written.getExportBinaryData() == inBinaryPass)
-                {
-                    raise(SIGKILL);
-                }
-            };
-            add(written, last);
-            _exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
-        EXPECT_EQ(load(0)->arrays.size(), 1U);
-        EXPECT_EQ(reader.getRecords().size(), 1U);
-        ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
-        EXPECT_EQ(add(writer, scene), 1);
-        EXPECT_EQ(load(1)->arrays.size(), 1U);
-        EXPECT_THAT(payloads(), ElementsAre(0, 0));
-    }
-}
-
-TEST_F(WriterTransactionTest, readersMayComeAtAnyMoment)
-{
-    Scene scene;
-    scene.with(floats("T", {1, 2, 3}));
-    add(writer, scene);
-    int visits = 0;
-    scene.afterSerialize = [&](tsg::NodeStream&)
-    {
-        EXPECT_EQ(load(0)->arrays.size(), 1U);
-        EXPECT_EQ(reader.getRecords().size(), 1U);
-        ++visits;
-    };
-    add(writer, scene);
-    EXPECT_EQ(visits, 2);
-    scene.afterSerialize = nullptr;
-    EXPECT_EQ(records().size(), 2U);
 }
 
 TEST_F(WriterTransactionTest, nodesThatCallTheWriterBackHarmNoFile)
@@ -199,27 +149,24 @@ TEST_F(WriterTransactionTest, nodesThatCallTheWriterBackHarmNoFile)
     quiet.with(triangle()); // written after the node that calls back
     for (const Case& test : cases)
     {
-        for (const bool inBinaryPass : {false, true})
+        for (const Actor::Moment moment : {Actor::Versions, Actor::PropertyPass, Actor::BinaryPass})
         {
-            SCOPED_TRACE(std::string(test.name) + (inBinaryPass ? " in the binary pass" : " in the property pass"));
+            SCOPED_TRACE(std::string(test.name) + " at moment " + std::to_string(moment));
             SDBWriter written;
             ASSERT_EQ(written.open(other, false, false), FileIoStatus::Success);
             add(written, quiet);
+            const std::string otherBytes = bytesOf(directory.file("other.sce").narrow);
             written = SDBWriter();
             ASSERT_EQ(written.open(path, false, false), FileIoStatus::Success);
             add(written, quiet);
-            Scene caller;
+            Actor caller(written, "SceneNode_1");
             caller.addChild(quiet);
-            caller.afterSerialize = [&](tsg::NodeStream&)
-            {
-                if (written.getExportBinaryData() == inBinaryPass)
-                {
-                    test.call(written);
-                }
-            };
+            caller.moment = moment;
+            caller.action = [&] { test.call(written); };
             add(written, caller);
             EXPECT_EQ(written.hasFailed(), test.records == 1);
-            caller.afterSerialize = nullptr;
+            EXPECT_EQ(bytesOf(directory.file("other.sce").narrow), otherBytes);
+            caller.moment = Actor::Never;
             add(written, caller);
             EXPECT_EQ(records().size(), test.records);
             ASSERT_EQ(reader.open(other), FileIoStatus::Success);
@@ -231,31 +178,40 @@ TEST_F(WriterTransactionTest, nodesThatCallTheWriterBackHarmNoFile)
     }
 }
 
-TEST_F(WriterTransactionTest, aNodeThatClosesTheFileWhileNodesAreCollectedGetsNoRecord)
+TEST_F(WriterTransactionTest, nodesMayCallTheWriterBackWhileTheyAreCollected)
 {
-    struct Closer : Scene
+    Actor caller(writer);
+    Scene inner("SceneNode_2");
+    caller.moment = Actor::References;
+    caller.action = [&]
     {
-        void collectReferences(std::unordered_set<tsg::Ptr<tsg::Node>>&) const override { target->close(); }
-
-        SDBWriter* target = nullptr;
+        caller.moment = Actor::Never;
+        EXPECT_EQ(add(writer, inner), 0);
     };
+    EXPECT_EQ(add(writer, caller), 1);
+    EXPECT_EQ(load(0)->nodes.size(), 2U) << "the node that was met already is written as well";
 
-    Closer closer;
-    closer.target = &writer;
+    Actor closer(writer, "SceneNode_3");
+    closer.moment = Actor::References;
+    closer.action = [&] { writer.close(); };
     int index = 7;
     EXPECT_EQ(writer.addRecord("t", "d", "s", closer, index), FileIoStatus::NotOpen);
     EXPECT_EQ(index, 7);
-    EXPECT_EQ(records().size(), 0U);
+    EXPECT_EQ(records().size(), 2U);
 }
 
-TEST_F(WriterTransactionTest, aFileHeaderThatClaimsToBeAnUnfinishedRecordIsNotCutOff)
+TEST_F(WriterTransactionTest, textsThatANodeChangesAreWrittenAsTheyWereGiven)
 {
-    writer.close();
-    std::string content = bytes();
-    content.insert(1, R"("DataField":"Header","FilePos":"0","Length":"0",)");
-    std::ofstream(directory.file("file.sce").narrow, std::ios::binary) << content;
-    EXPECT_EQ(writer.open(path, true, false), FileIoStatus::OpenFailed);
-    EXPECT_EQ(bytes(), content);
+    std::string title = "t", description = "d", session = "s";
+    Actor scene(writer);
+    scene.with(floats("T", {1, 2, 3}));
+    scene.moment = Actor::BinaryPass;
+    scene.action = [&] { title = description = session = std::string(300, 'x'); };
+    int index = -1;
+    EXPECT_EQ(writer.addRecord(title, description, session, scene, index), FileIoStatus::Success);
+    EXPECT_EQ(load(index)->calls.size(), 2U);
+    const Properties& header = reader.getRecords().at(0);
+    EXPECT_EQ(header.getString("Title") + header.getString("Description") + header.getString("SessionID"), "tds");
 }
 
 TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
@@ -299,56 +255,6 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
     ASSERT_EQ(found.size(), std::size_t{BLOCKS + 2});
     EXPECT_EQ(found[BLOCKS].getString("FilePos"), found[0].getString("FilePos"));
     EXPECT_NE(found[BLOCKS + 1].getString("FilePos"), found[0].getString("FilePos"));
-}
-
-TEST_F(WriterTransactionTest, aFullDiskCostsOnlyTheItemThatDidNotFit)
-{
-    Scene small, large("SceneNode_2");
-    small.with(floats("T", {1, 2, 3}));
-    large.with(floats("large", std::vector<double>(5000, 1.5))); // more than a stream buffers
-    tsg::Bitmap<3> picture;
-    picture.resize(40, 30);
-    add(writer, small);
-    writer.close();
-    const std::string before = bytes();
-
-    const std::function<void(SDBWriter&)> additions[] = {
-        [&](SDBWriter& target)
-        {
-            const int index = add(target, large);
-            EXPECT_EQ(index, target.hasFailed() ? -1 : 1);
-        },
-        [&](SDBWriter& target) { EXPECT_EQ(target.addThumbnail(0, picture), FileIoStatus::Success); },
-    };
-    for (const auto& addition : additions)
-    {
-        bool hasFailed = true;
-        for (std::size_t room = 0; hasFailed; room += room < 1500 ? 1 : 97)
-        {
-            replaceBytes(before);
-            SDBWriter written;
-            ASSERT_EQ(written.open(path, true, false), FileIoStatus::Success);
-            std::string message;
-            {
-                const FileSizeLimit limit(before.size() + room);
-                message = stderrOf([&] { addition(written); });
-            }
-            hasFailed = written.hasFailed();
-            EXPECT_EQ(message.find("file.sce failed") != std::string::npos, hasFailed);
-            if (hasFailed)
-            {
-                ASSERT_EQ(bytes(), before) << room;
-                EXPECT_EQ(written.addThumbnail(0, picture), FileIoStatus::NotOpen);
-            }
-            else
-            {
-                EXPECT_LE(bytes().size(), before.size() + room);
-            }
-        }
-    }
-    ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
-    EXPECT_EQ(add(writer, small), 1);
-    EXPECT_EQ(records().size(), 2U);
 }
 
 TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
@@ -424,34 +330,6 @@ TEST_F(WriterTransactionTest, writersAndReadersOfTwoThreadsDoNotMeet)
     other.join();
     EXPECT_EQ(here.size(), 23U);
     EXPECT_EQ(there, here);
-}
-
-TEST_F(WriterTransactionTest, appendingToAnyPrefixIsReadableOrRefusedAndUnchanged)
-{
-    Scene scene;
-    scene.with(triangle()).with(floats("T", {1, 2, 3}));
-    add(writer, scene);
-    add(writer, scene, "other");
-    writer.close();
-    const std::string whole = bytes();
-    const std::uint64_t secondRecord = sdb::hexFromProp(records().at(1), "FilePos");
-    const auto appendTo = [&](const std::string& prefix)
-    {
-        replaceBytes(prefix);
-        SDBWriter appender;
-        const FileIoStatus status = appender.open(path, true, true);
-        EXPECT_EQ(bytes(), prefix) << "opening changes nothing";
-        if (status == FileIoStatus::Success)
-        {
-            add(appender, scene, "new");
-            ASSERT_EQ(records().size(), prefix.size() < secondRecord ? 1U : 2U) << prefix.size();
-            EXPECT_EQ(records().back().getString("SessionID"), "new") << prefix.size();
-        }
-    };
-    for (std::size_t length = 0; length < whole.size(); ++length)
-    {
-        stderrOf([&] { appendTo(whole.substr(0, length)); });
-    }
 }
 
 } // namespace

@@ -1,0 +1,347 @@
+#include "scenegraph/io/SDBWriter.h"
+
+#include "core/Error.h"
+#include "platform/Apart.h"
+#include "scenegraph/io/SDBReader.h"
+#include "support/ContainerBytes.h"
+#include "support/FileSizeLimit.h"
+#include "support/Scenes.h"
+#include "support/Testing.h"
+#include "support/WriterFixture.h"
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+namespace
+{
+
+using namespace test;
+using tsg::SDBWriter;
+using tsg::io::FileIoStatus;
+
+/// What killed processes and full disks leave, and how writing goes on from there.
+class WriterCrashTest : public WriterTest
+{
+};
+
+/// From now on the process is killed as soon as it writes beyond this size.
+void dieBeyondFileSize(std::size_t size)
+{
+    const rlimit noCore{0, 0}, tight{size, size};
+    setrlimit(RLIMIT_CORE, &noCore);
+    setrlimit(RLIMIT_FSIZE, &tight);
+}
+
+/// A writer whose process is killed when it has made so many steps.
+class MortalWriter : public SDBWriter
+{
+public:
+    explicit MortalWriter(int steps)
+        : _steps(steps)
+    {
+    }
+
+protected:
+    Properties writeHeader(const std::string& rootNodeKey, const std::string& title, const std::string& description,
+                           const std::string& sessionId, unsigned long long recordPos, unsigned long long length,
+                           unsigned long long binaryData) override
+    {
+        step();
+        return SDBWriter::writeHeader(rootNodeKey, title, description, sessionId, recordPos, length, binaryData);
+    }
+
+    void moveFileStreamTo(std::streampos position) override
+    {
+        step();
+        SDBWriter::moveFileStreamTo(position);
+    }
+
+    void flushFileStream() override
+    {
+        step();
+        SDBWriter::flushFileStream();
+    }
+
+private:
+    void step()
+    {
+        if (--_steps == 0)
+        {
+            raise(SIGKILL);
+        }
+    }
+
+    int _steps;
+};
+
+TEST_F(WriterCrashTest, aKilledProcessLosesNoAcknowledgedRecord)
+{
+    constexpr std::size_t ENDLESS = std::size_t{1} << 30;
+    Scene scene, large("SceneNode_2");
+    scene.with(floats("T", {1, 2, 3}));
+    large.with(floats("large", std::vector<double>(5000, 1.5))); // more than a stream buffers
+    tsg::Bitmap<3> picture;
+    picture.resize(40, 30);
+    add(writer, scene);
+    writer.close();
+    const std::string before = bytes();
+
+    const auto isKilled = [&](bool isRecord, std::size_t room, int steps)
+    {
+        replaceBytes(before);
+        const auto work = [&]
+        {
+            MortalWriter written(steps);
+            written.open(path, true, false);
+            dieBeyondFileSize(before.size() + room);
+            isRecord ? add(written, large) : static_cast<int>(written.addThumbnail(0, picture));
+        };
+        return !OS::runApart(work).ended;
+    };
+    const auto expectAllOrNothing = [&]
+    {
+        ASSERT_EQ(bytes().compare(0, before.size(), before), 0);
+        const std::size_t whole = records().size(), pictures = reader.getThumbnails().size();
+        EXPECT_EQ(load(static_cast<int>(whole) - 1)->arrays.size(), 1U) << "a record is there with all its data";
+        ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
+        EXPECT_EQ(add(writer, scene), whole);
+        writer.close();
+        EXPECT_EQ(blocks().back().getString("FilePos"), blocks().front().getString("FilePos"));
+        EXPECT_EQ(load(static_cast<int>(whole))->arrays.size(), 1U);
+        EXPECT_EQ(reader.getThumbnails().size(), pictures);
+    };
+    for (const bool isRecord : {true, false})
+    {
+        SCOPED_TRACE(isRecord ? "record" : "thumbnail");
+        for (std::size_t room = 0; isKilled(isRecord, room, 0); room += room < 700 ? 37 : 1009)
+        {
+            SCOPED_TRACE("at byte " + std::to_string(room));
+            expectAllOrNothing();
+            EXPECT_EQ(reader.getRecords().size(), 2U) << "what was not whole is gone";
+        }
+        expectAllOrNothing();
+        EXPECT_EQ(reader.getRecords().size() + reader.getThumbnails().size(), 3U);
+    }
+    int steps = 1;
+    for (std::size_t whole = 1; isKilled(true, ENDLESS, steps); ++steps)
+    {
+        SCOPED_TRACE("at step " + std::to_string(steps));
+        EXPECT_GE(records().size(), whole) << "once it is whole it stays";
+        whole = reader.getRecords().size();
+        expectAllOrNothing();
+    }
+    EXPECT_GE(steps, 8);
+    EXPECT_EQ(records().size(), 2U);
+}
+
+TEST_F(WriterCrashTest, readersMayComeAtAnyMoment)
+{
+    Scene scene;
+    scene.with(floats("T", {1, 2, 3}));
+    add(writer, scene);
+    int visits = 0;
+    scene.afterSerialize = [&](tsg::NodeStream&)
+    {
+        EXPECT_EQ(load(0)->arrays.size(), 1U);
+        EXPECT_EQ(reader.getRecords().size(), 1U);
+        ++visits;
+    };
+    add(writer, scene);
+    EXPECT_EQ(visits, 2);
+    scene.afterSerialize = nullptr;
+    EXPECT_EQ(records().size(), 2U);
+}
+
+TEST_F(WriterCrashTest, aFullDiskCostsOnlyTheItemThatDidNotFit)
+{
+    Scene small, large("SceneNode_2");
+    small.with(floats("T", {1, 2, 3}));
+    large.with(floats("large", std::vector<double>(5000, 1.5))); // more than a stream buffers
+    tsg::Bitmap<3> picture;
+    picture.resize(40, 30);
+    add(writer, small);
+    writer.close();
+    const std::string before = bytes();
+
+    const std::function<void(SDBWriter&)> additions[] = {
+        [&](SDBWriter& target)
+        {
+            const int index = add(target, large);
+            EXPECT_EQ(index, target.hasFailed() ? -1 : 1);
+        },
+        [&](SDBWriter& target) { EXPECT_EQ(target.addThumbnail(0, picture), FileIoStatus::Success); },
+    };
+    for (const auto& addition : additions)
+    {
+        bool hasFailed = true;
+        for (std::size_t room = 0; hasFailed; room += room < 1500 ? 1 : 97)
+        {
+            replaceBytes(before);
+            SDBWriter written;
+            ASSERT_EQ(written.open(path, true, false), FileIoStatus::Success);
+            std::string message;
+            {
+                const FileSizeLimit limit(before.size() + room);
+                message = stderrOf([&] { addition(written); });
+            }
+            hasFailed = written.hasFailed();
+            EXPECT_EQ(message.find("file.sce failed") != std::string::npos, hasFailed);
+            if (hasFailed)
+            {
+                ASSERT_EQ(bytes(), before) << room;
+                EXPECT_EQ(written.addThumbnail(0, picture), FileIoStatus::NotOpen);
+            }
+            else
+            {
+                EXPECT_LE(bytes().size(), before.size() + room);
+            }
+        }
+    }
+    ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
+    EXPECT_EQ(add(writer, small), 1);
+    EXPECT_EQ(records().size(), 2U);
+}
+
+TEST_F(WriterCrashTest, aFileIsReplacedOnlyOnceTheNewOneIsWhole)
+{
+    const std::string header = bytes();
+    Scene scene;
+    add(writer, scene);
+    writer.close();
+    const std::string old = bytes();
+    records();
+    for (std::size_t room = 0; room < header.size(); ++room)
+    {
+        const FileSizeLimit limit(room);
+        ASSERT_EQ(writer.open(path, false, true), FileIoStatus::OpenFailed) << room;
+        ASSERT_EQ(writer.open(directory.file("new.sce").wide, room % 2 == 0, true), FileIoStatus::OpenFailed);
+        ASSERT_EQ(bytes(), old);
+        ASSERT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
+    }
+    {
+        const FileSizeLimit limit(header.size());
+        EXPECT_EQ(writer.open(path, false, true), FileIoStatus::Success);
+    }
+    EXPECT_EQ(bytes(), header);
+    EXPECT_TRUE(reader.loadRecord(0, stream)) << "a reader of the old file keeps its view";
+    EXPECT_EQ(stream.nodes.size(), 1U);
+    EXPECT_EQ(records().size(), 0U);
+}
+
+TEST_F(WriterCrashTest, aFileHeaderThatClaimsToBeAnUnfinishedRecordIsNotCutOff)
+{
+    writer.close();
+    std::string content = bytes();
+    content.insert(1, R"("DataField":"Header","FilePos":"0","Length":"0",)");
+    std::ofstream(directory.file("file.sce").narrow, std::ios::binary) << content;
+    EXPECT_EQ(writer.open(path, true, false), FileIoStatus::OpenFailed);
+    EXPECT_EQ(bytes(), content);
+}
+
+TEST_F(WriterCrashTest, appendingGoesOnBehindTheLastWholeItemOrIsRefused)
+{
+    const auto unfinished = [](ContainerBytes content) {
+        return content.record("unfinished", {{"T", "payload"}}, position("Length", 0));
+    };
+    const ContainerBytes whole = ContainerBytes().record("a");
+    const ContainerBytes cut = unfinished(whole);
+    const std::string beyondEnd = ContainerBytes(whole).record("b", {{"T", "xy"}}).str();
+    const Edit noPosition = [](Properties& tag)
+    {
+        position("FilePos", 0)(tag);
+        position("Length", 0)(tag);
+    };
+
+    const struct
+    {
+        std::string content;
+        std::vector<std::string> titles; ///< after another record; none if that is refused
+        std::size_t kept;                ///< bytes in front of the new record
+    } cases[] = {
+        {whole.str(), {"a", "new"}, whole.size()},
+        {whole.str() + "\r\n ", {"a", "new"}, whole.size() + 3},
+        {cut.str(), {"a", "new"}, whole.size()},
+        {cut.str() + R"({"DataField":"Hea)", {"a", "new"}, whole.size()},
+        {ContainerBytes(whole).thumbnail(0, noPosition).str(), {"a", "new"}, whole.size()},
+        {ContainerBytes(cut).record("b").str(), {"a", "b", "new"}, ContainerBytes(cut).record("b").size()},
+        {beyondEnd.substr(0, beyondEnd.size() - 1), {}, 0},
+        {ContainerBytes(whole).thumbnail(0).str() + "{\n", {}, 0},
+    };
+
+    Scene scene;
+    for (const auto& test : cases)
+    {
+        SCOPED_TRACE(&test - cases);
+        writer.close();
+        replaceBytes(test.content);
+        FileIoStatus status{};
+        const std::string messages = stderrOf([&] { status = writer.open(path, true, false); });
+        EXPECT_EQ(bytes(), test.content) << "opening changes nothing";
+        EXPECT_EQ(status, test.titles.empty() ? FileIoStatus::OpenFailed : FileIoStatus::Success);
+        EXPECT_EQ(messages.find("can't append") != std::string::npos, test.titles.empty()) << messages;
+        if (status == FileIoStatus::Success)
+        {
+            add(writer, scene, "s", "new");
+            EXPECT_EQ(bytes().compare(0, test.kept, test.content, 0, test.kept), 0);
+            std::vector<std::string> titles;
+            for (const Properties& record : records())
+            {
+                titles.push_back(record.getString("Title"));
+            }
+            EXPECT_EQ(titles, test.titles);
+            EXPECT_EQ(sdb::hexFromProp(reader.getRecords().back(), "FilePos"), test.kept);
+        }
+    }
+    writer.close();
+    replaceBytes(whole.str() + "{X=1}");
+    EXPECT_THROW(writer.open(path, true, false), InternalError);
+    EXPECT_EQ(bytes(), whole.str() + "{X=1}");
+}
+
+TEST_F(WriterCrashTest, appendingToAnyPrefixIsReadableOrRefusedAndUnchanged)
+{
+    Scene scene;
+    scene.with(triangle()).with(floats("T", {1, 2, 3}));
+    tsg::Bitmap<3> picture;
+    picture.resize(2, 3);
+    std::vector<std::size_t> ends{
+        bytes().size()}; ///< of the file header and the items, alternately records and pictures
+    for (int item = 0; item < 4; ++item)
+    {
+        item % 2 == 0 ? add(writer, scene) : static_cast<int>(writer.addThumbnail(item, picture));
+        ends.push_back(bytes().size());
+    }
+    writer.close();
+    const std::string content = bytes();
+    const auto appendTo = [&](const std::string& prefix)
+    {
+        const auto whole = std::upper_bound(ends.begin(), ends.end(), prefix.size()) - ends.begin();
+        const std::size_t begin = whole == 0 ? 0 : ends[whole - 1]; // of what is cut
+        const bool isTagCut = prefix.find('}', begin) == std::string::npos;
+        // What is cut behind its tag reaches beyond the end, into whatever would be added.
+        const FileIoStatus cutTag = whole == 0 ? FileIoStatus::WrongFormat : FileIoStatus::Success;
+        const FileIoStatus cutBody = whole == 0 ? FileIoStatus::Success : FileIoStatus::OpenFailed;
+        replaceBytes(prefix);
+        SDBWriter appender;
+        const FileIoStatus status = appender.open(path, true, true);
+        EXPECT_EQ(bytes(), prefix) << "opening changes nothing";
+        ASSERT_EQ(status, isTagCut ? cutTag : cutBody);
+        if (status == FileIoStatus::Success)
+        {
+            add(appender, scene, "new");
+            const auto items = std::max<std::ptrdiff_t>(whole - 1, 0);
+            ASSERT_EQ(bytes().compare(0, begin, prefix, 0, begin), 0);
+            ASSERT_EQ(records().size(), (items + 1) / 2 + 1);
+            EXPECT_EQ(reader.getRecords().back().getString("SessionID"), "new");
+            EXPECT_EQ(reader.getThumbnails().size(), items / 2);
+        }
+    };
+    for (std::size_t length = 0; length <= content.size(); ++length)
+    {
+        SCOPED_TRACE(length);
+        stderrOf([&] { appendTo(content.substr(0, length)); });
+    }
+}
+
+} // namespace
