@@ -3,8 +3,9 @@
 
 Compared are the cells of all four kinds by their connectivity, the point coordinates, every point, cell and field
 array by name, type, components and values (NaN equals NaN), and the active attributes. Point coordinates may come back
-as float where every coordinate keeps its value as a float: databases store such points in half the space. Names of
-components and lookup tables are not compared.
+as float where every coordinate keeps its value as a float: databases store such points in half the space. With
+--point-digits they may also be what is left of them in a text of so many significant digits. Names of components and
+lookup tables are not compared.
 
 Exit code: 0 equal, 1 differences, 2 wrong usage, 3 a file that VTK cannot read.
 """
@@ -80,8 +81,14 @@ def points_of(polys):
     return points.GetData() if points is not None else None
 
 
-def compare_points(expected, actual):
-    """A verdict ("equal", "equal as float", or what differs) and the largest difference of a coordinate."""
+def same_digits(left, right, digits):
+    """Whether each value of `right` is that of `left` to so many significant digits, or the float nearest to that."""
+    texts = array.array(right.typecode, (float(f"{value:.{digits}g}") for value in left))
+    return same_values(texts, right)
+
+
+def compare_points(expected, actual, digits=None):
+    """A verdict ("equal", "equal as ...", or what differs) and the largest difference of a coordinate."""
     left, right = flat(points_of(expected)), flat(points_of(actual))
     if len(left) != len(right):
         return f"{len(left) // 3} points became {len(right) // 3}", float("inf")
@@ -95,6 +102,8 @@ def compare_points(expected, actual):
     difference = max((abs(a - b) for a, b in zip(left, right) if a == a and b == b), default=0.0)
     if narrowed and same_values(array.array("f", left), right):
         return "equal as float", difference
+    if digits is not None and same_digits(left, right, digits):
+        return f"equal to {digits} digits", difference
     return f"coordinates differ by up to {difference:g}", difference
 
 
@@ -210,10 +219,10 @@ class ArrayComparison:
         return result
 
 
-def compare(expected, actual, leave_out_unstorable=False):
+def compare(expected, actual, leave_out_unstorable=False, point_digits=None):
     """Compares two polydata."""
-    points, points_difference = compare_points(expected, actual)
-    differences = [] if points in ("equal", "equal as float") else [points]
+    points, points_difference = compare_points(expected, actual, point_digits)
+    differences = [] if points.startswith("equal") else [points]
     compare_cells(expected, actual, differences)
     found = ArrayComparison(expected, actual, leave_out_unstorable)
     return Outcome(differences + found.differences, found.left_out, points, points_difference, found.arrays, found.values)
@@ -234,10 +243,10 @@ def report(name, outcome):
         print(f"          left out: {line}")
 
 
-def compare_files(pairs, leave_out_unstorable):
+def compare_files(pairs, leave_out_unstorable, point_digits):
     outcomes = []
     for expected, actual in pairs:
-        outcomes.append(compare(read(expected), read(actual), leave_out_unstorable))
+        outcomes.append(compare(read(expected), read(actual), leave_out_unstorable, point_digits))
         report(os.path.basename(expected), outcomes[-1])
     different = sum(1 for outcome in outcomes if outcome.differences)
     if len(outcomes) > 1:
@@ -253,6 +262,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--leave-out-unstorable", action="store_true",
                         help="list, and do not miss, arrays of EXPECTED that no file can carry as they are")
+    parser.add_argument("--point-digits", type=int, metavar="N",
+                        help="points may have gone through a text with N significant digits")
     parser.add_argument("--describe", action="store_true", help="read the files and print what they hold")
     parser.add_argument("files", nargs="+", metavar="EXPECTED ACTUAL", help="pairs of files")
     arguments = parser.parse_args()
@@ -264,7 +275,7 @@ def main():
         if len(arguments.files) % 2 != 0:
             parser.error("files come in pairs")
         pairs = zip(arguments.files[::2], arguments.files[1::2])
-        return compare_files(pairs, arguments.leave_out_unstorable)
+        return compare_files(pairs, arguments.leave_out_unstorable, arguments.point_digits)
     except CannotRead as problem:
         print(f"compare_polydata.py: {problem}", file=sys.stderr)
         return 3

@@ -100,6 +100,7 @@ void printJson(SceneFile& file, Console& console)
                                        {
                                            json.beginObject();
                                            writeRecordHeader(json, index, file.records()[index]);
+                                           json.member("classVersions", contents.classVersions);
                                            writeNodes(json, contents);
                                            writeBlocks(json, contents);
                                            json.endObject();

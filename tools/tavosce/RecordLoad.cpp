@@ -6,6 +6,7 @@
 #include "Text.h"
 #include "VtkMessages.h"
 
+#include "core/ClassVersions.h"
 #include "core/Error.h"
 #include "platform/FileSystem.h"
 #include "scenegraph/GraphBuilder.h"
@@ -45,14 +46,41 @@ private:
     Observer& _observer;
 };
 
+/// Hands on what nodes need to be upgraded with the class versions of their own record: a reader adds up those of all
+/// records that it has loaded.
+class OwnVersions : public tsg::NodeRegistry
+{
+public:
+    OwnVersions(tsg::NodeRegistry& builders, const Properties& versions)
+        : _builders(builders)
+    {
+        for (const std::string& className : versions.names())
+        {
+            _versions.setClassVersion(className, versions.getInt(className));
+        }
+    }
+
+    void upgradeNodeProperties(const std::string& objectKey, Properties& properties, const ClassVersions&) override
+    {
+        _builders.upgradeNodeProperties(objectKey, properties, _versions);
+    }
+
+    void postUpgradeNodeProperties(const ClassVersions&) override { _builders.postUpgradeNodeProperties(_versions); }
+
+private:
+    tsg::NodeRegistry& _builders;
+    ClassVersions _versions;
+};
+
 } // namespace
 
 /// Hands what is loaded on to a builder, and knows which block is being delivered.
 class RecordLoader::Delivery : public tsg::NodeStream
 {
 public:
-    explicit Delivery(tsg::GraphBuilder& builder)
+    Delivery(tsg::GraphBuilder& builder, const RecordContents& contents)
         : _builder(builder)
+        , _registry(builder.getNodeRegistry(), contents.classVersions)
     {
     }
 
@@ -98,7 +126,7 @@ public:
         return _builder.writePropNodeData(objectKey, std::move(properties), tag);
     }
 
-    tsg::NodeRegistry& getNodeRegistry() override { return _builder.getNodeRegistry(); }
+    tsg::NodeRegistry& getNodeRegistry() override { return _registry; }
 
     /// How many blocks have come, which is the index of the one that is being loaded.
     std::size_t delivered() const { return _delivered; }
@@ -119,6 +147,7 @@ private:
     }
 
     tsg::GraphBuilder& _builder;
+    OwnVersions _registry;
     VtkMessages _vtk;
     LibraryLog _log;
     std::size_t _delivered = 0;
@@ -148,7 +177,7 @@ tsg::SceneGraph RecordLoader::load(std::size_t record, const RecordContents& con
                                    std::size_t total)
 {
     tsg::GraphBuilder builder(_registry);
-    Delivery delivery(builder);
+    Delivery delivery(builder, contents);
     LoadProgress progress(_report.progress(), done, total);
     const Observation observation(_reader, progress);
     try

@@ -6,6 +6,7 @@
 #include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/ConnectivityList.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/TextValues.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
 #include <vtkCellArray.h>
@@ -37,8 +38,6 @@ constexpr Invariant BLOCK_FAILED{
 /// Shift of the narrowing test for coordinates: floats with up to 19 significant bits pass.
 constexpr int COORDINATE_SHIFT = 34;
 constexpr int NO_NARROWING = 0;
-
-constexpr int BITS_PER_LINE = 8;
 
 } // namespace
 
@@ -142,14 +141,7 @@ void SDBDataWriter::WriteBits(std::ofstream* fp, const detail::ArrayRecord& reco
         fp->write(reinterpret_cast<const char*>(record.bits()), record.bitBytes());
         return;
     }
-    std::string text;
-    for (std::int64_t i = 0; i < record.bitCount(); ++i)
-    {
-        const int shift = BITS_PER_LINE - 1 - static_cast<int>(i % BITS_PER_LINE);
-        text += (record.bits()[i / BITS_PER_LINE] >> shift & 1) != 0 ? '1' : '0';
-        text += shift == 0 ? '\n' : ' ';
-    }
-    detail::writeText(*fp, text);
+    detail::writeBitsAsText(*fp, record.bits(), record.bitCount());
 }
 
 int SDBDataWriter::WriteRecord(std::ofstream* fp, const detail::ArrayRecord& record, const std::string& format)
@@ -258,7 +250,7 @@ SDBDataWriter::Section SDBDataWriter::WriteCellSection(std::ofstream* fp, vtkCel
     }
     else
     {
-        detail::writeText(*fp, list.text());
+        list.writeAsText(*fp);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp) != 0 ? Section::Written : Section::Failed;

@@ -186,8 +186,7 @@ int SDBDataWriter::WriteColorScalars(std::ofstream* fp, const detail::ArrayRecor
     }
     else
     {
-        detail::writeText(*fp,
-                          detail::colorLines(reinterpret_cast<const unsigned char*>(record.data()), num, components));
+        detail::writeColorsAsText(*fp, reinterpret_cast<const unsigned char*>(record.data()), num, components);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);
@@ -204,7 +203,7 @@ int SDBDataWriter::WriteLookupTable(std::ofstream* fp, vtkLookupTable& table, in
     }
     else
     {
-        detail::writeText(*fp, detail::tableLines(table, colors));
+        detail::writeTableAsText(*fp, table, colors);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);

@@ -9,12 +9,11 @@
 #include "scenegraph/io/detail/TextValues.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <sstream>
 #include <utility>
 
-#include <vtkBitArray.h>
 #include <vtkCellArray.h>
 #include <vtkErrorCode.h>
 #include <vtkExecutive.h>
@@ -38,8 +37,6 @@ constexpr detail::VtkReport REFUSED_ARRAY{"Array is not written: ", SOURCE, 301}
 constexpr detail::VtkReport REFUSED_CELLS{"Cells are not written, nor any cell data: ", SOURCE, 358};
 constexpr detail::VtkReport UNSUPPORTED_TYPE{"Type currently not supported", SOURCE, 690};
 constexpr detail::VtkReport NO_CONCRETE_WRITER{"WriteData() should be implemented in concrete subclass", SOURCE, 1143};
-
-constexpr int BITS_PER_LINE = 8;
 
 /// The word for the type of an array: ids have no width in these files.
 std::string_view legacyWord(const detail::TypeWord& type)
@@ -96,6 +93,7 @@ std::ostream* SceneGraphDataWriter::OpenVTKFile()
 {
     this->OpenedFile.clear();
     this->RefusedCells = false;
+    this->LeftOut = false;
     if (this->WriteToOStream == 1)
     {
         return this->OStream;
@@ -147,24 +145,28 @@ void SceneGraphDataWriter::CloseVTKFile(std::ostream* fp)
     const std::unique_ptr<std::ostream> stream(fp);
     if (this->WriteToOutputString != 0)
     {
-        if (const auto* const text = dynamic_cast<std::stringstream*>(fp))
+        if (auto* const text = dynamic_cast<std::stringstream*>(fp))
         {
-            this->KeepString(text->str());
+            this->KeepString(*text);
         }
     }
 }
 
-void SceneGraphDataWriter::KeepString(std::string text)
+void SceneGraphDataWriter::KeepString(std::iostream& text)
 {
-    if (text.size() > INT32_MAX)
+    delete[] this->RegisterAndGetOutputString();
+    text.clear(); // what has arrived is kept after a failure too
+    const std::streamoff length = std::max<std::streamoff>(text.tellp(), 0);
+    if (length > INT32_MAX)
     {
         detail::reportError(*this, LONG_STRING);
         this->SetErrorCode(vtkErrorCode::FileFormatError);
         return;
     }
-    this->OutputStringLength = static_cast<int>(text.size());
-    this->OutputString = new char[text.size() + 1];
-    std::memcpy(this->OutputString, text.c_str(), text.size() + 1);
+    this->OutputString = new char[static_cast<std::size_t>(length) + 1];
+    this->OutputStringLength = static_cast<int>(length);
+    text.read(this->OutputString, length);
+    this->OutputString[length] = '\0';
 }
 
 void SceneGraphDataWriter::DeleteOpenedFile()
@@ -204,63 +206,42 @@ int SceneGraphDataWriter::FinishSection(std::ostream* fp)
 
 bool SceneGraphDataWriter::Refuse(vtkDataArray& array, std::int64_t values)
 {
-    if (detail::typeWordOf(array.GetDataType()) == nullptr)
+    const bool hasWord = detail::typeWordOf(array.GetDataType()) != nullptr;
+    const std::string refusal = hasWord ? detail::storingRefusal(array, values) : "";
+    if (hasWord && refusal.empty())
     {
-        detail::reportError(*this, UNSUPPORTED_TYPE);
-        return true;
+        return false;
     }
-    const std::string refusal = detail::storingRefusal(array, values);
-    if (!refusal.empty())
+    this->LeftOut = true;
+    if (hasWord)
     {
         detail::reportError(*this, REFUSED_ARRAY,
                             '"' + std::string(detail::firstNonEmpty({array.GetName()})) + "\": " + refusal);
     }
-    return !refusal.empty();
-}
-
-/// Bits as they lie in memory, the first in the highest place; of the last byte the rest is zero.
-void SceneGraphDataWriter::WriteBits(std::ostream& out, vtkDataArray& array, std::int64_t count) const
-{
-    auto& bits = *vtkBitArray::SafeDownCast(&array);
-    std::string text;
-    char byte = 0;
-    for (std::int64_t i = 0; i < count; ++i)
+    else
     {
-        const int place = static_cast<int>(i % BITS_PER_LINE);
-        const bool last = place + 1 == BITS_PER_LINE;
-        const int bit = bits.GetValue(i) != 0 ? 1 : 0;
-        if (this->FileType == VTK_ASCII)
-        {
-            text += bit != 0 ? '1' : '0';
-            text += last ? '\n' : ' ';
-            continue;
-        }
-        byte = static_cast<char>(byte | bit << (BITS_PER_LINE - 1 - place));
-        if (last || i + 1 == count)
-        {
-            text += std::exchange(byte, '\0');
-        }
+        detail::reportError(*this, UNSUPPORTED_TYPE);
     }
-    detail::writeText(out, text);
+    return true;
 }
 
 void SceneGraphDataWriter::WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const
 {
+    if (count < 1)
+    {
+        return;
+    }
+    const bool asText = this->FileType == VTK_ASCII;
     const detail::TypeWord& type = *detail::typeWordOf(array.GetDataType());
     if (type.vtkType == VTK_BIT)
     {
-        this->WriteBits(out, array, count);
+        const auto* const bits = static_cast<const unsigned char*>(array.GetVoidPointer(0));
+        asText ? detail::writeBitsAsText(out, bits, count) : detail::writeBits(out, bits, count);
         return;
     }
     const detail::StoredValues values(array, count);
-    if (values.size() > 0 && this->FileType == VTK_ASCII)
-    {
-        detail::writeAsText(out, type.vtkType, values.data(), count);
-    }
-    else if (values.size() > 0)
-    {
-        detail::writeBigEndian(out, type.width, values.data(), count);
-    }
+    asText ? detail::writeAsText(out, type.vtkType, values.data(), count)
+           : detail::writeBigEndian(out, type.width, values.data(), count);
 }
 
 int SceneGraphDataWriter::WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format,
@@ -299,7 +280,7 @@ int SceneGraphDataWriter::WritePoints(std::ostream* fp, vtkPoints* points)
     if (points == nullptr)
     {
         detail::writeText(*fp, keyword + " 0 float\n");
-        return 1;
+        return this->FinishSection(fp);
     }
     vtkDataArray& coordinates = *points->GetData();
     const std::int64_t num = coordinates.GetNumberOfTuples();
@@ -336,6 +317,7 @@ int SceneGraphDataWriter::WriteCells(std::ostream* fp, vtkCellArray* cells, cons
     {
         detail::reportError(*this, REFUSED_CELLS, std::string(keyword) + ": " + list.refusal());
         this->RefusedCells = true;
+        this->LeftOut = true;
         return 1;
     }
     detail::writeText(*fp, std::string(keyword) + ' ' + std::to_string(cells->GetNumberOfCells()) + ' ' +
@@ -346,7 +328,7 @@ int SceneGraphDataWriter::WriteCells(std::ostream* fp, vtkCellArray* cells, cons
     }
     else
     {
-        detail::writeText(*fp, list.text());
+        list.writeAsText(*fp);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);

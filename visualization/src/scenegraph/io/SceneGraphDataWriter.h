@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include <vtkWriter.h>
 
@@ -34,7 +35,7 @@ struct TypeWord;
 /// Operations that take a stream answer 1 or 0, and 0 for a null stream. A stream found failed after a section sets the
 /// error code vtkErrorCode::OutOfDiskSpaceError and answers 0. An array that the format cannot hold (types it has no
 /// word for, values beyond 4 bytes, 2 GiB, fewer values than its section asks for) is reported by one error and left
-/// out before anything of it is written. Nothing is thrown.
+/// out before anything of it is written. Nothing is thrown but what the stream of a caller throws.
 class TAVO_EXPORT SceneGraphDataWriter : public vtkWriter
 {
 public:
@@ -112,6 +113,9 @@ public:
     /// and more is refused with an error and the error code FileFormatError.
     virtual void CloseVTKFile(std::ostream* fp);
 
+    /// Whether this write, or the last one, has left out something that the format cannot hold.
+    bool HasLeftOut() const { return this->LeftOut; }
+
     /// Identification, title and file type.
     int WriteHeader(std::ostream* fp);
 
@@ -173,13 +177,16 @@ private:
 
     std::ostream* OpenString();
     std::ostream* OpenFile();
-    void KeepString(std::string text);
+    void KeepString(std::iostream& text);
 
     int WriteAttributes(std::ostream* fp, const std::string& keyword, vtkDataSetAttributes* attributes,
                         std::int64_t num);
     int WriteAttribute(std::ostream* fp, const AttributeKind& kind, vtkDataArray* array, int num);
     int WriteColorScalars(std::ostream* fp, vtkDataArray& scalars, int num);
     int WriteLookupTable(std::ostream* fp, vtkLookupTable& table, int colors);
+    /// The arrays of a field section, null for those that are not numeric; refused ones are reported.
+    std::vector<vtkDataArray*> FieldArrays(vtkFieldData& fieldData);
+    int WriteFieldArray(std::ostream* fp, vtkDataArray* array);
     std::string AttributeName(const AttributeKind& kind, vtkDataArray& array);
     std::string LookupTableWord() const;
 
@@ -188,7 +195,6 @@ private:
     /// Header line and values of an array that is not refused.
     int WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format, std::int64_t values);
     void WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
-    void WriteBits(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
     /// Flushes, and answers 1 or, after a failure, 0.
     int FinishSection(std::ostream* fp);
 
@@ -210,6 +216,7 @@ private:
     std::ostream* OStream = nullptr; ///< borrowed
     std::string OpenedFile;          ///< of the present or last write; empty if that went elsewhere
     bool RefusedCells = false;       ///< see HasRefusedCells
+    bool LeftOut = false;            ///< see HasLeftOut
 };
 
 } // namespace tsg

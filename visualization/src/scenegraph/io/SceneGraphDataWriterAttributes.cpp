@@ -3,8 +3,10 @@
 #include "scenegraph/io/detail/AttributeValues.h"
 #include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/StoredArray.h"
 
-#include <algorithm>
+#include <locale>
+#include <sstream>
 #include <vector>
 
 #include <vtkCellData.h>
@@ -173,8 +175,8 @@ int SceneGraphDataWriter::WriteColorScalars(std::ostream* fp, vtkDataArray& scal
     }
     else
     {
-        detail::writeText(
-            *fp, detail::colorLines(static_cast<const unsigned char*>(scalars.GetVoidPointer(0)), num, components));
+        const detail::StoredValues values(scalars, std::int64_t{num} * components);
+        detail::writeColorsAsText(*fp, reinterpret_cast<const unsigned char*>(values.data()), num, components);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);
@@ -190,51 +192,65 @@ int SceneGraphDataWriter::WriteLookupTable(std::ostream* fp, vtkLookupTable& tab
     }
     else
     {
-        detail::writeText(*fp, detail::tableLines(table, colors));
+        detail::writeTableAsText(*fp, table, colors);
     }
     detail::writeText(*fp, "\n");
     return this->FinishSection(fp);
 }
 
-int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)
+std::vector<vtkDataArray*> SceneGraphDataWriter::FieldArrays(vtkFieldData& fieldData)
 {
-    if (fp == nullptr)
+    std::vector<vtkDataArray*> arrays;
+    for (const int i : detail::ordinaryArrays(fieldData))
     {
-        return 0;
-    }
-    std::vector<vtkDataArray*> arrays; // null for those that are not numeric
-    for (const int i : fieldData != nullptr ? detail::ordinaryArrays(*fieldData) : std::vector<int>())
-    {
-        vtkDataArray* const array = fieldData->GetArray(i);
+        vtkDataArray* const array = fieldData.GetArray(i);
         if (array == nullptr || !this->Refuse(*array, array->GetNumberOfTuples() * array->GetNumberOfComponents()))
         {
             arrays.push_back(array);
         }
     }
+    return arrays;
+}
+
+int SceneGraphDataWriter::WriteFieldArray(std::ostream* fp, vtkDataArray* array)
+{
+    if (array == nullptr)
+    {
+        detail::writeText(*fp, "NULL_ARRAY\n");
+        return this->FinishSection(fp);
+    }
+    const std::int64_t num = array->GetNumberOfTuples();
+    const int components = array->GetNumberOfComponents();
+    const std::string name =
+        detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
+    return this->WriteRecord(fp, *array,
+                             detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
+                                 std::to_string(num) + " %s\n",
+                             num * components);
+}
+
+int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)
+{
+    if (fp == nullptr || fieldData == nullptr)
+    {
+        return fp == nullptr ? 0 : 1;
+    }
+    const std::vector<vtkDataArray*> arrays = this->FieldArrays(*fieldData);
     if (arrays.empty())
     {
-        return 1;
+        return this->FinishSection(fp); // the section may have begun with nothing but its keyword
     }
     detail::writeText(*fp, std::string(detail::FIELD_WORD) + ' ' +
                                detail::firstNonEmpty({this->FieldDataName, detail::FIELD_DATA_NAME}) + ' ' +
                                std::to_string(arrays.size()) + '\n');
     for (vtkDataArray* const array : arrays)
     {
-        if (array == nullptr)
+        if (this->WriteFieldArray(fp, array) == 0)
         {
-            detail::writeText(*fp, "NULL_ARRAY\n");
-            continue;
+            return 0;
         }
-        const std::int64_t num = array->GetNumberOfTuples();
-        const int components = array->GetNumberOfComponents();
-        const std::string name =
-            detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
-        (void)this->WriteRecord(fp, *array, // a failed stream shows in the end
-                                detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
-                                    std::to_string(num) + " %s\n",
-                                num * components);
     }
-    return this->FinishSection(fp);
+    return 1;
 }
 
 int SceneGraphDataWriter::WriteDataSetData(std::ostream* fp, vtkDataSet* dataSet)
@@ -250,42 +266,26 @@ int SceneGraphDataWriter::WriteDataSetData(std::ostream* fp, vtkDataSet* dataSet
 void SceneGraphDataWriter::PrintSelf(ostream& os, vtkIndent indent)
 {
     this->Superclass::PrintSelf(os, indent);
-    os << indent << "File Name: " << (this->FileName != nullptr ? this->FileName : "(none)") << '\n'
-       << indent << "File Type: " << (this->FileType == VTK_BINARY ? "BINARY\n" : "ASCII\n");
-
-    struct Line
-    {
-        const char* label;
-        const char* value;
-        const char* without; ///< the line for null
-    };
-
-    const auto print = [&](const Line& line)
-    {
-        if (line.value != nullptr)
-        {
-            os << indent << line.label << line.value << '\n';
-        }
-        else
-        {
-            os << indent << line.without;
-        }
-    };
-    print({"Header: ", this->Header, "Header: (None)\n"});
-    os << indent << "Output String Length: " << this->OutputStringLength << '\n'
-       << indent << "Output String (addr): " << static_cast<void*>(this->OutputString) << '\n'
-       << indent << "WriteToOutputString: " << (this->WriteToOutputString != 0 ? "On\n" : "Off\n");
-    for (const Line& line : {Line{"Scalars Name: ", this->ScalarsName, "Scalars Name: (None)\n"},
-                             Line{"Vectors Name: ", this->VectorsName, "Vectors Name: (None)\n"},
-                             Line{"Normals Name: ", this->NormalsName, "Normals Name: (None)\n"},
-                             Line{"Tensors Name: ", this->TensorsName, "Tensors Name: (None)\n"},
-                             Line{"Texture Coords Name: ", this->TCoordsName, "Texture Coordinates Name: (None)\n"},
-                             Line{"Global Ids Name: ", this->GlobalIdsName, "Global Ids Name: (None)\n"},
-                             Line{"Lookup Table Name: ", this->LookupTableName, "Lookup Table Name: (None)\n"},
-                             Line{"Field Data Name: ", this->FieldDataName, "Field Data Name: (None)\n"}})
-    {
-        print(line);
-    }
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    const auto name = [&](const char* label, const char* value, const char* whenNull)
+    { text << indent << label << (value != nullptr ? value : whenNull) << '\n'; };
+    name("File Name: ", this->FileName, "(none)");
+    text << indent << "File Type: " << (this->FileType == VTK_BINARY ? "BINARY\n" : "ASCII\n");
+    name("Header: ", this->Header, "(None)");
+    text << indent << "Output String Length: " << this->OutputStringLength << '\n'
+         << indent << "Output String (addr): " << static_cast<void*>(this->OutputString) << '\n'
+         << indent << "WriteToOutputString: " << (this->WriteToOutputString != 0 ? "On\n" : "Off\n");
+    name("Scalars Name: ", this->ScalarsName, "(None)");
+    name("Vectors Name: ", this->VectorsName, "(None)");
+    name("Normals Name: ", this->NormalsName, "(None)");
+    name("Tensors Name: ", this->TensorsName, "(None)");
+    name(this->TCoordsName != nullptr ? "Texture Coords Name: " : "Texture Coordinates Name: ", this->TCoordsName,
+         "(None)");
+    name("Global Ids Name: ", this->GlobalIdsName, "(None)");
+    name("Lookup Table Name: ", this->LookupTableName, "(None)");
+    name("Field Data Name: ", this->FieldDataName, "(None)");
+    detail::writeText(os, text.str());
 }
 
 } // namespace tsg

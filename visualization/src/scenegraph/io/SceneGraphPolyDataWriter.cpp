@@ -5,6 +5,7 @@
 #include "scenegraph/io/detail/PolyDataInput.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
+#include <vtkErrorCode.h>
 #include <vtkObjectFactory.h>
 
 namespace tsg
@@ -85,6 +86,10 @@ int SceneGraphPolyDataWriter::WriteBody(std::ostream* fp, vtkPolyData& input)
 
 void SceneGraphPolyDataWriter::Abandon(std::ostream* fp, bool inHeader)
 {
+    if (this->GetErrorCode() == vtkErrorCode::NoError)
+    {
+        this->SetErrorCode(vtkErrorCode::FileFormatError); // what was refused is as lost as what found no room
+    }
     const char* const fileName = this->GetFileName();
     if (fileName != nullptr)
     {

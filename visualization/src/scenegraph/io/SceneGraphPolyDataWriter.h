@@ -9,7 +9,8 @@ namespace tsg
 
 /// Writes its input, one vtkPolyData, as a legacy VTK file, version 3.0. A file whose disk runs full is deleted, with
 /// the error "Ran out of disk space; deleting file: " and its name; a string keeps what it got, with the error "Error
-/// writing data set to memory" or "Could not read memory header. ". The error code tells as well.
+/// writing data set to memory" or "Could not read memory header. ". Points that the format cannot hold end a write in
+/// the same way. Write answers 0 then, and the error code is OutOfDiskSpaceError, or FileFormatError for such points.
 class TAVO_EXPORT SceneGraphPolyDataWriter : public SceneGraphDataWriter
 {
 public:

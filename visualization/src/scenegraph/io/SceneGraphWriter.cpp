@@ -194,7 +194,7 @@ bool SceneGraphWriter::writePolys(const std::string& name, vtkPolyData* polys, T
     vtkNew<SceneGraphPolyDataWriter> writer;
     writer->WriteToOutputStringOn();
     writer->SetInputData(polys);
-    _failed = writer->Write() == 0 || _failed;
+    _failed = writer->Write() == 0 || writer->HasLeftOut() || _failed;
     writer->Update();
     Properties header;
     header.set(key::OBJECT_KEY, name);

@@ -13,6 +13,7 @@
 #include <vtkErrorCode.h>
 #include <vtkPolyDataReader.h>
 #include <vtkPolyDataWriter.h>
+#include <vtkSOADataArrayTemplate.h>
 #include <vtkStringArray.h>
 
 namespace
@@ -52,6 +53,18 @@ std::string stockText(vtkPolyData* data)
     writer->SetWriteArrayMetaData(false);
     std::string text = stringOf(*writer, data);
     return text.replace(text.find("4.2"), 3, "3.0");
+}
+
+/// What VTK's own reader makes of a file, without an error.
+vtkSmartPointer<vtkPolyData> readByVtk(const std::string& bytes)
+{
+    const vtkNew<vtkPolyDataReader> reader;
+    const ReportedErrors errors(*reader);
+    reader->ReadFromInputStringOn();
+    reader->SetBinaryInputString(bytes.data(), static_cast<int>(bytes.size()));
+    reader->Update();
+    EXPECT_THAT(errors.texts, IsEmpty()) << bytes;
+    return reader->GetOutput();
 }
 
 vtkSmartPointer<vtkPolyData> pointsWith(vtkDataArray* scalars)
@@ -159,17 +172,27 @@ TEST(SceneGraphPolyDataWriterTest, vtkReadsWhatIsWritten)
         for (const auto& data : datasets())
         {
             const std::string bytes = written(data, fileType);
-            const vtkNew<vtkPolyDataReader> reader;
-            const ReportedErrors errors(*reader);
-            reader->ReadFromInputStringOn();
-            reader->SetBinaryInputString(bytes.data(), static_cast<int>(bytes.size()));
-            reader->Update();
-            EXPECT_THAT(errors.texts, IsEmpty()) << bytes;
+            const auto read = readByVtk(bytes);
             if (data->GetPoints() != nullptr) // VTK's reader makes points where there are none
             {
-                EXPECT_EQ(written(reader->GetOutput(), fileType), bytes);
+                EXPECT_EQ(written(read, fileType), bytes);
             }
         }
+    }
+}
+
+TEST(SceneGraphPolyDataWriterTest, arraysOfWordsDoNotCostTheOnesBehindThem)
+{
+    const vtkNew<vtkStringArray> words;
+    words->InsertNextValue("w");
+    auto data = onePoint();
+    data->GetFieldData()->AddArray(words);
+    data->GetFieldData()->AddArray(floats("behind", {7}));
+    for (const int fileType : {VTK_ASCII, VTK_BINARY})
+    {
+        const auto read = readByVtk(written(data, fileType));
+        EXPECT_THAT(valuesOf(read->GetFieldData()->GetArray("behind")), ElementsAre(7));
+        EXPECT_EQ(read->GetNumberOfPoints(), 1);
     }
 }
 
@@ -287,6 +310,26 @@ TEST(SceneGraphPolyDataWriterTest, aDiskThatFillsUpIsNoticedAtEveryByteAndItsFil
     }
 }
 
+TEST(SceneGraphPolyDataWriterTest, aDiskThatFillsUpIsNoticedInTheSmallestFiles)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("grid.vtk").narrow;
+    auto refusedOnly = onePoint();
+    refusedOnly->GetPointData()->AddArray(arrayOf(VTK_LONG, "beyond", 1, {5e9}));
+    for (const auto& data : {vtkSmartPointer<vtkPolyData>::New(), onePoint(), refusedOnly})
+    {
+        const vtkNew<Writer> writer;
+        const ReportedErrors errors(*writer);
+        const std::size_t size = stringOf(*writer, data).size();
+        writer->WriteToOutputStringOff();
+        writer->SetFileName(path.c_str());
+        const FileSizeLimit limit(size - 1);
+        EXPECT_EQ(writer->Write(), 0);
+        EXPECT_EQ(errors.messages.back(), "error: Ran out of disk space; deleting file: " + path);
+        EXPECT_FALSE(std::filesystem::exists(path));
+    }
+}
+
 TEST(SceneGraphPolyDataWriterTest, whatTheFormatCannotHoldIsReportedAndLeftOut)
 {
     auto data = triangle();
@@ -313,8 +356,86 @@ TEST(SceneGraphPolyDataWriterTest, whatTheFormatCannotHoldIsReportedAndLeftOut)
                             "error: Array is not written: \"short\": it holds 3 values where 9 are expected",
                             "error: Array is not written: \"beyond\": value 5000000000 does not fit 4 bytes",
                             "error: Type currently not supported"));
+    EXPECT_TRUE(writer->HasLeftOut());
+    stringOf(*writer, triangle());
+    EXPECT_FALSE(writer->HasLeftOut());
     EXPECT_THAT(stringOf(*writer, cells), AllOf(Not(HasSubstr("POLYGONS")), Not(HasSubstr("CELL_DATA"))));
     EXPECT_THAT(errors.messages.back(), HasSubstr("POLYGONS: value 5000000000 does not fit 4 bytes"));
+
+    data->SetPoints(pointsOf(VTK_LONG, {5e9, 0, 0}));
+    EXPECT_THAT(stringOf(*writer, data), EndsWith("DATASET POLYDATA\n"));
+    EXPECT_EQ(writer->GetErrorCode(), vtkErrorCode::FileFormatError);
+    EXPECT_EQ(errors.messages.back(), "error: Error writing data set to memory");
+}
+
+/// An in-memory stream that claims to hold 2 GiB.
+struct LongString : std::stringstream
+{
+    struct Buffer : std::stringbuf
+    {
+        pos_type seekoff(off_type, std::ios::seekdir, std::ios::openmode) override { return off_type{INT32_MAX} + 1; }
+    };
+
+    LongString() { static_cast<std::ios&>(*this).rdbuf(&buffer); }
+
+    Buffer buffer;
+};
+
+TEST(SceneGraphPolyDataWriterTest, aStringOf2GiBIsRefused)
+{
+    const vtkNew<Writer> writer;
+    const ReportedErrors errors(*writer);
+    writer->WriteToOutputStringOn();
+    writer->CloseVTKFile(new LongString);
+    EXPECT_EQ(writer->GetOutputString(), nullptr);
+    EXPECT_EQ(writer->GetOutputStringLength(), 0);
+    EXPECT_EQ(writer->GetErrorCode(), vtkErrorCode::FileFormatError);
+    EXPECT_THAT(errors.messages, ElementsAre("error: The output string takes 2 GiB or more"));
+}
+
+TEST(SceneGraphPolyDataWriterTest, valuesThatLieApartInMemoryAreWrittenAlike)
+{
+    const vtkNew<vtkSOADataArrayTemplate<unsigned char>> apart;
+    const auto together = counting(VTK_UNSIGNED_CHAR, "colours", 4, 3, 50);
+    apart->DeepCopy(together);
+    for (const int fileType : {VTK_ASCII, VTK_BINARY})
+    {
+        EXPECT_EQ(written(pointsWith(apart), fileType), written(pointsWith(together), fileType));
+    }
+}
+
+/// Opens the operations for subclasses.
+struct OpenWriter : tsg::SceneGraphDataWriter
+{
+    static OpenWriter* New() { VTK_STANDARD_NEW_BODY(OpenWriter); }
+
+    using SceneGraphDataWriter::WriteArray;
+    using SceneGraphDataWriter::WriteScalarData;
+};
+
+TEST(SceneGraphPolyDataWriterTest, sectionsCanBeWrittenByThemselves)
+{
+    const vtkNew<OpenWriter> writer;
+    const ReportedErrors errors(*writer);
+    const auto array = arrayOf(VTK_INT, "a", 2, {1, 2, 3, 4});
+    std::ostringstream out;
+    for (const int axis : {0, 1, 7})
+    {
+        EXPECT_EQ(writer->WriteCoordinates(&out, floats("x", {1.5}), axis), 1);
+    }
+    EXPECT_EQ(writer->WriteArray(&out, VTK_INT, array, "50%% of %s\n", 1, 2), 1);
+    EXPECT_EQ(writer->WriteCells(&out, nullptr, "LINES"), 1);
+    EXPECT_EQ(out.str(), "X_COORDINATES 1 float\n1.5 \nY_COORDINATES 1 float\n1.5 \nZ_COORDINATES 1 float\n1.5 \n"
+                         "50% of int\n1 2 \n");
+    EXPECT_EQ(writer->WriteArray(&out, VTK_FLOAT, array, "%s\n", 1, 2), 0);
+    EXPECT_EQ(writer->WriteArray(&out, VTK_INT, array, "%s\n", 3, 2), 0);
+    EXPECT_THAT(errors.messages,
+                ElementsAre("error: Type currently not supported",
+                            "error: Array is not written: \"a\": it holds 4 values where 6 are expected"));
+    const int withoutStream[] = {writer->WriteHeader(nullptr), writer->WritePoints(nullptr, nullptr),
+                                 writer->WriteFieldData(nullptr, nullptr), writer->WritePointData(nullptr, onePoint()),
+                                 writer->WriteScalarData(nullptr, array, 1)};
+    EXPECT_THAT(withoutStream, Each(0));
 }
 
 TEST(SceneGraphPolyDataWriterTest, printsItsSettings)
@@ -322,12 +443,18 @@ TEST(SceneGraphPolyDataWriterTest, printsItsSettings)
     const vtkNew<Writer> writer;
     writer->SetTCoordsName("uv");
     std::ostringstream out;
+    out.imbue(ForeignNumbers::locale());
     writer->Print(out);
     EXPECT_THAT(out.str(), HasSubstr("  File Name: (none)\n  File Type: ASCII\n  Header: vtk output\n"
                                      "  Output String Length: 0\n  Output String (addr): 0\n"
                                      "  WriteToOutputString: Off\n  Scalars Name: (None)\n"));
     EXPECT_THAT(out.str(), HasSubstr("  Texture Coords Name: uv\n  Global Ids Name: (None)\n"
                                      "  Lookup Table Name: lookup_table\n  Field Data Name: FieldData\n"));
+    writer->SetTCoordsName(nullptr);
+    const std::string length = std::to_string(stringOf(*writer, vtkNew<vtkPolyData>()).size());
+    writer->Print(out);
+    EXPECT_THAT(out.str(), HasSubstr("  Output String Length: " + length + "\n  Output String (addr): 0x"));
+    EXPECT_THAT(out.str(), HasSubstr("  Texture Coordinates Name: (None)\n"));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "scenegraph/io/detail/AttributeValues.h"
 
-#include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/TextChunks.h"
 
 #include <algorithm>
 #include <iterator>
@@ -86,31 +86,39 @@ vtkSmartPointer<vtkDataArray> withNineComponents(vtkDataArray& tensors)
     return full;
 }
 
-std::string colorLines(const unsigned char* values, int tuples, int components)
+void writeColorsAsText(std::ostream& out, const unsigned char* values, int tuples, int components)
 {
     constexpr double MAX_BYTE = 255.0;
-    std::string text;
+    TextChunks text(out);
     for (int tuple = 0; tuple < tuples; ++tuple)
     {
         for (int i = 0; i < components; ++i)
         {
-            text += decimal(*values++ / MAX_BYTE) + ' ';
+            text.addNumber(*values++ / MAX_BYTE);
+            text.add(' ');
         }
-        text += tuple != 0 && tuple % 2 == 0 ? "\n" : "";
+        if (tuple != 0 && tuple % 2 == 0)
+        {
+            text.add('\n');
+        }
     }
-    return text;
+    text.finish();
 }
 
-std::string tableLines(vtkLookupTable& table, int colors)
+void writeTableAsText(std::ostream& out, vtkLookupTable& table, int colors)
 {
-    std::string text;
+    TextChunks text(out);
     for (int i = 0; i < colors; ++i)
     {
         double rgba[COLOR_BYTES];
         table.GetTableValue(i, rgba);
-        text += decimal(rgba[0]) + ' ' + decimal(rgba[1]) + ' ' + decimal(rgba[2]) + ' ' + decimal(rgba[3]) + '\n';
+        for (int component = 0; component < COLOR_BYTES; ++component)
+        {
+            text.addNumber(rgba[component]);
+            text.add(component + 1 < COLOR_BYTES ? ' ' : '\n');
+        }
     }
-    return text;
+    text.finish();
 }
 
 } // namespace tsg::detail

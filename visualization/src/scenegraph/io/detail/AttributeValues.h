@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include <iosfwd>
 #include <vector>
 
 #include <vtkSmartPointer.h>
@@ -29,10 +29,10 @@ int storedColors(vtkLookupTable* table);
 /// with all nine.
 vtkSmartPointer<vtkDataArray> withNineComponents(vtkDataArray& tensors);
 
-/// Colour scalars as text, with a line break after every second tuple from the third on.
-std::string colorLines(const unsigned char* values, int tuples, int components);
+/// Writes colour scalars as text, with a line break after every second tuple from the third on.
+void writeColorsAsText(std::ostream& out, const unsigned char* values, int tuples, int components);
 
-/// The first colours of a table as lines of text.
-std::string tableLines(vtkLookupTable& table, int colors);
+/// Writes the first colours of a table as lines of text.
+void writeTableAsText(std::ostream& out, vtkLookupTable& table, int colors);
 
 } // namespace tsg::detail

@@ -2,7 +2,6 @@
 
 #include "scenegraph/io/detail/Limits.h"
 
-#include <charconv>
 #include <cstring>
 #include <ostream>
 
@@ -21,15 +20,6 @@ const char* firstNonEmpty(std::initializer_list<const char*> texts)
         }
     }
     return "";
-}
-
-std::string decimal(double value)
-{
-    constexpr int SIGNIFICANT_DIGITS = 6;
-    char digits[32];
-    const auto end =
-        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, SIGNIFICANT_DIGITS);
-    return {digits, end.ptr};
 }
 
 std::string encodedName(vtkWriter& writer, const char* name)

@@ -7,16 +7,13 @@
 
 class vtkWriter;
 
-/// The text of dataset blocks. It is made without any locale and written as bytes, so that locale and format flags of
-/// the caller's stream do not matter.
+/// The words and lines of dataset blocks and legacy files. They are made without any locale and written as bytes, so
+/// that locale and format flags of the caller's stream do not matter.
 namespace tsg::detail
 {
 
 /// The first of the texts that is neither null nor empty; an empty text if none is.
 const char* firstNonEmpty(std::initializer_list<const char*> texts);
-
-/// A number as the default-formatted text of a stream: six significant digits.
-std::string decimal(double value);
 
 /// An array name as one token of a block: bytes below 33 or above 126, quotes and percent signs as "%" and two
 /// hexadecimal digits. Cut to MAX_NAME_BYTES before an escape that would not fit. A null name is empty. `writer` does

@@ -1,5 +1,7 @@
 #include "scenegraph/io/detail/ConnectivityList.h"
 
+#include "scenegraph/io/detail/TextChunks.h"
+
 #include <vtkCellArray.h>
 
 namespace tsg::detail
@@ -56,19 +58,20 @@ ConnectivityList::ConnectivityList(vtkCellArray& cells)
     }
 }
 
-std::string ConnectivityList::text() const
+void ConnectivityList::writeAsText(std::ostream& out) const
 {
-    std::string lines;
+    TextChunks text(out);
     for (const std::int32_t* from = begin(); from != end();)
     {
         const std::int32_t* const next = from + 1 + *from;
         for (; from != next; ++from)
         {
-            lines += std::to_string(*from) + ' ';
+            text.addNumber(*from);
+            text.add(' ');
         }
-        lines += '\n';
+        text.add('\n');
     }
-    return lines;
+    text.finish();
 }
 
 } // namespace tsg::detail

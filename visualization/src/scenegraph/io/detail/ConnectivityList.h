@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
 #include <string>
 
@@ -26,8 +27,8 @@ public:
     /// Integers in the list.
     std::int64_t size() const { return _size; }
 
-    /// The list as lines of text, one a cell.
-    std::string text() const;
+    /// Writes the list as lines of text, one a cell.
+    void writeAsText(std::ostream& out) const;
 
 private:
     struct Builder;

@@ -1,10 +1,9 @@
 #include "scenegraph/io/detail/TextValues.h"
 
-#include <charconv>
+#include "scenegraph/io/detail/TextChunks.h"
+
 #include <cstring>
-#include <memory>
 #include <ostream>
-#include <type_traits>
 
 #include <vtkByteSwap.h>
 #include <vtkType.h>
@@ -16,51 +15,27 @@ namespace
 {
 
 constexpr int VALUES_PER_LINE = 9;
-constexpr int SIGNIFICANT_DIGITS = 6;
-constexpr std::size_t CHUNK_BYTES = 65536;
-constexpr std::size_t LONGEST_VALUE = 32; ///< with blank and line break
-
-/// Prints a value without any locale; where the text ends.
-template <class T>
-char* print(char* text, T value)
-{
-    if constexpr (std::is_floating_point_v<T>)
-    {
-        return std::to_chars(text, text + LONGEST_VALUE, static_cast<double>(value), std::chars_format::general,
-                             SIGNIFICANT_DIGITS)
-            .ptr;
-    }
-    else
-    {
-        return std::to_chars(text, text + LONGEST_VALUE, value).ptr;
-    }
-}
+constexpr int BITS_PER_BYTE = 8;
 
 template <class T>
 void writeValues(std::ostream& out, const char* values, std::int64_t count)
 {
-    const std::unique_ptr<char[]> chunk(new char[CHUNK_BYTES + LONGEST_VALUE]);
-    char* at = chunk.get();
+    TextChunks text(out);
     int inLine = 0;
     for (const char* const end = values + count * static_cast<std::int64_t>(sizeof(T)); values != end;
          values += sizeof(T))
     {
         T value;
         std::memcpy(&value, values, sizeof(T));
-        at = print(at, value);
-        *at++ = ' ';
+        text.addNumber(value);
+        text.add(' ');
         if (++inLine == VALUES_PER_LINE)
         {
-            *at++ = '\n';
+            text.add('\n');
             inLine = 0;
         }
-        if (at >= chunk.get() + CHUNK_BYTES)
-        {
-            out.write(chunk.get(), at - chunk.get());
-            at = chunk.get();
-        }
     }
-    out.write(chunk.get(), at - chunk.get());
+    text.finish();
 }
 
 struct TextType
@@ -89,6 +64,29 @@ void writeAsText(std::ostream& out, int vtkType, const char* values, std::int64_
         {
             row.write(out, values, count);
         }
+    }
+}
+
+void writeBitsAsText(std::ostream& out, const unsigned char* bits, std::int64_t count)
+{
+    TextChunks text(out);
+    for (std::int64_t i = 0; i < count; ++i)
+    {
+        const int shift = BITS_PER_BYTE - 1 - static_cast<int>(i % BITS_PER_BYTE);
+        text.add((bits[i / BITS_PER_BYTE] >> shift & 1) != 0 ? '1' : '0');
+        text.add(shift == 0 ? '\n' : ' ');
+    }
+    text.finish();
+}
+
+void writeBits(std::ostream& out, const unsigned char* bits, std::int64_t count)
+{
+    const std::int64_t whole = count / BITS_PER_BYTE;
+    const int rest = static_cast<int>(count % BITS_PER_BYTE);
+    out.write(reinterpret_cast<const char*>(bits), whole);
+    if (rest != 0)
+    {
+        out.put(static_cast<char>(bits[whole] & ~(UINT8_MAX >> rest)));
     }
 }
 
