@@ -21,15 +21,16 @@ namespace
 using namespace bench;
 
 constexpr int SIDE = 200;
+constexpr int POINTS = SIDE * SIDE;
 
 vtkPolyData* mesh()
 {
     static const vtkSmartPointer<vtkPolyData> polys = []
     {
         auto made = wavySurface(SIDE);
-        made->GetPointData()->SetScalars(smoothArray("p", VTK_FLOAT, 1, SIDE * SIDE));
-        made->GetPointData()->SetVectors(smoothArray("U", VTK_FLOAT, 3, SIDE * SIDE));
-        made->GetPointData()->AddArray(smoothArray("rank", VTK_INT, 1, SIDE * SIDE));
+        made->GetPointData()->SetScalars(smoothArray("p", VTK_FLOAT, 1, POINTS));
+        made->GetPointData()->SetVectors(smoothArray("U", VTK_FLOAT, 3, POINTS));
+        made->GetPointData()->AddArray(smoothArray("rank", VTK_INT, 1, POINTS));
         return made;
     }();
     return polys;
@@ -87,7 +88,7 @@ void readReference(benchmark::State& state)
         reader->ReadFromInputStringOn();
         reader->SetInputString(body.data(), static_cast<int>(body.size()));
         reader->Update();
-        require(reader->GetOutput()->GetNumberOfPoints() == SIDE * SIDE);
+        require(reader->GetOutput()->GetNumberOfPoints() == POINTS);
     }
 }
 

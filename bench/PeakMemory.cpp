@@ -14,7 +14,6 @@
 #include "scenegraph/io/SDBWriter.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -111,7 +110,7 @@ int main(int argc, char** argv)
     const std::vector<std::string> words(argv + 1, argv + argc);
     if (words.size() == 3 && words[0] == "write")
     {
-        return writeMesh({words[1].begin(), words[1].end()}, std::atoi(words[2].c_str()));
+        return writeMesh({words[1].begin(), words[1].end()}, std::stoi(words[2]));
     }
     if (words.size() == 2 && words[0] == "read")
     {
