@@ -74,7 +74,9 @@ UpdateStream::UpdateStream(const std::wstring& path)
     {
         close(); // a stream that could not be cut is of no use
         setstate(std::ios::failbit);
+        return;
     }
+    _streams = descriptor;
 }
 
 UpdateStream::~UpdateStream()
@@ -94,6 +96,19 @@ bool UpdateStream::truncate(std::uint64_t size)
         return false;
     }
     return ftruncate(_descriptor, static_cast<off_t>(size)) == 0;
+}
+
+void UpdateStream::discard()
+{
+    // Closing writes what is buffered. So the descriptor, of which the stream is the owner, leads nowhere from now on.
+    const int nowhere = is_open() ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
+    if (nowhere != -1)
+    {
+        (void)dup3(nowhere, _streams, O_CLOEXEC); // a failure only means that something is written before it is cut off
+        ::close(nowhere);
+    }
+    clear();
+    close();
 }
 
 } // namespace OS

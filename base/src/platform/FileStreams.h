@@ -40,9 +40,13 @@ public:
     /// because it could not be. The stream's position stays. False when opening has failed or the system refuses.
     bool truncate(std::uint64_t size);
 
+    /// Closes the stream without writing what it still buffers. The file can still be cut.
+    void discard();
+
 private:
     using std::ofstream::open; // another file would have another descriptor
 
+    int _streams = -1; ///< the descriptor that the stream writes to; -1 while it is not open
     int _descriptor; ///< a second one of the same file, so that a stream that cannot be flushed can be cut; -1 for none
 };
 

@@ -121,6 +121,12 @@ TEST_F(FileStreamsTest, updatesInPlaceAndCuts)
         EXPECT_TRUE(stream.truncate(3)) << "a stream that could not be flushed is closed before it is cut";
     }
     EXPECT_EQ(content(), "ab2");
+
+    OS::UpdateStream stream(file.wide);
+    stream << "kept" << std::flush << "lost";
+    stream.discard();
+    EXPECT_FALSE(stream.is_open());
+    EXPECT_EQ(content(), "kept");
 }
 
 TEST_F(FileStreamsTest, writingBeginsWithAnEmptyRegularFile)

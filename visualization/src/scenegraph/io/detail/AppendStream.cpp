@@ -51,8 +51,7 @@ void AppendStream::leaveItem()
 void AppendStream::abandon()
 {
     _inItem = false;
-    clear();
-    close(); // tries once more to write what the stream still buffers, which the cut then removes
+    discard();
     truncate(_nextItem);
 }
 
