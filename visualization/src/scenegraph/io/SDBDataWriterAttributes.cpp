@@ -167,10 +167,7 @@ int SDBDataWriter::WriteScalarData(std::ofstream* fp, vtkDataArray* scalars, int
     {
         const std::string tableName = colors > 0 ? this->LookupTableWord() : std::string(detail::DEFAULT_LOOKUP_TABLE);
         detail::writeText(*fp, std::string(SCALARS_KIND.format.keyword) + ' ');
-        written = this->WriteRecord(
-            fp, record,
-            detail::escapedForTemplate(name) + " %s" + (components == 1 ? "" : ' ' + std::to_string(components)) +
-                '\n' + std::string(detail::LOOKUP_TABLE_WORD) + ' ' + detail::escapedForTemplate(tableName) + '\n');
+        written = this->WriteRecord(fp, record, detail::scalarsTemplate(name, components, tableName));
     }
     return written != 0 && colors > 0 ? this->WriteLookupTable(fp, *table, colors) : written;
 }
@@ -247,9 +244,8 @@ int SDBDataWriter::WriteFieldData(std::ofstream* fp, vtkFieldData* fieldData)
         const std::string name =
             detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
         const detail::ArrayRecord record(*array, num, components, NO_NARROWING, *this->NarrowingBuffer);
-        (void)this->WriteRecord(fp, record, // a failed stream shows in the error code
-                                detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
-                                    std::to_string(num) + " %s\n");
+        // A failed stream shows in the error code.
+        (void)this->WriteRecord(fp, record, detail::fieldArrayTemplate(name, components, num));
     }
     return this->GetErrorCode() == vtkErrorCode::OutOfDiskSpaceError ? 0 : 1;
 }

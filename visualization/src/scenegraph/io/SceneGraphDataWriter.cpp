@@ -183,13 +183,7 @@ int SceneGraphDataWriter::WriteHeader(std::ostream* fp)
     {
         return 0;
     }
-    std::string text(detail::IDENTIFICATION);
-    text += '\n';
-    text += detail::firstNonEmpty({this->Header});
-    text += '\n';
-    text += this->FileType == VTK_ASCII ? detail::ASCII_WORD : detail::BINARY_WORD;
-    text += '\n';
-    detail::writeText(*fp, text);
+    detail::writeText(*fp, detail::headerText(this->Header, this->FileType));
     return this->FinishSection(fp);
 }
 

@@ -26,6 +26,23 @@ struct SceneGraphDataWriter::AttributeKind
     char* SceneGraphDataWriter::*explicitName;
 };
 
+namespace
+{
+
+/// Behind an array, VTK's reader takes a line that begins with this word for what later versions store there: the first
+/// letter of such a name is written as an escape.
+std::string fieldArrayName(const std::string& encoded)
+{
+    constexpr std::string_view METADATA_WORD = "METADATA";
+    if (!detail::beginsWith(encoded, METADATA_WORD))
+    {
+        return encoded;
+    }
+    return detail::cutToToken((encoded[0] == 'M' ? "%4D" : "%6D") + encoded.substr(1));
+}
+
+} // namespace
+
 using Writer = SceneGraphDataWriter;
 const Writer::AttributeKind Writer::SCALARS_KIND{detail::SCALARS_FORMAT, &Writer::ScalarsName};
 const Writer::AttributeKind Writer::VECTORS_KIND{detail::VECTORS_FORMAT, &Writer::VectorsName};
@@ -153,12 +170,9 @@ int SceneGraphDataWriter::WriteScalarData(std::ostream* fp, vtkDataArray* scalar
     else
     {
         const std::string tableName = colors > 0 ? this->LookupTableWord() : std::string(detail::DEFAULT_LOOKUP_TABLE);
-        written = this->WriteRecord(fp, *scalars,
-                                    std::string(SCALARS_KIND.format.keyword) + ' ' +
-                                        detail::escapedForTemplate(this->AttributeName(SCALARS_KIND, *scalars)) +
-                                        " %s" + (components == 1 ? "" : ' ' + std::to_string(components)) + '\n' +
-                                        std::string(detail::LOOKUP_TABLE_WORD) + ' ' +
-                                        detail::escapedForTemplate(tableName) + '\n',
+        const std::string lines =
+            detail::scalarsTemplate(this->AttributeName(SCALARS_KIND, *scalars), components, tableName);
+        written = this->WriteRecord(fp, *scalars, std::string(SCALARS_KIND.format.keyword) + ' ' + lines,
                                     std::int64_t{num} * components);
     }
     return written != 0 && colors > 0 ? this->WriteLookupTable(fp, *table, colors) : written;
@@ -221,12 +235,9 @@ int SceneGraphDataWriter::WriteFieldArray(std::ostream* fp, vtkDataArray* array)
     }
     const std::int64_t num = array->GetNumberOfTuples();
     const int components = array->GetNumberOfComponents();
-    const std::string name =
-        detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()}));
-    return this->WriteRecord(fp, *array,
-                             detail::escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' +
-                                 std::to_string(num) + " %s\n",
-                             num * components);
+    const std::string name = fieldArrayName(
+        detail::encodedName(*this, detail::firstNonEmpty({array->GetName(), detail::UNNAMED_ARRAY.data()})));
+    return this->WriteRecord(fp, *array, detail::fieldArrayTemplate(name, components, num), num * components);
 }
 
 int SceneGraphDataWriter::WriteFieldData(std::ostream* fp, vtkFieldData* fieldData)

@@ -196,6 +196,22 @@ TEST(SceneGraphPolyDataWriterTest, arraysOfWordsDoNotCostTheOnesBehindThem)
     }
 }
 
+TEST(SceneGraphPolyDataWriterTest, namesThatVtkTakesForAKeywordComeBack)
+{
+    auto data = triangle();
+    data->GetPointData()->AddArray(counting(VTK_INT, "a", 3, 1));
+    data->GetPointData()->AddArray(counting(VTK_INT, "METADATA", 3, 1, 4));
+    data->GetPointData()->AddArray(counting(VTK_INT, "metadata of mine", 3, 1, 7));
+    const std::string text = written(data);
+    const vtkNew<vtkPolyDataReader> reader;
+    reader->ReadFromInputStringOn();
+    reader->SetInputString(text);
+    reader->Update();
+    EXPECT_EQ(valuesOf(reader->GetOutput()->GetPointData()->GetArray("METADATA")), (std::vector<double>{4, 5, 6}));
+    EXPECT_EQ(valuesOf(reader->GetOutput()->GetPointData()->GetArray("metadata of mine")),
+              (std::vector<double>{7, 8, 9}));
+}
+
 TEST(SceneGraphPolyDataWriterTest, neitherLocaleNorFlagsOfTheStreamShow)
 {
     const auto data = everything();

@@ -1,14 +1,23 @@
 #include "scenegraph/io/detail/BlockText.h"
 
+#include "scenegraph/io/detail/DatasetBlock.h"
 #include "scenegraph/io/detail/Limits.h"
 
 #include <cstring>
 #include <ostream>
+#include <utility>
 
 #include <vtkWriter.h>
 
 namespace tsg::detail
 {
+
+namespace
+{
+
+constexpr std::size_t ESCAPE_BYTES = 3; ///< a percent sign and two hexadecimal digits
+
+} // namespace
 
 const char* firstNonEmpty(std::initializer_list<const char*> texts)
 {
@@ -22,20 +31,24 @@ const char* firstNonEmpty(std::initializer_list<const char*> texts)
     return "";
 }
 
+std::string cutToToken(std::string name)
+{
+    std::size_t end = sdb::detail::MAX_NAME_BYTES;
+    if (name.size() > end)
+    {
+        const std::size_t escape = name.find('%', end + 1 - ESCAPE_BYTES);
+        end = escape < end && escape + ESCAPE_BYTES > end ? escape : end;
+        name.resize(end);
+    }
+    return name;
+}
+
 std::string encodedName(vtkWriter& writer, const char* name)
 {
-    constexpr std::size_t ESCAPE_BYTES = 3;
     std::string text(name != nullptr ? ESCAPE_BYTES * std::strlen(name) + 1 : 1, '\0');
     writer.EncodeString(text.data(), name, false);
     text.resize(std::strlen(text.c_str()));
-    std::size_t end = sdb::detail::MAX_NAME_BYTES;
-    if (text.size() > end)
-    {
-        const std::size_t escape = text.find('%', end + 1 - ESCAPE_BYTES);
-        end = escape < end && escape + ESCAPE_BYTES > end ? escape : end;
-        text.resize(end);
-    }
-    return text;
+    return cutToToken(std::move(text));
 }
 
 std::string escapedForTemplate(std::string_view text)
@@ -66,6 +79,28 @@ std::string fillTemplate(std::string_view lineTemplate, std::string_view typeWor
         }
     }
     return line;
+}
+
+std::string headerText(const char* title, int fileType)
+{
+    std::string text(IDENTIFICATION);
+    text += '\n';
+    text += firstNonEmpty({title});
+    text += '\n';
+    text += fileType == VTK_ASCII ? ASCII_WORD : BINARY_WORD;
+    text += '\n';
+    return text;
+}
+
+std::string fieldArrayTemplate(const std::string& name, int components, std::int64_t tuples)
+{
+    return escapedForTemplate(name) + ' ' + std::to_string(components) + ' ' + std::to_string(tuples) + " %s\n";
+}
+
+std::string scalarsTemplate(const std::string& name, int components, const std::string& table)
+{
+    return escapedForTemplate(name) + " %s" + (components == 1 ? "" : ' ' + std::to_string(components)) + '\n' +
+           std::string(LOOKUP_TABLE_WORD) + ' ' + escapedForTemplate(table) + '\n';
 }
 
 void writeText(std::ostream& out, std::string_view text)

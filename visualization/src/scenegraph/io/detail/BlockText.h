@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <iosfwd>
 #include <string>
@@ -15,8 +16,11 @@ namespace tsg::detail
 /// The first of the texts that is neither null nor empty; an empty text if none is.
 const char* firstNonEmpty(std::initializer_list<const char*> texts);
 
+/// An encoded name cut to MAX_NAME_BYTES, and before an escape that would not fit.
+std::string cutToToken(std::string name);
+
 /// An array name as one token of a block: bytes below 33 or above 126, quotes and percent signs as "%" and two
-/// hexadecimal digits. Cut to MAX_NAME_BYTES before an escape that would not fit. A null name is empty. `writer` does
+/// hexadecimal digits, cut by cutToToken. A null name is empty. `writer` does
 /// the encoding.
 std::string encodedName(vtkWriter& writer, const char* name);
 
@@ -25,6 +29,15 @@ std::string escapedForTemplate(std::string_view text);
 
 /// A header line from its template: "%s" becomes the type word, "%%" a percent sign.
 std::string fillTemplate(std::string_view lineTemplate, std::string_view typeWord);
+
+/// The first lines of a block or file: identification, title, which may be null, and file type.
+std::string headerText(const char* title, int fileType);
+
+/// The template of the header line of a field array of `tuples` tuples.
+std::string fieldArrayTemplate(const std::string& name, int components, std::int64_t tuples);
+
+/// The template of the header lines, behind the keyword, of scalars whose colours are in the table of that name.
+std::string scalarsTemplate(const std::string& name, int components, const std::string& table);
 
 void writeText(std::ostream& out, std::string_view text);
 
