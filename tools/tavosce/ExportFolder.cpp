@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
+#include <string_view>
 
 #include <vtkNew.h>
 #include <vtkXMLPolyDataWriter.h>
@@ -34,6 +35,17 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     {
         throw Failure(CannotWrite, place, "cannot write: " + systemReason());
     }
+}
+
+/// Whether an XML file of VTK is there to its last line: VTK's writer does not notice a disk that is full at the end.
+bool isComplete(const std::string& path)
+{
+    constexpr std::string_view LAST_LINE = "</VTKFile>\n";
+    std::ifstream in(path, std::ios::binary);
+    std::string end(LAST_LINE.size(), '\0');
+    in.seekg(-static_cast<std::streamoff>(end.size()), std::ios::end);
+    in.read(end.data(), static_cast<std::streamsize>(end.size()));
+    return in.good() && end == LAST_LINE;
 }
 
 /// The time of each record in a collection: its frame, unless one comes twice.
@@ -123,6 +135,10 @@ void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
     {
         throw Failure(CannotWrite, shown(name),
                       "cannot write: " + (errors.empty() ? systemReason() : shown(joined(errors))));
+    }
+    if (!isComplete(path))
+    {
+        throw Failure(CannotWrite, shown(name), "cannot write: only the beginning of the file is there");
     }
 }
 

@@ -128,9 +128,20 @@ void ImportTarget::add(tsg::SDBWriter& writer, const std::string& title, const s
 {
     avoidStamps(graph, _takenStamps);
     int index = -1;
+    bool added = false;
     errno = 0;
-    const FileIoStatus status = writer.addRecord(title, description, _session, *graph.root(), index);
-    if (status != FileIoStatus::Success || writer.hasFailed())
+    try
+    {
+        added = writer.addRecord(title, description, _session, *graph.root(), index) == FileIoStatus::Success;
+    }
+    catch (const InternalError&)
+    {
+        if (!writer.hasFailed()) // a polydata that finds no room is one of its reasons
+        {
+            throw;
+        }
+    }
+    if (!added || writer.hasFailed())
     {
         throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
     }

@@ -12,6 +12,10 @@
 #include "Text.h"
 #include "VtkMessages.h"
 
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
+#include "scenegraph/io/detail/SceneDirectory.h"
+
 #include <cstddef>
 #include <memory>
 #include <ostream>
@@ -49,18 +53,32 @@ std::string descriptionOf(const ImportOptions& options, const std::string& input
     return options.descriptionGiven ? options.description : inputName;
 }
 
+void checkSceneDirectory(const ImportOptions& options, const std::string& input)
+{
+    if (options.singleRecord && options.inputs.size() > 1)
+    {
+        throw Failure(WrongUsage, shown(input), "a scene directory is a record of its own",
+                      "import it without --single-record");
+    }
+    const std::string folder = folderOf(options.target.path);
+    if (isSameFile(folder, input) || isSameFile(folder, input + tsg::detail::DATA_DIRECTORY))
+    {
+        throw Failure(WrongUsage, shown(input), "the output would become a part of this input");
+    }
+}
+
 void checkInputs(const ImportOptions& options)
 {
     for (const std::string& input : options.inputs)
     {
         if (isSceneDirectory(input))
         {
-            if (options.singleRecord && options.inputs.size() > 1)
-            {
-                throw Failure(WrongUsage, shown(input), "a scene directory is a record of its own",
-                              "import it without --single-record");
-            }
+            checkSceneDirectory(options, input);
             continue;
+        }
+        if (Platform::filesystem().directoryExists(OS::toWide(input)))
+        {
+            throw Failure(WrongUsage, shown(input), "no scene directory: there is no scene.tsg in it");
         }
         requireDatasetFormat(input);
         if (isSameFile(input, options.target.path))

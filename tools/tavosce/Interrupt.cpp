@@ -22,8 +22,9 @@ extern "C"
     }
 }
 
-void watchInterrupts()
+void watchSignals()
 {
+    (void)std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failed write like any other
     for (const int signal : {SIGINT, SIGTERM})
     {
         (void)std::signal(signal, &rememberSignal); // without it the default action ends the process, as before

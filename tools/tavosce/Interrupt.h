@@ -12,8 +12,9 @@ public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// Has the interrupt and termination signals remembered; a second one ends the process at once.
-void watchInterrupts();
+/// Has the interrupt and termination signals remembered; a second one ends the process at once. That a file reaches the
+/// size that the process may write is no reason to end it.
+void watchSignals();
 
 /// Remembers, or forgets, that the user wants to stop.
 void setInterrupted(bool interrupted);

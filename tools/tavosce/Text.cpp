@@ -210,6 +210,12 @@ std::string xmlText(const std::string& text)
     return res;
 }
 
+std::string folderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
 std::string nameOf(const std::string& path)
 {
     return std::string(namePart(path));

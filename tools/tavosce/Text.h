@@ -35,6 +35,9 @@ std::string xmlNameOf(const std::string& name);
 /// A text as it stands between the quotes of an XML attribute.
 std::string xmlText(const std::string& text);
 
+/// The folder that a path is in, "." for one without a slash.
+std::string folderOf(const std::string& path);
+
 /// The last part of a path, and the same without its extension.
 std::string nameOf(const std::string& path);
 std::string stemOf(const std::string& path);

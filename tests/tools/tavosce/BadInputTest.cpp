@@ -1,5 +1,6 @@
 #include "Interrupt.h"
 
+#include "support/FileSizeLimit.h"
 #include "support/ToolRun.h"
 
 namespace
@@ -163,6 +164,30 @@ TEST_F(BadInputTest, anInterruptLeavesNothingBehind)
     }
     EXPECT_EQ(names(), before);
     EXPECT_EQ(bytes("good.sce"), content);
+}
+
+TEST_F(BadInputTest, aDiskThatIsFullAtAnyByteIsToldAndLeavesNothing)
+{
+    write("a.vtp", *withAllArrays(allCellKinds(), {VTK_INT}));
+    ASSERT_EQ(run("import @a.vtp -o @s.sce --no-compress").code, 0);
+    const auto entries = [this] { return std::distance(std::filesystem::directory_iterator(dir.path()), {}); };
+    const auto before = entries();
+    for (const std::string line :
+         {"import @a.vtp -o @out", "export @s.sce -o @out", "export @s.sce --scene-directory -o @out"})
+    {
+        int code = 6;
+        for (std::size_t room = 0; code == 6; room = room * 9 / 8 + 20)
+        {
+            const FileSizeLimit limit(room);
+            const ToolRun done = run(line);
+            code = done.code;
+            EXPECT_TRUE(code == 0 || (code == 6 && done.err.find("cannot write: ") != std::string::npos))
+                << line << ' ' << room << '\n'
+                << done.err;
+            EXPECT_EQ(entries(), before + (code == 0 ? 1 : 0)) << line;
+        }
+        std::filesystem::remove_all(path("out"));
+    }
 }
 
 } // namespace

@@ -225,7 +225,13 @@ TEST_F(SceneDirectoryVerbTest, damagedDirectoriesAreReportedAndTheRestIsImported
         EXPECT_THAT(rootless, Says(message));
     }
     EXPECT_FALSE(exists(path("u.sce")));
-    EXPECT_EQ(run("import @scene/tsg -o @u.sce").code, 2) << "no scene directory";
+    EXPECT_THAT(run("import @scene/tsg -o @u.sce"), Says("no scene directory"));
+    const std::string before = bytes("scene/scene.tsg");
+    for (const char* output : {"@scene/scene.tsg", "@scene/tsg/good.dataArray", "@scene/new.sce"})
+    {
+        EXPECT_EQ(run(std::string("import @scene --force -o ") + output).code, 2) << output;
+    }
+    EXPECT_EQ(bytes("scene/scene.tsg"), before);
 }
 
 TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)
