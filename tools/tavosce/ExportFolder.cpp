@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
-#include <string_view>
 
 #include <vtkNew.h>
 #include <vtkXMLPolyDataWriter.h>
@@ -35,17 +34,6 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     {
         throw Failure(CannotWrite, place, "cannot write: " + systemReason());
     }
-}
-
-/// Whether an XML file of VTK is there to its last line: VTK's writer does not notice a disk that is full at the end.
-bool isComplete(const std::string& path)
-{
-    constexpr std::string_view LAST_LINE = "</VTKFile>\n";
-    std::ifstream in(path, std::ios::binary);
-    std::string end(LAST_LINE.size(), '\0');
-    in.seekg(-static_cast<std::streamoff>(end.size()), std::ios::end);
-    in.read(end.data(), static_cast<std::streamsize>(end.size()));
-    return in.good() && end == LAST_LINE;
 }
 
 /// The time of each record in a collection: its frame, unless one comes twice.
@@ -122,24 +110,21 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
 
 void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
 {
-    const std::string path = _output.fileFor(name);
+    // VTK's writer does not notice every full disk: so it writes into memory.
     VtkMessages messages;
     const vtkNew<vtkXMLPolyDataWriter> writer;
-    writer->SetFileName(path.c_str());
+    writer->WriteToOutputStringOn();
     writer->SetInputData(&dataset);
     writer->EncodeAppendedDataOff();
-    errno = 0;
     const bool written = writer->Write() == 1;
     const std::vector<std::string> errors = messages.takeErrors();
     if (!written || !errors.empty())
     {
-        throw Failure(CannotWrite, shown(name),
-                      "cannot write: " + (errors.empty() ? systemReason() : shown(joined(errors))));
+        throw Failure(CannotWrite, shown(name), "cannot write: " + shown(joined(errors)));
     }
-    if (!isComplete(path))
-    {
-        throw Failure(CannotWrite, shown(name), "cannot write: only the beginning of the file is there");
-    }
+    const std::string text = writer->GetOutputString();
+    writeText(_output.fileFor(name), shown(name),
+              [&](std::ostream& out) { out.write(text.data(), static_cast<std::streamsize>(text.size())); });
 }
 
 void ExportFolder::writeRecordJson(const RecordContents& contents, const ExportedRecord& record)

@@ -76,7 +76,7 @@ void checkInputs(const ImportOptions& options)
             checkSceneDirectory(options, input);
             continue;
         }
-        if (Platform::filesystem().directoryExists(OS::toWide(input)))
+        if (extensionOf(input).empty() && Platform::filesystem().directoryExists(OS::toWide(input)))
         {
             throw Failure(WrongUsage, shown(input), "no scene directory: there is no scene.tsg in it");
         }
