@@ -1,0 +1,39 @@
+#pragma once
+
+#include "core/Properties.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
+namespace tavosce
+{
+
+/// One piece of the top level of a scene database.
+struct FilePiece
+{
+    enum Kind
+    {
+        FileHeader, ///< the tag and the line end behind it
+        Record,     ///< header to end, as its tag says; cut at the end of the file
+        Thumbnail,  ///< tag and pixels, as its tag says; cut at the end of the file
+        Unfinished, ///< a record or thumbnail that was never finished, up to the next piece
+        UnknownTag, ///< a tag with a "DataField" of no known kind, which readers pass over
+        StrayTag,   ///< a tag that is neither an item nor the file header; readers go no further
+        Unreadable  ///< anything else, up to the next piece
+    };
+
+    Kind kind = Unreadable;
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0; ///< first byte of the next piece, or the size of the file
+    Properties tag;        ///< empty for Unreadable
+    bool reached = true;   ///< whether the library's own walk over the file gets here
+};
+
+/// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.
+/// Unlike the library's walk this does not end at damage, but goes on at the next record header or thumbnail tag that
+/// stands where it says that it stands; and a record whose tags do not lead to its end is not believed about where that
+/// is, if such an item lies before it. Position and state of the stream afterwards are unspecified.
+std::vector<FilePiece> scanPieces(std::istream& in, std::uint64_t fileSize);
+
+} // namespace tavosce
