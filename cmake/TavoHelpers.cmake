@@ -11,13 +11,21 @@ if(TAVO_SANITIZE)
     target_link_options(tavo_flags INTERFACE -fsanitize=${TAVO_SANITIZE})
 endif()
 
+# What the libraries are built with. Fuzzers are guided by what they reach in them, and in nothing else.
+add_library(tavo_library_flags INTERFACE)
+target_link_libraries(tavo_library_flags INTERFACE tavo_flags)
+if(TAVO_FUZZ)
+    target_compile_options(tavo_library_flags INTERFACE
+        -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/not_ours.ignore")
+endif()
+
 # tavo_library(NAME SOURCES... HEADERS... [LINK...])
 # A shared library of base/. Headers are spelled from base/src and must compile alone.
 function(tavo_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;LINK;PRIVATE_LINK" ${ARGN})
     add_library(${name} SHARED ${ARG_SOURCES})
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/base/src" FILES ${ARG_HEADERS})
-    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tavo_flags ${ARG_PRIVATE_LINK})
+    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tavo_library_flags ${ARG_PRIVATE_LINK})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 endfunction()
