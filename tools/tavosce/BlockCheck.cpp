@@ -5,13 +5,20 @@
 #include "VtkMessages.h"
 
 #include "scenegraph/io/SDB.h"
+#include "scenegraph/io/SDBPolyDataReader.h"
 #include "scenegraph/io/detail/Blocks.h"
 #include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/Limits.h"
+#include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/MemoryStream.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <istream>
+
+#include <vtkNew.h>
+#include <vtkPolyData.h>
 
 namespace tavosce
 {
@@ -30,33 +37,96 @@ bool isKnown(int kind)
     return kind >= sdb::PolyData && kind <= sdb::NodeDataE;
 }
 
-/// What the block's first byte and its decoding say.
-std::string decodingFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+/// The finding about a block; `detail` if more can be said than its kind says.
+Finding about(const StoredBlock& block, FindingCode code, const std::string& detail = {})
+{
+    Finding res{code, block.tagPosition, detail, describeBlock(block)};
+    res.objectKey = block.objectKey();
+    return res;
+}
+
+std::int64_t valuesOf(const StoredBlock& block)
+{
+    return std::int64_t{block.tag.getInt(key::NUMBER_OF_COMPONENTS)} * block.tag.getInt(key::NUMBER_OF_TUPLES);
+}
+
+/// The sizes that a block, its tag and its array have to agree about. An array without bytes is stored as a method
+/// byte, or as nothing at all.
+std::vector<Finding> sizeFindings(std::istream& in, const StoredBlock& block)
+{
+    const std::int64_t values = valuesOf(block);
+    const int width = tsg::detail::storedWidth(block.tag.getInt(key::DATA_TYPE));
+    if (values < 0 || values > tsg::detail::MAX_STORED)
+    {
+        return {about(block, FindingCode::ArraySize)};
+    }
+    const std::uint64_t bytes = static_cast<std::uint64_t>(values) * static_cast<std::uint64_t>(width);
+    in.clear();
+    sdb::detail::seekTo(in, block.filePos);
+    const sdb::detail::BlockFrame frame = sdb::detail::readFrame(in, bytes);
+    if (!frame.known && block.length > 0)
+    {
+        return {about(block, FindingCode::BlockMethod, "unknown compression method " + std::to_string(frame.method))};
+    }
+    const bool agree = bytes == 0 ? block.length <= 1 : frame.stored == block.length && frame.uncompressed == bytes;
+    if (agree)
+    {
+        return {};
+    }
+    return {about(block, FindingCode::BlockSize,
+                  "a block of " + counted(frame.uncompressed, "byte") + ", stored in " + std::to_string(frame.stored) +
+                      ", where the tag says " + std::to_string(block.length) + " and the array has " +
+                      std::to_string(bytes))};
+}
+
+std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
     sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(fileSize));
     in.clear();
     sdb::detail::seekTo(in, block.filePos);
-    const int method = in.peek();
     const auto fill = [&](char* data, std::uint64_t bytes) { return sdb::detail::readBlock(in, data, bytes, budget); };
-    const std::int64_t components = block.tag.getInt(key::NUMBER_OF_COMPONENTS);
-    const std::int64_t values = components * block.tag.getInt(key::NUMBER_OF_TUPLES);
     const LibraryLog log;
-    if (tsg::detail::makeStoredArray(block.tag.getInt(key::DATA_TYPE), components, values, budget, fill) != nullptr)
+    if (tsg::detail::makeStoredArray(block.tag.getInt(key::DATA_TYPE), block.tag.getInt(key::NUMBER_OF_COMPONENTS),
+                                     valuesOf(block), budget, fill) != nullptr)
     {
         return {};
     }
     if (in.eof())
     {
-        return "the payload is cut off";
+        return {about(block, FindingCode::BlockCut)};
     }
-    if (method != static_cast<int>(tsg::CompressionMethods::None) &&
-        method != static_cast<int>(tsg::CompressionMethods::Zlib))
+    const bool unread = in.tellg() == std::istream::pos_type(static_cast<std::istream::off_type>(block.filePos));
+    return {about(block, unread ? FindingCode::ArraySize : FindingCode::ZlibDamaged)};
+}
+
+std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+{
+    sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(fileSize));
+    std::string bytes(block.length, '\0');
+    in.clear();
+    sdb::detail::seekTo(in, block.filePos);
+    if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
     {
-        return "unknown compression method " + std::to_string(method);
+        return {about(block, FindingCode::BlockCut)};
     }
-    return in.tellg() == std::istream::pos_type(static_cast<std::istream::off_type>(block.filePos))
-               ? "impossible size of the array"
-               : "zlib data damaged";
+    sdb::detail::MemoryStream memory(bytes.data(), bytes.size());
+    VtkMessages vtk;
+    LibraryLog log;
+    const vtkNew<tsg::SDBPolyDataReader> reader;
+    reader->SetIStream(&memory);
+    reader->SetMemoryBudget(&budget);
+    reader->Update();
+    const std::vector<std::string> errors = vtk.takeErrors(), entries = log.take();
+    const std::vector<std::string> warnings = vtk.takeWarnings();
+    const bool isEmpty = reader->GetOutput() == nullptr || reader->GetOutput()->GetPoints() == nullptr;
+    std::string words = joined(errors);
+    words += (words.empty() || entries.empty() ? "" : "; ") + joined(entries);
+    if (!errors.empty() || !entries.empty() || isEmpty)
+    {
+        return {about(block, FindingCode::DatasetDamaged, shown(words))};
+    }
+    return warnings.empty() ? std::vector<Finding>{}
+                            : std::vector<Finding>{about(block, FindingCode::DatasetOdd, shown(joined(warnings)))};
 }
 
 } // namespace
@@ -72,24 +142,51 @@ std::string describeBlock(const StoredBlock& block)
     return res + " of " + shown(block.objectKey());
 }
 
-std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
     const auto end = sdb::detail::extentEnd(block.tag);
     if (!end || *end > fileSize)
     {
-        return "the payload reaches beyond the end of the file";
+        return {about(block, FindingCode::PayloadOutside)};
     }
     if (!isKnown(block.kind()))
     {
-        return "no kind of block has this number";
+        return {about(block, FindingCode::BlockKind)};
     }
     if (!block.isArray())
     {
         return {};
     }
     const int type = block.tag.getInt(key::DATA_TYPE);
-    return tsg::detail::isStorable(type) ? decodingFault(in, block, fileSize)
-                                         : "unknown data type " + std::to_string(type);
+    if (!tsg::detail::isStorable(type))
+    {
+        return {about(block, FindingCode::ArrayType, "unknown data type " + std::to_string(type))};
+    }
+    return sizeFindings(in, block);
+}
+
+std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+{
+    std::vector<Finding> res = framingFindings(in, block, fileSize);
+    if (gravest(res) == Severity::Error)
+    {
+        return res;
+    }
+    const auto deeper = block.isArray() ? arrayFindings(in, block, fileSize) : datasetFindings(in, block, fileSize);
+    res.insert(res.end(), deeper.begin(), deeper.end());
+    return res;
+}
+
+std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+{
+    for (const Finding& finding : decodingFindings(in, block, fileSize))
+    {
+        if (finding.kind().severity == Severity::Error)
+        {
+            return finding.reason();
+        }
+    }
+    return {};
 }
 
 } // namespace tavosce

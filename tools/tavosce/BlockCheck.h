@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Findings.h"
 #include "RecordWalk.h"
 
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 namespace tavosce
 {
@@ -12,8 +14,13 @@ namespace tavosce
 /// What a block is, for messages: "polydata of KEY", "point array "T" of KEY".
 std::string describeBlock(const StoredBlock& block);
 
-/// Why the payload of a block cannot be loaded, found by decoding it; empty if nothing is wrong with it. Of polydata
-/// only the extent is looked at.
+/// What is wrong with the payload of a block, as far as tag and framing tell; nothing is decoded.
+std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
+
+/// What is wrong with the payload of a block, found by decoding it as a load does.
+std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
+
+/// Why the payload of a block cannot be loaded, found by decoding it; empty if nothing is wrong with it.
 std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 
 } // namespace tavosce

@@ -26,6 +26,8 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
 Run declareImport(CLI::App& app);
 Run declareInfo(CLI::App& app);
 Run declareExport(CLI::App& app);
+Run declareRecover(CLI::App& app);
 Run declareThumb(CLI::App& app);
+Run declareVerify(CLI::App& app);
 
 } // namespace tavosce

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <string>
 #include <vector>
 
 namespace tavosce
@@ -25,9 +26,11 @@ struct FilePiece
 
     Kind kind = Unreadable;
     std::uint64_t begin = 0;
-    std::uint64_t end = 0; ///< first byte of the next piece, or the size of the file
-    Properties tag;        ///< empty for Unreadable
-    bool reached = true;   ///< whether the library's own walk over the file gets here
+    std::uint64_t end = 0;           ///< first byte of the next piece, or the size of the file
+    Properties tag;                  ///< empty for Unreadable
+    bool reached = true;             ///< whether the library's own walk over the file gets here
+    std::string fault = {};          ///< of a Record: empty if its tags lead to its end; otherwise why they do not
+    std::uint64_t faultPosition = 0; ///< where that is
 };
 
 /// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.

@@ -45,6 +45,7 @@ public:
         {
             stop("the record's header is not where it says");
         }
+        _res.headerEnd = _position;
         while (!_stopped && _position < _end && readTag(tag))
         {
             takeTag(tag);
@@ -87,26 +88,57 @@ private:
         return true;
     }
 
+    /// What stands in a record, one after the other.
+    enum Stage
+    {
+        ClassVersions,
+        Nodes,
+        Blocks
+    };
+
+    void enter(Stage stage, const char* oddity)
+    {
+        if (stage < _stage)
+        {
+            _res.oddities.push_back({_tagPosition, oddity});
+        }
+        _stage = std::max(stage, _stage);
+    }
+
     void takeTag(const Properties& tag)
     {
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind == field::NODE)
         {
-            _res.nodes.push_back({tag.getString(key::OBJECT_KEY), tag.getProperties(key::PROPERTIES)});
+            enter(Nodes, "a node behind the first block");
+            _res.nodes.push_back({tag.getString(key::OBJECT_KEY), tag.getProperties(key::PROPERTIES), _tagPosition});
         }
         else if (kind == field::CLASS_VERSIONS)
         {
+            enter(ClassVersions, "class versions that do not stand right behind the header");
+            _stage = std::max(_stage, Nodes); // there is only one such tag
             _res.classVersions = tag.getProperties(key::VERSIONS);
         }
         else if (kind == field::BINARY_DATA)
         {
+            _stage = Blocks;
             takeBlock(tag);
+        }
+        else if (kind == field::HEADER || kind == field::THUMBNAIL)
+        {
+            _position = _tagPosition;
+            stop("another item begins inside the record");
+        }
+        else
+        {
+            _res.oddities.push_back({_tagPosition, "a tag of no known kind"});
         }
     }
 
     void takeBlock(const Properties& tag)
     {
-        StoredBlock block{tag, _tagPosition, sdb::hexFromProp(tag, key::FILE_POS), sdb::hexFromProp(tag, key::LENGTH)};
+        StoredBlock block{tag, _tagPosition, _position, sdb::hexFromProp(tag, key::FILE_POS),
+                          sdb::hexFromProp(tag, key::LENGTH)};
         block.shared = block.filePos < _tagPosition;
         const auto end = sdb::detail::extentEnd(tag);
         if (block.filePos == 0)
@@ -132,6 +164,7 @@ private:
     std::uint64_t _tagPosition = 0; ///< of the tag read last
     std::uint64_t _end = 0;         ///< of the record, or of the file if that comes first
     std::string _text;
+    Stage _stage = ClassVersions;
     bool _stopped = false;
     RecordContents _res;
 };

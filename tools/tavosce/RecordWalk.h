@@ -15,6 +15,7 @@ struct StoredNode
 {
     std::string objectKey;
     Properties properties;
+    std::uint64_t tagPosition = 0;
 };
 
 /// A binary data tag of a record.
@@ -22,6 +23,7 @@ struct StoredBlock
 {
     Properties tag;
     std::uint64_t tagPosition = 0;
+    std::uint64_t tagEnd = 0;
     std::uint64_t filePos = 0; ///< of the payload
     std::uint64_t length = 0;  ///< of the payload
     bool shared = false;       ///< the payload lies before the tag, where an earlier block stored it
@@ -33,12 +35,21 @@ struct StoredBlock
     bool isArray() const { return kind() != 0; }
 };
 
+/// A tag that stands where no writer puts it.
+struct Oddity
+{
+    std::uint64_t position;
+    const char* text;
+};
+
 /// What a record holds, as far as its tags can be read.
 struct RecordContents
 {
-    Properties classVersions; ///< class name to version
+    std::uint64_t headerEnd = 0; ///< first byte behind the header's tag
+    Properties classVersions;    ///< class name to version
     std::vector<StoredNode> nodes;
     std::vector<StoredBlock> blocks;
+    std::vector<Oddity> oddities;    ///< what no writer leaves like that, although it can be read
     std::string fault;               ///< empty if the record is whole; otherwise why the walk ended early
     std::uint64_t faultPosition = 0; ///< where that is
 };

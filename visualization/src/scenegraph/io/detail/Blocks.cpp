@@ -257,6 +257,26 @@ bool readCompressed(std::istream& in, char* data, std::uint64_t size)
     return readAnyBlock(in, to, unlimited);
 }
 
+detail::BlockFrame detail::readFrame(std::istream& in, std::uint64_t bytes)
+{
+    BlockFrame frame;
+    frame.method = in.get();
+    if (frame.method == static_cast<int>(CompressionMethods::None))
+    {
+        frame.known = true;
+        frame.uncompressed = bytes;
+        frame.stored = 1 + bytes;
+    }
+    char sizes[SIZES_BYTES];
+    if (frame.method == static_cast<int>(CompressionMethods::Zlib) && in.read(sizes, SIZES_BYTES))
+    {
+        frame.known = true;
+        frame.uncompressed = littleEndian64(sizes);
+        frame.stored = 1 + SIZES_BYTES + littleEndian64(sizes + 8);
+    }
+    return frame;
+}
+
 bool detail::readBlock(std::istream& in, char* data, std::uint64_t size, MemoryBudget& budget)
 {
     Destination to{data, size, false};

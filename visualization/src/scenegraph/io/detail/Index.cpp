@@ -2,11 +2,11 @@
 
 #include "core/Error.h"
 #include "scenegraph/io/detail/BlockWalk.h"
-#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/Positions.h"
+#include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
 #include "scenegraphcommon/Logger.h"
 
@@ -91,12 +91,12 @@ private:
 
     bool visitItem(bool isRecord)
     {
-        const std::optional<std::uint64_t> end = extentEnd(_tag);
-        if (!end.has_value() || *end < _end || isTorn(isRecord, *end))
+        const std::optional<std::uint64_t> end = finishedEnd(_in, _tag, _end, _fileSize);
+        if (!end.has_value())
         {
             return skipUnfinished();
         }
-        _lastItem = _begin;
+        _result.items.push_back(_begin);
         _result.lastItemEnd = *end;
         if (isRecord)
         {
@@ -122,27 +122,6 @@ private:
             _in.clear(); // a damaged block hides no later record
         }
         _record(_tag);
-    }
-
-    /// Whether a writer died while it wrote the final numbers into the tag of an item: the last of them is not the
-    /// final one yet, and where the item seems to end there is neither a tag nor the end of the file.
-    bool isTorn(bool isRecord, std::uint64_t end)
-    {
-        const bool isPartial = isRecord ? _tag.hasName(key::BINARY_DATA) && hexFromProp(_tag, key::BINARY_DATA) == 0
-                                        : hexFromProp(_tag, key::LENGTH) < pixelBytes();
-        if (!isPartial || end >= _fileSize)
-        {
-            return false;
-        }
-        seekTo(_in, end);
-        return _in.peek() != '{';
-    }
-
-    std::uint64_t pixelBytes() const
-    {
-        const int width = _tag.getInt(key::WIDTH);
-        const int height = _tag.getInt(key::HEIGHT);
-        return width > 0 && height > 0 ? 3 * std::uint64_t(width) * std::uint64_t(height) : 0;
     }
 
     /// Goes to the next item behind the unfinished one of the current tag.
@@ -175,7 +154,7 @@ private:
     bool stopAtEnd()
     {
         const bool isBeyond = _result.lastItemEnd > _fileSize;
-        return isBeyond ? stop(WalkEnd::BeyondFile, _lastItem) : stop(WalkEnd::EndOfFile, _fileSize);
+        return isBeyond ? stop(WalkEnd::BeyondFile, _result.items.back()) : stop(WalkEnd::EndOfFile, _fileSize);
     }
 
     /// Always false: the walk does not go on.
@@ -198,7 +177,6 @@ private:
     std::uint64_t _begin = 0; ///< first byte of the current tag
     std::uint64_t _end = 0;   ///< first byte after it
 
-    std::uint64_t _lastItem = 0; ///< first byte of the last whole item
     WalkResult _result;
 };
 

@@ -29,6 +29,8 @@ struct WalkResult
     std::uint64_t position = 0;
     /// First byte after the last whole item or file header; may lie beyond the end of the file.
     std::uint64_t lastItemEnd = 0;
+    /// First bytes of the items that were reported, in order.
+    std::vector<std::uint64_t> items;
     /// First bytes of the unfinished items at which the walk had to look for the next whole one, in order.
     std::vector<std::uint64_t> unfinished;
 };

@@ -1,0 +1,192 @@
+#include "FileCheck.h"
+
+#include "Interrupt.h"
+#include "LibraryLog.h"
+#include "ScannedFile.h"
+#include "Text.h"
+
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/FileIndex.h"
+#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <utility>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+
+class Check
+{
+public:
+    Check(const std::string& path, CheckDepth depth, const Progress& progress)
+        : _file(path)
+        , _records(_file.stream(), _file.size(), depth)
+        , _progress(progress)
+    {
+    }
+
+    CheckedFile run()
+    {
+        const LibraryLog log; // the findings say it all
+        _res.bytes = _file.size();
+        if (!_file.isHeaded())
+        {
+            add(FindingCode::HeaderDamaged, 0);
+        }
+        for (std::size_t i = 0; i < _file.pieces().size(); ++i)
+        {
+            throwIfInterrupted();
+            _progress(static_cast<double>(_file.pieces()[i].begin) / static_cast<double>(_file.size()));
+            checkPiece(i);
+        }
+        return std::move(_res);
+    }
+
+private:
+    void checkPiece(std::size_t index)
+    {
+        const FilePiece& piece = _file.pieces()[index];
+        switch (piece.kind)
+        {
+        case FilePiece::FileHeader:
+            return index > 0 ? add(FindingCode::HeaderRepeated, piece.begin) : void();
+        case FilePiece::Record:
+            return checkRecord(piece);
+        case FilePiece::Thumbnail:
+            return checkThumbnail(piece);
+        case FilePiece::Unfinished:
+            return add(isThumbnail(piece.tag) ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished,
+                       piece.begin);
+        case FilePiece::UnknownTag:
+            return add(FindingCode::TagUnknown, piece.begin);
+        case FilePiece::StrayTag:
+            return add(FindingCode::TagStray, piece.begin);
+        case FilePiece::Unreadable:
+            return checkUnreadable(index);
+        }
+    }
+
+    static bool isThumbnail(const Properties& tag)
+    {
+        return tag.getString(key::DATA_FIELD) == sdb::detail::field::THUMBNAIL;
+    }
+
+    /// Readers pass over bytes without a brace, and come to what is behind them.
+    void checkUnreadable(std::size_t index)
+    {
+        const FilePiece& piece = _file.pieces()[index];
+        const bool isLast = index + 1 == _file.pieces().size();
+        if (index == 0 && !_file.isHeaded())
+        {
+            return; // that is the header
+        }
+        const bool isPassed = isLast ? !hasBrace(piece) : piece.reached && _file.pieces()[index + 1].reached;
+        add(isPassed ? FindingCode::Gap : FindingCode::Unreadable, piece.begin,
+            isPassed ? counted(piece.end - piece.begin, "byte") + " that belong to nothing" : std::string());
+    }
+
+    bool hasBrace(const FilePiece& piece)
+    {
+        std::istream& in = _file.stream();
+        in.clear();
+        in.seekg(static_cast<std::streamoff>(piece.begin));
+        std::uint64_t left = piece.end - piece.begin;
+        int byte = 0;
+        while (left-- > 0 && byte != '{' && byte != EOF)
+        {
+            byte = in.get();
+        }
+        return byte == '{';
+    }
+
+    void checkRecord(const FilePiece& piece)
+    {
+        const std::size_t index = _res.records++;
+        const std::size_t before = _res.findings.size();
+        if (!piece.reached)
+        {
+            add(FindingCode::ItemHidden, piece.begin);
+        }
+        checkFrame(piece);
+        if (!piece.fault.empty())
+        {
+            add(FindingCode::RecordBroken, piece.faultPosition, piece.fault);
+        }
+        else
+        {
+            const auto found = _records.check(piece.tag, walkRecord(_file.stream(), piece.tag, _file.size()));
+            _res.readable += gravest(found) == Severity::Error ? 0 : 1;
+            _res.findings.insert(_res.findings.end(), found.begin(), found.end());
+        }
+        for (std::size_t i = before; i < _res.findings.size(); ++i)
+        {
+            _res.findings[i].record = index;
+            _res.findings[i].title = piece.tag.getString(key::TITLE);
+        }
+    }
+
+    void checkFrame(const FilePiece& piece)
+    {
+        if (piece.reached)
+        {
+            const int next = _index.nextFrame(piece.tag.getString(key::SESSION_ID), piece.tag.getString(key::TITLE));
+            const int frame = piece.tag.getInt(key::FRAME);
+            if (frame != next)
+            {
+                add(FindingCode::RecordFrame, piece.begin,
+                    "frame " + std::to_string(frame) + " where " + std::to_string(next) + " is next");
+            }
+            _index.registerRecord(piece.tag);
+        }
+    }
+
+    void checkThumbnail(const FilePiece& piece)
+    {
+        ++_res.thumbnails;
+        if (!piece.reached)
+        {
+            add(FindingCode::ItemHidden, piece.begin);
+        }
+        const std::uint64_t pixels = sdb::detail::pixelBytes(piece.tag);
+        const std::uint64_t tagEnd = sdb::hexFromProp(piece.tag, key::FILE_POS);
+        const std::uint64_t length = sdb::hexFromProp(piece.tag, key::LENGTH);
+        if (length != pixels || tagEnd < piece.begin || piece.end < tagEnd || piece.end - tagEnd != pixels)
+        {
+            add(FindingCode::ThumbnailDamaged, piece.begin,
+                counted(length, "byte") + " at " + hexadecimal(tagEnd) + " for " +
+                    std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
+                    std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
+        }
+        const int record = piece.tag.getInt(key::RECORD_INDEX);
+        if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())
+        {
+            add(FindingCode::ThumbnailRecord, piece.begin,
+                "a thumbnail of record " + std::to_string(record) + ", which is not there");
+        }
+    }
+
+    void add(FindingCode code, std::uint64_t byte, const std::string& detail = {})
+    {
+        _res.findings.push_back({code, byte, detail});
+    }
+
+    ScannedFile _file;
+    RecordCheck _records;
+    const Progress& _progress;
+    sdb::detail::FileIndex _index;
+    CheckedFile _res;
+};
+
+} // namespace
+
+CheckedFile checkFile(const std::string& path, CheckDepth depth, const Progress& progress)
+{
+    return Check(path, depth, progress).run();
+}
+
+} // namespace tavosce

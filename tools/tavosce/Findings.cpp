@@ -1,0 +1,91 @@
+#include "Findings.h"
+
+#include <algorithm>
+
+namespace tavosce
+{
+
+namespace
+{
+
+using Code = FindingCode;
+
+// In the order of the codes.
+const std::vector<FindingKind> KINDS = {
+    {Code::HeaderDamaged, "header-damaged", Severity::Error, "the file header cannot be read"},
+    {Code::HeaderRepeated, "header-repeated", Severity::Warning, "another file header"},
+    {Code::RecordUnfinished, "record-unfinished", Severity::Warning, "a record that was never finished"},
+    {Code::ThumbnailUnfinished, "thumbnail-unfinished", Severity::Warning, "a thumbnail that was never finished"},
+    {Code::TagStray, "tag-stray", Severity::Error, "a tag that is neither file header, record nor thumbnail"},
+    {Code::TagUnknown, "tag-unknown", Severity::Warning, "a tag of no known kind between the items"},
+    {Code::Gap, "gap", Severity::Warning, "bytes that belong to nothing"},
+    {Code::Unreadable, "unreadable", Severity::Error, "there is no tag where the next item should be"},
+    {Code::ItemHidden, "item-hidden", Severity::Error, "whole, but readers do not get here, as damage is before it"},
+    {Code::RecordBroken, "record-broken", Severity::Error, "the tags do not lead to the record's end"},
+    {Code::RecordVersion, "record-version", Severity::Warning, "a version of records that is not known"},
+    {Code::RecordOrder, "record-order", Severity::Warning, "tags in an order in which no writer leaves them"},
+    {Code::RecordRoot, "record-root", Severity::Warning, "the root is no node of the record"},
+    {Code::RecordBlocks, "record-blocks", Severity::Warning, "the blocks do not begin where the header says"},
+    {Code::RecordFrame, "record-frame", Severity::Warning, "not the frame number that is next"},
+    {Code::NodeOrder, "node-order", Severity::Warning, "nodes that are not in the order of their keys, each once"},
+    {Code::NodeMissing, "node-missing", Severity::Note, "data of a node that is not there"},
+    {Code::BlockOrder, "block-order", Severity::Warning, "blocks that are not in the order of their nodes"},
+    {Code::BlockKind, "block-kind", Severity::Error, "no kind of block has this number"},
+    {Code::PayloadOutside, "payload-outside", Severity::Error, "the payload reaches beyond the end of the file"},
+    {Code::PayloadDisplaced, "payload-displaced", Severity::Warning, "the payload does not follow its tag"},
+    {Code::PayloadShared, "payload-shared", Severity::Warning,
+     "refers to a payload that no earlier record of the session has for it"},
+    {Code::BlockCut, "block-cut", Severity::Error, "the payload is cut off"},
+    {Code::BlockMethod, "block-method", Severity::Error, "unknown compression method"},
+    {Code::BlockSize, "block-size", Severity::Warning, "the sizes of block, tag and array disagree"},
+    {Code::ZlibDamaged, "zlib-damaged", Severity::Error, "zlib data damaged"},
+    {Code::ArrayType, "array-type", Severity::Error, "unknown data type"},
+    {Code::ArraySize, "array-size", Severity::Error, "impossible size of the array"},
+    {Code::DatasetDamaged, "dataset-damaged", Severity::Error, "the polydata cannot be read as a whole"},
+    {Code::DatasetOdd, "dataset-odd", Severity::Warning, "the polydata can be read, with a warning"},
+    {Code::ThumbnailDamaged, "thumbnail-damaged", Severity::Error, "the picture's bytes are not those of its size"},
+    {Code::ThumbnailRecord, "thumbnail-record", Severity::Note, "a thumbnail of a record that is not there"},
+    {Code::SceneDamaged, "scene-damaged", Severity::Error, "a record of the scene file cannot be read"},
+    {Code::FileRefused, "file-refused", Severity::Error, "the data file cannot be loaded"},
+    {Code::FileIrregular, "file-irregular", Severity::Warning, "something in the data folder that is no regular file"},
+};
+
+} // namespace
+
+const char* nameOf(Severity severity)
+{
+    constexpr const char* NAMES[] = {"note", "warning", "error"};
+    return NAMES[static_cast<std::size_t>(severity)];
+}
+
+const std::vector<FindingKind>& findingKinds()
+{
+    return KINDS;
+}
+
+const FindingKind& kindOf(FindingCode code)
+{
+    return KINDS[static_cast<std::size_t>(code)];
+}
+
+std::string Finding::reason() const
+{
+    return detail.empty() ? kind().text : detail;
+}
+
+std::string Finding::text() const
+{
+    return subject.empty() ? reason() : subject + ": " + reason();
+}
+
+Severity gravest(const std::vector<Finding>& findings)
+{
+    Severity res = Severity::Note;
+    for (const Finding& finding : findings)
+    {
+        res = std::max(res, finding.kind().severity);
+    }
+    return res;
+}
+
+} // namespace tavosce

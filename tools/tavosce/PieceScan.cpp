@@ -1,0 +1,213 @@
+#include "PieceScan.h"
+
+#include "RecordWalk.h"
+
+#include "scenegraph/io/detail/Index.h"
+#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/Positions.h"
+#include "scenegraph/io/detail/TagKeys.h"
+#include "scenegraph/io/detail/TagScan.h"
+
+#include <algorithm>
+#include <istream>
+#include <optional>
+#include <utility>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+namespace field = sdb::detail::field;
+using sdb::detail::TagScan;
+
+class Scan
+{
+public:
+    Scan(std::istream& in, std::uint64_t fileSize)
+        : _in(in)
+        , _fileSize(fileSize)
+        , _budget(fileSize > UINT64_MAX / READS_OF_A_BYTE ? UINT64_MAX : fileSize * READS_OF_A_BYTE)
+        , _walk(sdb::detail::walkFile(
+              in, [](const Properties&) {}, [](const Properties&) {}))
+    {
+    }
+
+    std::vector<FilePiece> run()
+    {
+        while (_position < _fileSize)
+        {
+            takeNext();
+        }
+        return std::move(_pieces);
+    }
+
+private:
+    void takeNext()
+    {
+        if (_budget == 0)
+        {
+            // What is no item in its place is no longer looked at, since each look may last to the end of the file.
+            add(FilePiece::Unreadable, nextItem(_position));
+            if (_position == _fileSize)
+            {
+                return;
+            }
+        }
+        std::uint64_t skipped = 0;
+        const TagScan scan = scanAt(_position, skipped);
+        if (scan == TagScan::NoTag)
+        {
+            add(FilePiece::Unreadable, _fileSize);
+            return;
+        }
+        add(FilePiece::Unreadable, _position + skipped);
+        if (scan == TagScan::Complete)
+        {
+            takeTag(_position + _text.size());
+            return;
+        }
+        pay(_text.size());
+        const bool isCutItem = scan == TagScan::CutByEnd && sdb::detail::beginsAsItem(_text);
+        add(isCutItem ? FilePiece::Unfinished : FilePiece::Unreadable, nextItem(_position + 1));
+    }
+
+    void takeTag(std::uint64_t tagEnd)
+    {
+        Properties tag(_text);
+        if (!tag.hasName(key::DATA_FIELD))
+        {
+            const bool isHeader = tag.hasName(key::UUID);
+            add(isHeader ? FilePiece::FileHeader : FilePiece::StrayTag, isHeader ? behindLineEnd(tagEnd) : tagEnd,
+                std::move(tag));
+            return;
+        }
+        const std::string& kind = tag.getString(key::DATA_FIELD);
+        if (kind != field::HEADER && kind != field::THUMBNAIL)
+        {
+            add(FilePiece::UnknownTag, tagEnd, std::move(tag));
+            return;
+        }
+        const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(_in, tag, tagEnd, _fileSize);
+        if (!end)
+        {
+            add(FilePiece::Unfinished, nextItem(tagEnd), std::move(tag));
+        }
+        else if (kind == field::HEADER)
+        {
+            takeRecord(std::move(tag), tagEnd, *end);
+        }
+        else
+        {
+            takeThumbnail(std::move(tag), tagEnd, *end);
+        }
+    }
+
+    void takeRecord(Properties header, std::uint64_t tagEnd, std::uint64_t end)
+    {
+        RecordContents contents;
+        if (_budget > 0)
+        {
+            contents = walkRecord(_in, header, _fileSize);
+        }
+        else
+        {
+            contents.fault = "not looked at, after so much damage";
+            contents.faultPosition = _position;
+        }
+        if (contents.fault.empty() && sdb::hexFromProp(header, key::FILE_POS) != _position)
+        {
+            contents.fault = "the record's header is not where it says";
+            contents.faultPosition = _position;
+        }
+        if (!contents.fault.empty())
+        {
+            pay(contents.faultPosition > _position ? contents.faultPosition - _position : tagEnd - _position);
+            end = std::min(end, nextItem(tagEnd));
+        }
+        add(FilePiece::Record, end, std::move(header));
+        _pieces.back().fault = std::move(contents.fault);
+        _pieces.back().faultPosition = contents.faultPosition;
+    }
+
+    void takeThumbnail(Properties tag, std::uint64_t tagEnd, std::uint64_t end)
+    {
+        const bool isConsistent = sdb::hexFromProp(tag, key::FILE_POS) == tagEnd && end <= _fileSize &&
+                                  sdb::hexFromProp(tag, key::LENGTH) == sdb::detail::pixelBytes(tag);
+        add(FilePiece::Thumbnail, isConsistent ? end : std::min(end, nextItem(tagEnd)), std::move(tag));
+    }
+
+    /// A piece from the present position on; nothing if it would be empty. Bytes that cannot be read become one piece.
+    void add(FilePiece::Kind kind, std::uint64_t end, Properties tag = {})
+    {
+        end = std::min(end, _fileSize);
+        if (end <= _position)
+        {
+            return;
+        }
+        const bool isMore = kind == FilePiece::Unreadable && !_pieces.empty() && _pieces.back().kind == kind;
+        if (isMore)
+        {
+            _pieces.back().end = end;
+        }
+        else
+        {
+            _pieces.push_back({kind, _position, end, std::move(tag), isReached(kind)});
+        }
+        _position = end;
+    }
+
+    bool isReached(FilePiece::Kind kind) const
+    {
+        const bool isItem = kind == FilePiece::Record || kind == FilePiece::Thumbnail;
+        return isItem ? std::binary_search(_walk.items.begin(), _walk.items.end(), _position)
+                      : _position <= _walk.position;
+    }
+
+    TagScan scanAt(std::uint64_t position, std::uint64_t& skipped)
+    {
+        _in.clear();
+        sdb::detail::seekTo(_in, position);
+        return sdb::detail::scanTag(_in, _text, skipped);
+    }
+
+    std::uint64_t nextItem(std::uint64_t from)
+    {
+        const std::uint64_t found = sdb::detail::findItem(_in, from).value_or(_fileSize);
+        pay(found - std::min(from, found));
+        return found;
+    }
+
+    std::uint64_t behindLineEnd(std::uint64_t position)
+    {
+        _in.clear();
+        sdb::detail::seekTo(_in, position);
+        const bool isLong = _in.peek() == '\r' && _in.get() != EOF;
+        return position + (isLong ? 1 : 0) + (_in.peek() == '\n' ? 1 : 0);
+    }
+
+    void pay(std::uint64_t bytes) { _budget -= std::min(bytes, _budget); }
+
+    /// How often a byte may be read for nothing, on the average: a damaged file needs few of these, but one that is
+    /// made for it could ask for a look at the rest of the file at each of its bytes.
+    static constexpr std::uint64_t READS_OF_A_BYTE = 16;
+
+    std::istream& _in;
+    std::uint64_t _fileSize;
+    std::uint64_t _budget;
+    sdb::detail::WalkResult _walk;
+    std::uint64_t _position = 0; ///< where the next piece begins
+    std::string _text;           ///< of the tag that was read last
+    std::vector<FilePiece> _pieces;
+};
+
+} // namespace
+
+std::vector<FilePiece> scanPieces(std::istream& in, std::uint64_t fileSize)
+{
+    return Scan(in, fileSize).run();
+}
+
+} // namespace tavosce

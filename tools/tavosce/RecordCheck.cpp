@@ -1,0 +1,177 @@
+#include "RecordCheck.h"
+
+#include "BlockCheck.h"
+#include "Interrupt.h"
+#include "Text.h"
+
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <algorithm>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+
+constexpr int OLD_VERSION = 1; // without a root's key
+constexpr int CURRENT_VERSION = 2;
+
+/// Everything that the decoding of a payload depends on.
+std::string decodedForm(const StoredBlock& block)
+{
+    std::string res;
+    for (const char* const part : {key::FILE_POS, key::LENGTH})
+    {
+        res += block.tag.getString(part) + ' ';
+    }
+    for (const char* const part : {key::TAG, key::DATA_TYPE, key::NUMBER_OF_COMPONENTS, key::NUMBER_OF_TUPLES})
+    {
+        res += std::to_string(block.tag.getInt(part)) + ' ';
+    }
+    return res;
+}
+
+} // namespace
+
+RecordCheck::RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth)
+    : _in(in)
+    , _fileSize(fileSize)
+    , _depth(depth)
+{
+}
+
+std::vector<Finding> RecordCheck::check(const Properties& header, const RecordContents& contents)
+{
+    _findings.clear();
+    checkHeader(header, contents);
+    for (const Oddity& oddity : contents.oddities)
+    {
+        add(FindingCode::RecordOrder, oddity.position, oddity.text);
+    }
+    checkNodes(contents);
+    checkBlocks(header, contents);
+    return std::move(_findings);
+}
+
+bool RecordCheck::isStored(const Properties& header, const StoredBlock& block) const
+{
+    return _stored.count(storedForm(header, block)) > 0;
+}
+
+void RecordCheck::checkHeader(const Properties& header, const RecordContents& contents)
+{
+    const std::uint64_t begin = sdb::hexFromProp(header, key::FILE_POS);
+    const int version = header.getInt(key::VERSION);
+    if (version != OLD_VERSION && version != CURRENT_VERSION)
+    {
+        add(FindingCode::RecordVersion, begin, "version " + std::to_string(version) + " of records is not known");
+    }
+    const std::string& root = header.getString(key::ROOT_NODE_KEY);
+    const bool isThere = std::any_of(contents.nodes.begin(), contents.nodes.end(),
+                                     [&](const StoredNode& node) { return node.objectKey == root; });
+    if (version == CURRENT_VERSION && !isThere)
+    {
+        add(FindingCode::RecordRoot, begin, "the root " + shown(root) + " is no node of the record", root);
+    }
+    const std::uint64_t blocks = sdb::hexFromProp(header, key::BINARY_DATA);
+    const std::uint64_t first =
+        contents.blocks.empty() ? begin + sdb::hexFromProp(header, key::LENGTH) : contents.blocks.front().tagPosition;
+    if (blocks != first)
+    {
+        add(FindingCode::RecordBlocks, begin,
+            "the blocks begin at " + hexadecimal(first) + ", and the header says " + hexadecimal(blocks));
+    }
+}
+
+void RecordCheck::checkNodes(const RecordContents& contents)
+{
+    for (std::size_t i = 1; i < contents.nodes.size(); ++i)
+    {
+        const StoredNode& node = contents.nodes[i];
+        const std::string& before = contents.nodes[i - 1].objectKey;
+        if (node.objectKey <= before)
+        {
+            add(FindingCode::NodeOrder, node.tagPosition,
+                "node " + shown(node.objectKey) + " stands behind " + shown(before), node.objectKey);
+        }
+    }
+}
+
+void RecordCheck::checkBlocks(const Properties& header, const RecordContents& contents)
+{
+    std::set<std::string> nodes;
+    for (const StoredNode& node : contents.nodes)
+    {
+        nodes.insert(node.objectKey);
+    }
+    std::string before;
+    for (const StoredBlock& block : contents.blocks)
+    {
+        throwIfInterrupted();
+        const std::string objectKey = block.objectKey();
+        if (objectKey < before)
+        {
+            add(FindingCode::BlockOrder, block.tagPosition,
+                "a block of " + shown(objectKey) + " stands behind one of " + shown(before), objectKey);
+        }
+        before = objectKey;
+        if (nodes.count(objectKey) == 0)
+        {
+            add(FindingCode::NodeMissing, block.tagPosition, describeBlock(block) + ", which is not there", objectKey);
+        }
+        checkPlace(header, block);
+        checkPayload(block);
+    }
+    for (const StoredBlock& block : contents.blocks)
+    {
+        _stored.insert(storedForm(header, block));
+    }
+}
+
+void RecordCheck::checkPlace(const Properties& header, const StoredBlock& block)
+{
+    FindingCode code = FindingCode::PayloadShared;
+    if (block.shared ? isStored(header, block) : block.filePos == block.tagEnd)
+    {
+        return;
+    }
+    if (!block.shared)
+    {
+        code = FindingCode::PayloadDisplaced;
+    }
+    add(code, block.tagPosition, {}, block.objectKey());
+    _findings.back().subject = describeBlock(block);
+}
+
+void RecordCheck::checkPayload(const StoredBlock& block)
+{
+    const std::string form = decodedForm(block);
+    if (_sound.count(form) > 0)
+    {
+        return;
+    }
+    const auto found = _depth == CheckDepth::Everything ? decodingFindings(_in, block, _fileSize)
+                                                        : framingFindings(_in, block, _fileSize);
+    if (found.empty())
+    {
+        _sound.insert(form);
+    }
+    _findings.insert(_findings.end(), found.begin(), found.end());
+}
+
+void RecordCheck::add(FindingCode code, std::uint64_t byte, const std::string& detail, const std::string& objectKey)
+{
+    _findings.push_back({code, byte, detail, {}, objectKey});
+}
+
+RecordCheck::Stored RecordCheck::storedForm(const Properties& header, const StoredBlock& block)
+{
+    return {header.getString(key::SESSION_ID), block.objectKey(), block.kind(), block.name(),
+            Place(block.filePos, block.length)};
+}
+
+} // namespace tavosce

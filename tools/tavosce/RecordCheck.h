@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Findings.h"
+#include "RecordWalk.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace tavosce
+{
+
+enum class CheckDepth
+{
+    Container, ///< tags and positions
+    Everything ///< all payloads are decoded as well
+};
+
+/// Checks the records of a scene database one after another, in file order: what is shared has to be in an earlier one.
+class RecordCheck
+{
+public:
+    /// The stream is borrowed.
+    RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth);
+
+    /// What there is to say about a record that has been walked, and whose walk came to its end. A payload that many
+    /// records share is decoded once.
+    std::vector<Finding> check(const Properties& header, const RecordContents& contents);
+
+    /// Whether the payload is one that a block which was checked before has, for the same owner in the same session.
+    bool isStored(const Properties& header, const StoredBlock& block) const;
+
+private:
+    void checkHeader(const Properties& header, const RecordContents& contents);
+    void checkNodes(const RecordContents& contents);
+    void checkBlocks(const Properties& header, const RecordContents& contents);
+    void checkPlace(const Properties& header, const StoredBlock& block);
+    void checkPayload(const StoredBlock& block);
+    void add(FindingCode code, std::uint64_t byte, const std::string& detail = {}, const std::string& objectKey = {});
+
+    /// Session, object key, kind and name: to whom a payload belongs; and where it lies.
+    using Place = std::pair<std::uint64_t, std::uint64_t>;
+    using Stored = std::tuple<std::string, std::string, int, std::string, Place>;
+    static Stored storedForm(const Properties& header, const StoredBlock& block);
+
+    std::istream& _in;
+    std::uint64_t _fileSize;
+    CheckDepth _depth;
+    std::set<Stored> _stored;
+    std::set<std::string> _sound; ///< payloads that have been decoded, with all that decoding depends on
+    std::vector<Finding> _findings;
+};
+
+} // namespace tavosce

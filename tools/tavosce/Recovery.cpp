@@ -1,0 +1,267 @@
+#include "Recovery.h"
+
+#include "BlockCheck.h"
+#include "Interrupt.h"
+#include "LibraryLog.h"
+#include "Text.h"
+
+#include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/PendingTag.h"
+#include "scenegraph/io/detail/Positions.h"
+#include "scenegraph/io/detail/TagKeys.h"
+
+#include <algorithm>
+#include <array>
+#include <istream>
+#include <ostream>
+#include <utility>
+
+namespace tavosce
+{
+
+namespace
+{
+
+namespace key = sdb::detail::key;
+
+void setPosition(Properties& tag, const char* name, std::uint64_t value)
+{
+    tag.set(name, sdb::detail::hexPosition(value), Properties::Overwrite);
+}
+
+void write(std::ostream& out, const std::string& text)
+{
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+/// Why a piece that is no record and no thumbnail is left out.
+const char* reasonOf(FilePiece::Kind kind)
+{
+    switch (kind)
+    {
+    case FilePiece::FileHeader:
+        return "another file header";
+    case FilePiece::Unfinished:
+        return "never finished";
+    case FilePiece::UnknownTag:
+    case FilePiece::StrayTag:
+        return "a tag of no known kind";
+    default:
+        return "no record and no thumbnail, or what is left of one";
+    }
+}
+
+/// Why a record cannot be loaded as a whole; empty if it can.
+std::string faultOf(const std::vector<Finding>& findings)
+{
+    const auto found = std::find_if(findings.begin(), findings.end(),
+                                    [](const Finding& finding) { return finding.kind().severity == Severity::Error; });
+    return found == findings.end() ? std::string() : found->text();
+}
+
+} // namespace
+
+Recovery::Recovery(ScannedFile& file, std::ostream& out, Progress progress)
+    : _file(file)
+    , _out(out)
+    , _progress(std::move(progress))
+    , _check(file.stream(), file.size(), CheckDepth::Everything)
+{
+}
+
+std::vector<Rescue> Recovery::run()
+{
+    const LibraryLog log; // what there is to say is in the findings
+    std::vector<Rescue> res;
+    writeFileHeader();
+    for (std::size_t i = 0; i < _file.pieces().size() && _out; ++i)
+    {
+        throwIfInterrupted();
+        const FilePiece& piece = _file.pieces()[i];
+        if (i == 0 && piece.kind == FilePiece::FileHeader)
+        {
+            continue;
+        }
+        _progress(static_cast<double>(piece.begin) / static_cast<double>(_file.size()));
+        Rescue rescue{piece.kind, piece.begin, piece.end, {}, {}, {}, {}};
+        if (piece.kind == FilePiece::Record)
+        {
+            takeRecord(piece, rescue);
+        }
+        else if (piece.kind == FilePiece::Thumbnail)
+        {
+            takeThumbnail(piece, rescue);
+        }
+        else
+        {
+            rescue.reason = reasonOf(piece.kind);
+        }
+        res.push_back(std::move(rescue));
+    }
+    return res;
+}
+
+/// The header stays what it is, so that nodes are upgraded from the release that wrote them.
+void Recovery::writeFileHeader()
+{
+    if (_file.isHeaded())
+    {
+        copy(_file.pieces()[0].begin, _file.pieces()[0].end);
+    }
+    else
+    {
+        sdb::writeHeader(_out);
+    }
+}
+
+void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
+{
+    rescue.record = _records.size();
+    rescue.title = piece.tag.getString(key::TITLE);
+    rescue.reason = piece.fault;
+    RecordContents contents;
+    if (rescue.reason.empty())
+    {
+        contents = walkRecord(_file.stream(), piece.tag, _file.size());
+        rescue.reason = faultOf(_check.check(piece.tag, contents));
+    }
+    // Each payload of a file is one record's own, so that all that have to be written anew fit into the file's size.
+    if (rescue.reason.empty() && missingBytes(piece.tag, contents) > _file.size() - _rewritten)
+    {
+        rescue.reason = "refers to more bytes in other places than the file has";
+    }
+    if (rescue.reason.empty())
+    {
+        rescue.written = _index.records().size();
+        writeRecord(piece, contents);
+    }
+    _records.push_back(rescue.written);
+}
+
+void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
+{
+    const int record = piece.tag.getInt(key::RECORD_INDEX);
+    const std::uint64_t pixels = sdb::hexFromProp(piece.tag, key::FILE_POS);
+    const std::uint64_t length = sdb::detail::pixelBytes(piece.tag);
+    if (pixels < piece.begin || sdb::hexFromProp(piece.tag, key::LENGTH) != length ||
+        sdb::detail::extentEnd(piece.tag) != piece.end)
+    {
+        rescue.reason = kindOf(FindingCode::ThumbnailDamaged).text;
+        return;
+    }
+    if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())
+    {
+        rescue.reason = kindOf(FindingCode::ThumbnailRecord).text;
+        return;
+    }
+    rescue.record = static_cast<std::size_t>(record);
+    if (*rescue.record >= _records.size() || !_records[*rescue.record])
+    {
+        rescue.reason = "its record is dropped, or comes later";
+        return;
+    }
+    rescue.written = _records[*rescue.record];
+    Properties tag = piece.tag;
+    tag.set(key::RECORD_INDEX, static_cast<int>(*rescue.written), Properties::Overwrite);
+    const std::uint64_t begin = sdb::detail::writePosition(_out);
+    setPosition(tag, key::FILE_POS, 0);
+    setPosition(tag, key::FILE_POS, begin + sdb::detail::tagText(tag).size());
+    write(_out, sdb::detail::tagText(tag));
+    copy(pixels, pixels + length);
+}
+
+void Recovery::writeRecord(const FilePiece& piece, const RecordContents& contents)
+{
+    Properties header = piece.tag;
+    const int frame = _index.nextFrame(header.getString(key::SESSION_ID), header.getString(key::TITLE));
+    header.set(key::FRAME, frame, Properties::Overwrite);
+    const std::uint64_t begin = sdb::detail::writePosition(_out);
+    setPosition(header, key::FILE_POS, begin);
+    setPosition(header, key::LENGTH, 0);
+    setPosition(header, key::BINARY_DATA, 0);
+    const std::string pending = sdb::detail::tagText(header);
+    write(_out, pending);
+
+    std::uint64_t from = contents.headerEnd;
+    std::uint64_t firstBlock = 0;
+    for (const StoredBlock& block : contents.blocks)
+    {
+        throwIfInterrupted();
+        copy(from, block.tagPosition);
+        firstBlock = firstBlock == 0 ? sdb::detail::writePosition(_out) : firstBlock;
+        from = writeBlock(piece.tag, block);
+    }
+    copy(from, piece.end);
+    const std::uint64_t end = sdb::detail::writePosition(_out);
+    setPosition(header, key::LENGTH, end - begin);
+    setPosition(header, key::BINARY_DATA, firstBlock == 0 ? end : firstBlock);
+    sdb::detail::rewriteTag(_out, begin, pending.size(), header);
+    _out.seekp(static_cast<std::streamoff>(end));
+    _index.registerRecord(header);
+}
+
+/// Writes a block; the first byte behind it in the damaged file.
+std::uint64_t Recovery::writeBlock(const Properties& header, const StoredBlock& block)
+{
+    Properties tag = block.tag;
+    const Owner owner = ownerOf(header, block);
+    const auto stored = _payloads.find(owner);
+    const bool isWritten = !block.shared || stored == _payloads.end();
+    setPosition(tag, key::FILE_POS, 0);
+    setPosition(tag, key::LENGTH, block.length);
+    const std::uint64_t tagEnd = sdb::detail::writePosition(_out) + sdb::detail::tagText(tag).size();
+    setPosition(tag, key::FILE_POS, isWritten ? tagEnd : stored->second);
+    write(_out, sdb::detail::tagText(tag));
+    if (isWritten)
+    {
+        copy(block.filePos, block.filePos + block.length);
+        _payloads[owner] = tagEnd;
+        _rewritten += block.shared ? block.length : 0;
+    }
+    return block.shared ? block.tagEnd : block.filePos + block.length;
+}
+
+/// How many bytes of shared payloads would have to be written with this record.
+std::uint64_t Recovery::missingBytes(const Properties& header, const RecordContents& contents) const
+{
+    std::uint64_t res = 0;
+    for (const StoredBlock& block : contents.blocks)
+    {
+        res += block.shared && _payloads.count(ownerOf(header, block)) == 0 ? block.length : 0;
+    }
+    return res;
+}
+
+Recovery::Owner Recovery::ownerOf(const Properties& header, const StoredBlock& block)
+{
+    return {header.getString(key::SESSION_ID),
+            block.objectKey(),
+            block.name(),
+            std::to_string(block.kind()),
+            block.tag.getString(key::FILE_POS),
+            block.tag.getString(key::LENGTH)};
+}
+
+/// Copies bytes of the damaged file. A file that has become shorter meanwhile leaves the new one in fail state.
+void Recovery::copy(std::uint64_t begin, std::uint64_t end)
+{
+    std::array<char, 1 << 16> bytes;
+    std::istream& in = _file.stream();
+    in.clear();
+    sdb::detail::seekTo(in, begin);
+    while (begin < end && _out)
+    {
+        const std::uint64_t count = std::min<std::uint64_t>(bytes.size(), end - begin);
+        if (!in.read(bytes.data(), static_cast<std::streamsize>(count)))
+        {
+            _out.setstate(std::ios::failbit);
+            return;
+        }
+        _out.write(bytes.data(), static_cast<std::streamsize>(count));
+        begin += count;
+    }
+}
+
+} // namespace tavosce

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Findings.h"
+#include "RecordCheck.h"
+#include "ScannedFile.h"
+
+#include "scenegraph/io/detail/FileIndex.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tavosce
+{
+
+/// What became of one piece of the damaged file.
+struct Rescue
+{
+    FilePiece::Kind kind;
+    std::uint64_t begin;
+    std::uint64_t end;
+    std::optional<std::size_t> record;  ///< in the damaged file: its own index, or the one that a thumbnail belongs to
+    std::optional<std::size_t> written; ///< the same in the new file; none if the piece is dropped
+    std::string title;                  ///< of a record
+    std::string reason;                 ///< why it is dropped
+};
+
+/// Writes a scene database anew that holds every record and thumbnail of another one which is whole.
+///
+/// Payloads are copied as they are. One that is shared stays shared; if the record that held it is dropped, or never
+/// had it for this node in this session, it is written with the first record that refers to it. Positions, frame
+/// numbers and the record numbers of thumbnails become those of the new file; all else stays.
+class Recovery
+{
+public:
+    /// Tells how much of the work has been done, from 0 to 1.
+    using Progress = std::function<void(double done)>;
+
+    /// The file and the stream are borrowed; the stream stands at the beginning of an empty file.
+    Recovery(ScannedFile& file, std::ostream& out, Progress progress);
+
+    /// What became of every piece but the file header, in the order of the file. A stream that takes no more is left in
+    /// fail state.
+    std::vector<Rescue> run();
+
+private:
+    void writeFileHeader();
+    void takeRecord(const FilePiece& piece, Rescue& rescue);
+    void takeThumbnail(const FilePiece& piece, Rescue& rescue);
+    void writeRecord(const FilePiece& piece, const RecordContents& contents);
+    std::uint64_t writeBlock(const Properties& header, const StoredBlock& block);
+    void copy(std::uint64_t begin, std::uint64_t end);
+    std::uint64_t missingBytes(const Properties& header, const RecordContents& contents) const;
+
+    /// Whose payload it is, and where it lies in the damaged file.
+    using Owner = std::vector<std::string>;
+    static Owner ownerOf(const Properties& header, const StoredBlock& block);
+
+    ScannedFile& _file;
+    std::ostream& _out;
+    Progress _progress;
+    RecordCheck _check;
+    sdb::detail::FileIndex _index;                    ///< of the new file
+    std::map<Owner, std::uint64_t> _payloads;         ///< where they lie in the new file
+    std::vector<std::optional<std::size_t>> _records; ///< by index in the damaged file: the one in the new file
+    std::uint64_t _rewritten = 0;                     ///< bytes of payloads that were shared and had to be written
+};
+
+} // namespace tavosce
