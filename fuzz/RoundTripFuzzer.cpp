@@ -42,8 +42,18 @@ public:
         }
         for (const Delivery::Piece& piece : delivery.data)
         {
-            node(piece.objectKey).addData(piece.data);
+            if (canBeWritten(piece.data))
+            {
+                node(piece.objectKey).addData(piece.data);
+            }
         }
+    }
+
+    /// Of a node's own arrays a writer takes two kinds.
+    static bool canBeWritten(const tsg::NodeData& data)
+    {
+        return data.kind != tsg::NodeData::Kind::NodeArray || data.tag == tsg::NodeStream::DataTag1 ||
+               data.tag == tsg::NodeStream::DataTag7;
     }
 
     tsg::SceneNode root{""};

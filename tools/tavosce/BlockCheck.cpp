@@ -73,7 +73,9 @@ std::vector<Finding> sizeFindings(std::istream& in, const StoredBlock& block)
     {
         return {};
     }
-    return {about(block, FindingCode::BlockSize,
+    const bool isLonger = bytes > 0 && frame.stored == block.length && frame.uncompressed > bytes &&
+                          frame.uncompressed / sdb::detail::MOST_INFLATED <= frame.stored;
+    return {about(block, isLonger ? FindingCode::BlockLonger : FindingCode::BlockSize,
                   "a block of " + counted(frame.uncompressed, "byte") + ", stored in " + std::to_string(frame.stored) +
                       ", where the tag says " + std::to_string(block.length) + " and the array has " +
                       std::to_string(bytes))};
@@ -91,10 +93,6 @@ std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, s
     {
         return {};
     }
-    if (in.eof())
-    {
-        return {about(block, FindingCode::BlockCut)};
-    }
     const bool unread = in.tellg() == std::istream::pos_type(static_cast<std::istream::off_type>(block.filePos));
     return {about(block, unread ? FindingCode::ArraySize : FindingCode::ZlibDamaged)};
 }
@@ -107,7 +105,7 @@ std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block,
     sdb::detail::seekTo(in, block.filePos);
     if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
     {
-        return {about(block, FindingCode::BlockCut)};
+        return {about(block, FindingCode::DatasetDamaged)};
     }
     sdb::detail::MemoryStream memory(bytes.data(), bytes.size());
     VtkMessages vtk;
@@ -116,17 +114,17 @@ std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block,
     reader->SetIStream(&memory);
     reader->SetMemoryBudget(&budget);
     reader->Update();
-    const std::vector<std::string> errors = vtk.takeErrors(), entries = log.take();
-    const std::vector<std::string> warnings = vtk.takeWarnings();
     const bool isEmpty = reader->GetOutput() == nullptr || reader->GetOutput()->GetPoints() == nullptr;
-    std::string words = joined(errors);
-    words += (words.empty() || entries.empty() ? "" : "; ") + joined(entries);
-    if (!errors.empty() || !entries.empty() || isEmpty)
+    std::vector<std::string> words = vtk.takeErrors();
+    for (const auto& more : {vtk.takeWarnings(), log.take()})
     {
-        return {about(block, FindingCode::DatasetDamaged, shown(words))};
+        words.insert(words.end(), more.begin(), more.end());
     }
-    return warnings.empty() ? std::vector<Finding>{}
-                            : std::vector<Finding>{about(block, FindingCode::DatasetOdd, shown(joined(warnings)))};
+    if (words.empty() && !isEmpty)
+    {
+        return {};
+    }
+    return {about(block, FindingCode::DatasetDamaged, shown(joined(words)))};
 }
 
 } // namespace

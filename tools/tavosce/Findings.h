@@ -13,7 +13,7 @@ enum class Severity
 {
     Note,    ///< nothing is wrong with it, but somebody may want to know
     Warning, ///< it can be read, but no writer leaves it like that
-    Error    ///< it, or something behind it, cannot be read
+    Error    ///< something is lost, or readers do not get to it
 };
 
 /// "note", "warning", "error".
@@ -33,25 +33,26 @@ enum class FindingCode
     ItemHidden,
     RecordBroken,
     RecordVersion,
+    RecordTag,
     RecordOrder,
     RecordRoot,
     RecordBlocks,
     RecordFrame,
     NodeOrder,
+    NodeRepeated,
     NodeMissing,
     BlockOrder,
     BlockKind,
     PayloadOutside,
     PayloadDisplaced,
     PayloadShared,
-    BlockCut,
     BlockMethod,
     BlockSize,
+    BlockLonger,
     ZlibDamaged,
     ArrayType,
     ArraySize,
     DatasetDamaged,
-    DatasetOdd,
     ThumbnailDamaged,
     ThumbnailRecord,
     SceneDamaged,

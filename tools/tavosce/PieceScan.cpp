@@ -108,23 +108,22 @@ private:
     void takeRecord(Properties header, std::uint64_t tagEnd, std::uint64_t end)
     {
         RecordContents contents;
-        if (_budget > 0)
+        contents.faultPosition = _position;
+        if (sdb::hexFromProp(header, key::FILE_POS) != _position)
         {
-            contents = walkRecord(_in, header, _fileSize);
+            contents.fault = "the record's header is not where it says";
+        }
+        else if (_budget == 0)
+        {
+            contents.fault = "not looked at, after so much damage";
         }
         else
         {
-            contents.fault = "not looked at, after so much damage";
-            contents.faultPosition = _position;
-        }
-        if (contents.fault.empty() && sdb::hexFromProp(header, key::FILE_POS) != _position)
-        {
-            contents.fault = "the record's header is not where it says";
-            contents.faultPosition = _position;
+            contents = walkRecord(_in, header, _fileSize);
         }
         if (!contents.fault.empty())
         {
-            pay(contents.faultPosition > _position ? contents.faultPosition - _position : tagEnd - _position);
+            pay(std::max(contents.faultPosition, tagEnd) - _position);
             end = std::min(end, nextItem(tagEnd));
         }
         add(FilePiece::Record, end, std::move(header));

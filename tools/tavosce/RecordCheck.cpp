@@ -50,7 +50,7 @@ std::vector<Finding> RecordCheck::check(const Properties& header, const RecordCo
     checkHeader(header, contents);
     for (const Oddity& oddity : contents.oddities)
     {
-        add(FindingCode::RecordOrder, oddity.position, oddity.text);
+        add(oddity.isUnknown ? FindingCode::RecordTag : FindingCode::RecordOrder, oddity.position);
     }
     checkNodes(contents);
     checkBlocks(header, contents);
@@ -89,15 +89,20 @@ void RecordCheck::checkHeader(const Properties& header, const RecordContents& co
 
 void RecordCheck::checkNodes(const RecordContents& contents)
 {
-    for (std::size_t i = 1; i < contents.nodes.size(); ++i)
+    std::set<std::string> keys;
+    std::string before;
+    for (const StoredNode& node : contents.nodes)
     {
-        const StoredNode& node = contents.nodes[i];
-        const std::string& before = contents.nodes[i - 1].objectKey;
-        if (node.objectKey <= before)
+        if (!keys.insert(node.objectKey).second)
+        {
+            add(FindingCode::NodeRepeated, node.tagPosition, "two nodes " + shown(node.objectKey), node.objectKey);
+        }
+        else if (node.objectKey < before)
         {
             add(FindingCode::NodeOrder, node.tagPosition,
                 "node " + shown(node.objectKey) + " stands behind " + shown(before), node.objectKey);
         }
+        before = node.objectKey;
     }
 }
 

@@ -45,7 +45,6 @@ public:
         {
             stop("the record's header is not where it says");
         }
-        _res.headerEnd = _position;
         while (!_stopped && _position < _end && readTag(tag))
         {
             takeTag(tag);
@@ -96,11 +95,11 @@ private:
         Blocks
     };
 
-    void enter(Stage stage, const char* oddity)
+    void enter(Stage stage)
     {
         if (stage < _stage)
         {
-            _res.oddities.push_back({_tagPosition, oddity});
+            _res.oddities.push_back({_tagPosition, false});
         }
         _stage = std::max(stage, _stage);
     }
@@ -110,13 +109,15 @@ private:
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind == field::NODE)
         {
-            enter(Nodes, "a node behind the first block");
-            _res.nodes.push_back({tag.getString(key::OBJECT_KEY), tag.getProperties(key::PROPERTIES), _tagPosition});
+            enter(Nodes);
+            _res.nodes.push_back(
+                {tag.getString(key::OBJECT_KEY), tag.getProperties(key::PROPERTIES), _tagPosition, _position});
         }
         else if (kind == field::CLASS_VERSIONS)
         {
-            enter(ClassVersions, "class versions that do not stand right behind the header");
+            enter(ClassVersions);
             _stage = std::max(_stage, Nodes); // there is only one such tag
+            _res.classVersionTags.emplace_back(_tagPosition, _position);
             _res.classVersions = tag.getProperties(key::VERSIONS);
         }
         else if (kind == field::BINARY_DATA)
@@ -131,7 +132,7 @@ private:
         }
         else
         {
-            _res.oddities.push_back({_tagPosition, "a tag of no known kind"});
+            _res.oddities.push_back({_tagPosition, true});
         }
     }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavosce
@@ -16,6 +17,7 @@ struct StoredNode
     std::string objectKey;
     Properties properties;
     std::uint64_t tagPosition = 0;
+    std::uint64_t tagEnd = 0;
 };
 
 /// A binary data tag of a record.
@@ -35,18 +37,18 @@ struct StoredBlock
     bool isArray() const { return kind() != 0; }
 };
 
-/// A tag that stands where no writer puts it.
+/// A tag that says nothing, or stands where no writer puts it.
 struct Oddity
 {
     std::uint64_t position;
-    const char* text;
+    bool isUnknown; ///< of no known kind; otherwise only its place is wrong
 };
 
 /// What a record holds, as far as its tags can be read.
 struct RecordContents
 {
-    std::uint64_t headerEnd = 0; ///< first byte behind the header's tag
-    Properties classVersions;    ///< class name to version
+    Properties classVersions;                                              ///< class name to version
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> classVersionTags; ///< first byte of each tag, and behind it
     std::vector<StoredNode> nodes;
     std::vector<StoredBlock> blocks;
     std::vector<Oddity> oddities;    ///< what no writer leaves like that, although it can be read

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <istream>
+#include <iterator>
 #include <ostream>
 #include <utility>
 
@@ -51,6 +52,28 @@ const char* reasonOf(FilePiece::Kind kind)
     default:
         return "no record and no thumbnail, or what is left of one";
     }
+}
+
+const std::string& keyOf(const StoredNode& node)
+{
+    return node.objectKey;
+}
+
+std::string keyOf(const StoredBlock& block)
+{
+    return block.objectKey();
+}
+
+/// Nodes or blocks in the order in which writers leave them: by the bytes of their keys, and those of one key as they
+/// come.
+template <class Stored>
+std::vector<const Stored*> inOrder(const std::vector<Stored>& all)
+{
+    std::vector<const Stored*> res;
+    std::transform(all.begin(), all.end(), std::back_inserter(res), [](const Stored& stored) { return &stored; });
+    std::stable_sort(res.begin(), res.end(),
+                     [](const Stored* left, const Stored* right) { return keyOf(*left) < keyOf(*right); });
+    return res;
 }
 
 /// Why a record cannot be loaded as a whole; empty if it can.
@@ -176,7 +199,10 @@ void Recovery::writeRecord(const FilePiece& piece, const RecordContents& content
 {
     Properties header = piece.tag;
     const int frame = _index.nextFrame(header.getString(key::SESSION_ID), header.getString(key::TITLE));
-    header.set(key::FRAME, frame, Properties::Overwrite);
+    if (header.getInt(key::FRAME) != frame)
+    {
+        header.set(key::FRAME, frame, Properties::Overwrite);
+    }
     const std::uint64_t begin = sdb::detail::writePosition(_out);
     setPosition(header, key::FILE_POS, begin);
     setPosition(header, key::LENGTH, 0);
@@ -184,26 +210,35 @@ void Recovery::writeRecord(const FilePiece& piece, const RecordContents& content
     const std::string pending = sdb::detail::tagText(header);
     write(_out, pending);
 
-    std::uint64_t from = contents.headerEnd;
-    std::uint64_t firstBlock = 0;
-    for (const StoredBlock& block : contents.blocks)
+    copyTags(contents);
+    const std::uint64_t firstBlock = sdb::detail::writePosition(_out);
+    for (const StoredBlock* const block : inOrder(contents.blocks))
     {
         throwIfInterrupted();
-        copy(from, block.tagPosition);
-        firstBlock = firstBlock == 0 ? sdb::detail::writePosition(_out) : firstBlock;
-        from = writeBlock(piece.tag, block);
+        writeBlock(piece.tag, *block);
     }
-    copy(from, piece.end);
     const std::uint64_t end = sdb::detail::writePosition(_out);
     setPosition(header, key::LENGTH, end - begin);
-    setPosition(header, key::BINARY_DATA, firstBlock == 0 ? end : firstBlock);
+    setPosition(header, key::BINARY_DATA, firstBlock);
     sdb::detail::rewriteTag(_out, begin, pending.size(), header);
     _out.seekp(static_cast<std::streamoff>(end));
     _index.registerRecord(header);
 }
 
-/// Writes a block; the first byte behind it in the damaged file.
-std::uint64_t Recovery::writeBlock(const Properties& header, const StoredBlock& block)
+/// Copies the tags of class versions and nodes.
+void Recovery::copyTags(const RecordContents& contents)
+{
+    for (const auto& [begin, end] : contents.classVersionTags)
+    {
+        copy(begin, end);
+    }
+    for (const StoredNode* const node : inOrder(contents.nodes))
+    {
+        copy(node->tagPosition, node->tagEnd);
+    }
+}
+
+void Recovery::writeBlock(const Properties& header, const StoredBlock& block)
 {
     Properties tag = block.tag;
     const Owner owner = ownerOf(header, block);
@@ -220,7 +255,6 @@ std::uint64_t Recovery::writeBlock(const Properties& header, const StoredBlock& 
         _payloads[owner] = tagEnd;
         _rewritten += block.shared ? block.length : 0;
     }
-    return block.shared ? block.tagEnd : block.filePos + block.length;
 }
 
 /// How many bytes of shared payloads would have to be written with this record.

@@ -54,7 +54,8 @@ private:
     void takeRecord(const FilePiece& piece, Rescue& rescue);
     void takeThumbnail(const FilePiece& piece, Rescue& rescue);
     void writeRecord(const FilePiece& piece, const RecordContents& contents);
-    std::uint64_t writeBlock(const Properties& header, const StoredBlock& block);
+    void copyTags(const RecordContents& contents);
+    void writeBlock(const Properties& header, const StoredBlock& block);
     void copy(std::uint64_t begin, std::uint64_t end);
     std::uint64_t missingBytes(const Properties& header, const RecordContents& contents) const;
 

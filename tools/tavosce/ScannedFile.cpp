@@ -11,6 +11,22 @@
 namespace tavosce
 {
 
+namespace
+{
+
+/// Whether a refused header may be one that a newer program has written, and not a damaged one.
+bool isPlausible(const Properties& header)
+{
+    int version = 0;
+    const std::string release = sdb::tavoFlowReleaseNumber(header);
+    const auto isPartOfRelease = [](char c)
+    { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || c == '.' || c == '-'; };
+    return sdb::isUuidCorrect(header) && sdb::fileFormatVersion(header, version) &&
+           std::all_of(release.begin(), release.end(), isPartOfRelease);
+}
+
+} // namespace
+
 ScannedFile::ScannedFile(const std::string& path)
     : _path(path)
     , _file(path)
@@ -28,7 +44,7 @@ ScannedFile::ScannedFile(const std::string& path)
     catch (const Failure& failure)
     {
         const bool isTooNew =
-            !_pieces.empty() && _pieces[0].kind == FilePiece::FileHeader && sdb::isUuidCorrect(_pieces[0].tag);
+            !_pieces.empty() && _pieces[0].kind == FilePiece::FileHeader && isPlausible(_pieces[0].tag);
         if (failure.code() != WrongFormat || isTooNew || _recordCount == 0)
         {
             throw;

@@ -131,7 +131,7 @@ private:
         const std::string& objectKey = record.getString(key::OBJECT_KEY);
         if (!objectKey.empty() && !_nodes.insert(objectKey).second)
         {
-            add(FindingCode::NodeOrder, begin, "node " + shown(objectKey) + " is there twice", "scene.tsg", objectKey);
+            add(FindingCode::NodeRepeated, begin, "two nodes " + shown(objectKey), "scene.tsg", objectKey);
         }
     }
 

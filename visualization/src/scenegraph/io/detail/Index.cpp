@@ -2,6 +2,7 @@
 
 #include "core/Error.h"
 #include "scenegraph/io/detail/BlockWalk.h"
+#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
@@ -10,6 +11,7 @@
 #include "scenegraph/io/detail/TagScan.h"
 #include "scenegraphcommon/Logger.h"
 
+#include <algorithm>
 #include <istream>
 #include <optional>
 #include <utility>
@@ -133,12 +135,16 @@ private:
         const std::optional<std::uint64_t> next = findItem(_in, _end);
         if (!next.has_value())
         {
-            // Without a file header in front of it, cutting the file there would leave none.
-            return stop(_result.lastItemEnd > 0 ? WalkEnd::UnfinishedItem : WalkEnd::Damage, _begin);
+            return stop(canBeCut() ? WalkEnd::UnfinishedItem : WalkEnd::Damage, _begin);
         }
+        _claimed = std::max(_claimed, extentEnd(_tag).value_or(0));
         seekTo(_in, next);
         return true;
     }
+
+    /// Whether another item may take the place of the current one: there is a file header in front of it, and nothing
+    /// unfinished before it that could come to look finished when other bytes stand where it seems to end.
+    bool canBeCut() const { return _result.lastItemEnd > 0 && _claimed <= _begin; }
 
     void stopAtUnreadable(TagScan scan)
     {
@@ -147,7 +153,8 @@ private:
             stopAtEnd();
             return;
         }
-        const bool isCutItem = scan == TagScan::CutByEnd && beginsAsItem(_text) && !findItem(_in, _begin + 1);
+        const bool isCutItem =
+            scan == TagScan::CutByEnd && beginsAsItem(_text) && canBeCut() && !findItem(_in, _begin + 1);
         stop(isCutItem ? WalkEnd::UnfinishedItem : WalkEnd::Damage, _begin);
     }
 
@@ -177,6 +184,7 @@ private:
     std::uint64_t _begin = 0; ///< first byte of the current tag
     std::uint64_t _end = 0;   ///< first byte after it
 
+    std::uint64_t _claimed = 0; ///< the furthest end that an unfinished item claims which is not the last
     WalkResult _result;
 };
 

@@ -22,7 +22,10 @@ constexpr int MAX_TEXT_ARRAYS = 16384;
 /// Most of the zero padding behind a short payload that is real memory.
 constexpr std::uint64_t MAX_PADDING_BYTES = 4096;
 
-/// Memory that one load may take: zlib yields at most 1032 bytes for one, so that no honest file reaches it.
+/// Most bytes that zlib makes of one.
+constexpr std::uint64_t MOST_INFLATED = 1032;
+
+/// Memory that one load may take: more than zlib makes of the file, so that no honest one reaches it.
 constexpr std::uint64_t loadMemory(std::uint64_t fileSize)
 {
     constexpr std::uint64_t BASE = std::uint64_t{16} << 20;

@@ -1,0 +1,193 @@
+#include "support/ContainerBytes.h"
+#include "support/LogCapture.h"
+#include "support/Scenes.h"
+#include "support/ToolRun.h"
+
+#include <map>
+
+namespace
+{
+
+using namespace test;
+
+/// What loading a record delivers, as text.
+std::string describe(const RecordingStream& stream)
+{
+    std::string res;
+    for (const auto& [key, properties] : stream.nodes)
+    {
+        res += key + properties.toString() + '\n';
+    }
+    for (const auto& [name, array] : stream.arrays)
+    {
+        res += name + ' ' + testing::PrintToString(valuesOf(array)) + '\n';
+    }
+    for (const auto& [key, polys] : stream.polys)
+    {
+        res += key + ' ' + std::to_string(polys->GetNumberOfPoints()) + '\n';
+    }
+    return res;
+}
+
+class RecoverTest : public ToolTest
+{
+protected:
+    /// The records of a file by title, as far as they can be loaded.
+    std::map<std::string, std::string> recordsOf(const std::string& name) const
+    {
+        std::map<std::string, std::string> res;
+        tsg::SDBReader reader;
+        reader.open(dir.file(name).wide);
+        for (const Properties& header : reader.getRecords())
+        {
+            RecordingStream stream;
+            if (reader.loadRecord(header, stream))
+            {
+                res[header.getString("Title")] = describe(stream);
+            }
+        }
+        return res;
+    }
+
+    /// Three records, the second and third with data of the first, and pictures of the first and last.
+    std::string sharedFile() const
+    {
+        const TemporaryFile file = dir.file("whole.sce");
+        Scene scene;
+        scene.with(triangle()).with(floats("T", {1, 2, 3}));
+        tsg::SDBWriter writer;
+        writer.open(file.wide, false, true);
+        tsg::Bitmap<3> picture;
+        picture.resize(2, 2);
+        for (const int record : {0, 1, 2})
+        {
+            add(writer, scene, "s", "record " + std::to_string(record));
+            if (record != 1)
+            {
+                writer.addThumbnail(record, picture);
+            }
+        }
+        writer.close();
+        return bytesOf(file.narrow);
+    }
+};
+
+/// The first and last byte of what a tag describes.
+std::pair<std::uint64_t, std::uint64_t> extentOf(const Properties& tag)
+{
+    const std::uint64_t begin = sdb::hexFromProp(tag, "FilePos");
+    return {begin, begin + sdb::hexFromProp(tag, "Length")};
+}
+
+TEST_F(RecoverTest, anUndamagedFileComesOutAsItIs)
+{
+    const std::string whole = sharedFile();
+    const ToolRun recovered = run("recover @whole.sce -o @out.sce");
+    EXPECT_EQ(recovered.code, 0) << recovered.err;
+    EXPECT_THAT(recovered.out, HasSubstr("3 records and 2 thumbnails kept, 0 pieces dropped"));
+    EXPECT_TRUE(bytes("out.sce") == whole);
+    EXPECT_TRUE(bytes("whole.sce") == whole);
+}
+
+TEST_F(RecoverTest, whateverByteIsDamagedTheUntouchedRecordsComeBack)
+{
+    const LogCapture log;
+    const std::string whole = sharedFile();
+    const auto expected = recordsOf("whole.sce");
+    ASSERT_EQ(expected.size(), 3U);
+    tsg::SDBReader reader;
+    reader.open(dir.file("whole.sce").wide);
+    // What the later records share lies in the first.
+    const auto firstEnd = extentOf(reader.getRecords()[0]).second;
+    const std::uint64_t firstPayload = whole.find("\"FilePos\"", whole.find("\"BinaryData\",\"ObjectKey"));
+    for (std::size_t n = 0; n < whole.size(); n += 7)
+    {
+        std::string damaged = whole;
+        damaged[n] = "\n}{\xff"[n % 4];
+        write("x.sce", damaged);
+        SCOPED_TRACE("byte " + std::to_string(n));
+        const ToolRun recovered = run("recover --force @x.sce -o @out.sce");
+        if (recovered.code == 5)
+        {
+            EXPECT_TRUE(n >= firstPayload && n < firstEnd) << recovered.err; // which all of them need
+            continue;
+        }
+        ASSERT_LE(recovered.code, 1) << recovered.err;
+        const auto found = recordsOf("out.sce");
+        for (std::size_t i = 0; i < 3; ++i)
+        {
+            const auto [begin, end] = extentOf(reader.getRecords()[i]);
+            const bool isTouched = (n >= begin && n < end) || (i > 0 && n >= firstPayload && n < firstEnd);
+            const auto record = found.find("record " + std::to_string(i));
+            ASSERT_TRUE(isTouched || record != found.end()) << recovered.out;
+            EXPECT_TRUE(isTouched || record->second == expected.at(record->first));
+        }
+        EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
+    }
+}
+
+TEST_F(RecoverTest, whatADroppedRecordHeldIsWrittenWithTheFirstThatNeedsIt)
+{
+    std::string damaged = sharedFile();
+    const auto expected = recordsOf("whole.sce");
+    damaged[damaged.find("\"Node\"")] = '\n';
+    write("x.sce", damaged);
+    const ToolRun recovered = run("recover --json @x.sce -o @out.sce");
+    EXPECT_EQ(recovered.code, 1);
+    const auto found = recordsOf("out.sce");
+    EXPECT_EQ(found.size(), 2U);
+    EXPECT_EQ(found.at("record 1"), expected.at("record 1"));
+    EXPECT_EQ(found.at("record 2"), expected.at("record 2"));
+    const auto info = this->info("out.sce");
+    EXPECT_EQ(at(info, "/totals/blocks"), "4");
+    EXPECT_EQ(at(info, "/totals/sharedBlocks"), "2");
+    // The picture of the dropped record goes with it, the other one follows its record.
+    EXPECT_EQ(at(info, "/thumbnails"), "[" + at(info, "/thumbnails/0") + "]");
+    EXPECT_EQ(at(info, "/thumbnails/0/recordIndex"), "1");
+    EXPECT_EQ(at(recovered.json(), "/kept/0/record"), "1");
+    EXPECT_EQ(at(recovered.json(), "/kept/0/newRecord"), "0");
+    EXPECT_EQ(at(recovered.json(), "/dropped/0/title"), R"("record 0")");
+    EXPECT_EQ(at(recovered.json(), "/dropped/1/reason"), R"("its record is dropped, or comes later")");
+}
+
+TEST_F(RecoverTest, whatIsNotFollowedFromTheHeadersIsSetRight)
+{
+    const Edit chars = [](Properties& tag)
+    {
+        tag.set("NumberOfComponents", 1);
+        tag.set("NumberOfTuples", 3);
+        tag.set("DataType", VTK_UNSIGNED_CHAR);
+    };
+    const std::string abc("\0abc", 4);
+    ContainerBytes file;
+    file.record("a", {{"T", abc, {}, chars}});
+    const auto payload = file.lastPayload;
+    const auto frame = [](int number)
+    { return [=](Properties& tag) { tag.set("Frame", number, Properties::Overwrite); }; };
+    file.record("b", {{"U", "", payload, chars}}, frame(7)).raw("junk");
+    write("x.sce", file.record("c", {{"V", abc, {}, chars}}, position("BinaryData", 9)).str());
+    EXPECT_EQ(run("verify @x.sce").code, 1);
+    EXPECT_EQ(run("recover @x.sce -o @out.sce").code, 1);
+    EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
+    EXPECT_EQ(recordsOf("out.sce"), recordsOf("x.sce"));
+}
+
+TEST_F(RecoverTest, failuresLeaveNothingBehind)
+{
+    write("none.sce", ContainerBytes().record("a", {{"T", "\7abc"}}).str());
+    write("header.sce", ContainerBytes().str());
+    write("taken.sce", "taken");
+    const std::pair<std::string, int> cases[] = {
+        {"@none.sce -o @out.sce", 5},  {"@missing.sce -o @out.sce", 3},           {"@taken.sce -o @out.sce", 4},
+        {"@none.sce -o @none.sce", 2}, {"@none.sce -o @missing-folder/o.sce", 6}, {"@header.sce -o @taken.sce", 6},
+    };
+    for (const auto& [arguments, code] : cases)
+    {
+        EXPECT_EQ(run("recover " + arguments).code, code) << arguments;
+    }
+    EXPECT_EQ(bytes("taken.sce"), "taken");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 3);
+    EXPECT_EQ(run("recover @header.sce -o @out.sce").code, 0);
+}
+
+} // namespace
