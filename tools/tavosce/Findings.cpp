@@ -23,7 +23,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::ItemHidden, "item-hidden", Severity::Error, "whole, but readers do not get here, as damage is before it"},
     {Code::RecordBroken, "record-broken", Severity::Error, "the tags do not lead to the record's end"},
     {Code::RecordVersion, "record-version", Severity::Error, "a version of records that is not known"},
-    {Code::RecordTag, "record-tag", Severity::Error, "a tag of no known kind in the record"},
+    {Code::RecordTag, "record-tag", Severity::Error, "a tag of no known kind, or one too many, in the record"},
     {Code::RecordOrder, "record-order", Severity::Warning, "a tag that stands where no writer puts it"},
     {Code::RecordRoot, "record-root", Severity::Error, "the root is no node of the record"},
     {Code::RecordBlocks, "record-blocks", Severity::Warning, "the blocks do not begin where the header says"},
