@@ -36,7 +36,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::PayloadOutside, "payload-outside", Severity::Error, "the payload reaches beyond the end of the file"},
     {Code::PayloadDisplaced, "payload-displaced", Severity::Warning, "the payload does not follow its tag"},
     {Code::PayloadShared, "payload-shared", Severity::Warning,
-     "refers to a payload that no earlier record of the session has for it"},
+     "refers to a payload that no earlier block of the session has for it"},
     {Code::BlockMethod, "block-method", Severity::Error, "unknown compression method"},
     {Code::BlockSize, "block-size", Severity::Error, "the sizes of block, tag and array disagree"},
     {Code::BlockLonger, "block-longer", Severity::Note, "the block holds more bytes than the array"},
@@ -46,8 +46,11 @@ const std::vector<FindingKind> KINDS = {
     {Code::DatasetDamaged, "dataset-damaged", Severity::Error, "the polydata cannot be read as a whole"},
     {Code::ThumbnailDamaged, "thumbnail-damaged", Severity::Error, "the picture's bytes are not those of its size"},
     {Code::ThumbnailRecord, "thumbnail-record", Severity::Note, "a thumbnail of a record that is not there"},
-    {Code::SceneDamaged, "scene-damaged", Severity::Error, "a record of the scene file cannot be read"},
+    {Code::SceneDamaged, "scene-damaged", Severity::Error, "the scene file, or a record of it, cannot be read"},
+    {Code::SceneOdd, "scene-odd", Severity::Warning, "no record of a scene file"},
     {Code::FileRefused, "file-refused", Severity::Error, "the data file cannot be loaded"},
+    {Code::FileShort, "file-short", Severity::Error, "the file does not hold the values of which its header tells"},
+    {Code::FileRepeated, "file-repeated", Severity::Warning, "the same data as that of another file"},
     {Code::FileIrregular, "file-irregular", Severity::Warning, "something in the data folder that is no regular file"},
 };
 

@@ -56,7 +56,10 @@ enum class FindingCode
     ThumbnailDamaged,
     ThumbnailRecord,
     SceneDamaged,
+    SceneOdd,
     FileRefused,
+    FileShort,
+    FileRepeated,
     FileIrregular
 };
 
