@@ -31,6 +31,7 @@ constexpr Command COMMANDS[] = {
     {"info", "Tells what a scene database holds", &declareInfo},
     {"export", "Writes the datasets and nodes of a scene database, or of one record, into a folder", &declareExport},
     {"thumb", "Gets or adds the thumbnail of a record", &declareThumb},
+    {"diff", "Compares records of scene databases, and scene directories", &declareDiff},
     {"recover", "Writes what is whole of a damaged scene database into a new one", &declareRecover},
     {"verify", "Checks scene databases and scene directories from the first byte to the last", &declareVerify},
 };
