@@ -37,10 +37,9 @@ constexpr Command COMMANDS[] = {
 };
 
 constexpr const char* FOOTER =
-    "Exit codes: 0 fine, 1 done with warnings or errors, 2 wrong usage, 3 cannot open, 4 no scene database or too "
-    "new,\n"
-    "5 too damaged, 6 cannot write, 7 the input holds what the format cannot store, 130 interrupted; of several the\n"
-    "highest.";
+    "Exit codes: 0 fine, 1 done with warnings, errors or differences, 2 wrong usage, 3 cannot open, 4 no scene\n"
+    "database or too new, 5 too damaged, 6 cannot write, 7 the input holds what the format cannot store,\n"
+    "130 interrupted; of several the highest.";
 
 /// Throws what CLI11 throws for arguments that make no sense, and for --help and --version.
 Run parse(CLI::App& app, const std::vector<std::string>& arguments)

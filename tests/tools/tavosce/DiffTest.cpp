@@ -1,9 +1,12 @@
 #include "PolysDifference.h"
+#include "Text.h"
 
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
+
+#include <numeric>
 
 namespace
 {
@@ -45,6 +48,13 @@ struct Model
 };
 
 using Change = std::function<void(Model&)>;
+
+/// Lines as they are printed.
+std::string textOf(const std::vector<std::string>& lines)
+{
+    return std::accumulate(lines.begin(), lines.end(), std::string(),
+                           [](const std::string& text, const std::string& line) { return text + line + '\n'; });
+}
 
 class DiffTest : public ToolTest
 {
@@ -145,18 +155,10 @@ TEST_F(DiffTest, everythingThatDiffersIsNamed)
     for (const auto& [change, lines] : cases)
     {
         write("b.sce", {change});
-        std::string expected;
-        for (const std::string& line : lines)
-        {
-            expected += line + '\n';
-        }
-        expected += "1 record compared: " +
-                    (lines.empty() ? "no differences"
-                                   : "1 differs, " + std::to_string(lines.size()) +
-                                         (lines.size() == 1 ? " difference" : " differences")) +
-                    '\n';
+        const std::string summary =
+            lines.empty() ? "no differences" : "1 differs, " + tavosce::counted(lines.size(), "difference");
         const auto found = run("diff @a.sce:0 @b.sce");
-        EXPECT_EQ(found.out, expected);
+        EXPECT_EQ(found.out, textOf(lines) + "1 record compared: " + summary + '\n');
         EXPECT_EQ(found.code, lines.empty() ? 0 : 1) << found.err;
         const auto quiet = run("diff --quiet --json @a.sce @b.sce:-1");
         EXPECT_EQ(quiet.code, found.code);
@@ -189,7 +191,7 @@ TEST_F(DiffTest, polydataAreComparedWithAllThatTheyCarry)
     changed->GetCellData()->RemoveArray("v");
     changed->GetCellData()->GetArray("t")->SetComponent(2, 1, 100);
     changed->GetFieldData()->GetArray("type 1")->SetComponent(3, 0, 0);
-    const std::string lines[] = {
+    const std::vector<std::string> lines = {
         R"(lookup table of the polydata's point array "colour of 100%" of N_1: range 0 to 1 and 0 to 0.1)",
         R"(lookup table of the polydata's point array "colour of 100%" of N_1: 1 of 8 values differs, first in tuple 0, )"
         "component 1: 0 and 255; largest difference 255",
@@ -202,12 +204,7 @@ TEST_F(DiffTest, polydataAreComparedWithAllThatTheyCarry)
         R"(polydata's field array "type 1" of N_1: 1 of 9 values differs, first in tuple 3, component 0: 1 and 0; )"
         "largest difference 1",
     };
-    std::string expected;
-    for (const std::string& line : lines)
-    {
-        expected += line + '\n';
-    }
-    EXPECT_EQ(found(*changed), expected);
+    EXPECT_EQ(found(*changed), textOf(lines));
 }
 
 TEST_F(DiffTest, toleranceIsTheLargerOfTheTwo)
