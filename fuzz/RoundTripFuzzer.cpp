@@ -9,11 +9,28 @@
 #include "scenegraph/io/detail/StoredArray.h"
 #include "support/Scenes.h"
 
+#include <vtkCellData.h>
+#include <vtkFieldData.h>
+#include <vtkPointData.h>
+
 namespace
 {
 
 using fuzz::Delivery;
 using fuzz::require;
+
+/// Bits of more than one component do not survive: that is how the format has them.
+void dropWideBits(vtkFieldData& fields)
+{
+    for (int i = fields.GetNumberOfArrays() - 1; i >= 0; --i)
+    {
+        vtkAbstractArray& array = *fields.GetAbstractArray(i);
+        if (array.GetNumberOfComponents() > 1 && array.GetDataType() == VTK_BIT)
+        {
+            fields.RemoveArray(i);
+        }
+    }
+}
 
 void checkBlock(const std::string& bytes)
 {
@@ -22,6 +39,9 @@ void checkBlock(const std::string& bytes)
     {
         return;
     }
+    dropWideBits(*first->GetFieldData());
+    dropWideBits(*first->GetPointData());
+    dropWideBits(*first->GetCellData());
     const std::string once = fuzz::writeBlock(*first);
     const auto second = fuzz::readBlock(once);
     require(second != nullptr, "a dataset block that was written can be read");

@@ -56,7 +56,10 @@ enum class FindingCode
     ThumbnailDamaged,
     ThumbnailRecord,
     SceneDamaged,
+    SceneOdd,
     FileRefused,
+    FileSize,
+    FileRepeated,
     FileIrregular
 };
 

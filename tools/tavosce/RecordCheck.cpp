@@ -130,9 +130,6 @@ void RecordCheck::checkBlocks(const Properties& header, const RecordContents& co
         }
         checkPlace(header, block);
         checkPayload(block);
-    }
-    for (const StoredBlock& block : contents.blocks)
-    {
         _stored.insert(storedForm(header, block));
     }
 }
@@ -175,8 +172,7 @@ void RecordCheck::add(FindingCode code, std::uint64_t byte, const std::string& d
 
 RecordCheck::Stored RecordCheck::storedForm(const Properties& header, const StoredBlock& block)
 {
-    return {header.getString(key::SESSION_ID), block.objectKey(), block.kind(), block.name(),
-            Place(block.filePos, block.length)};
+    return {header.getString(key::SESSION_ID), block.objectKey(), block.name(), decodedForm(block)};
 }
 
 } // namespace tavosce

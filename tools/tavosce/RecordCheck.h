@@ -8,7 +8,6 @@
 #include <set>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 namespace tavosce
@@ -20,7 +19,7 @@ enum class CheckDepth
     Everything ///< all payloads are decoded as well
 };
 
-/// Checks the records of a scene database one after another, in file order: what is shared has to be in an earlier one.
+/// Checks the records of a scene database one after another, in file order: what is shared has to come earlier.
 class RecordCheck
 {
 public:
@@ -42,9 +41,8 @@ private:
     void checkPayload(const StoredBlock& block);
     void add(FindingCode code, std::uint64_t byte, const std::string& detail = {}, const std::string& objectKey = {});
 
-    /// Session, object key, kind and name: to whom a payload belongs; and where it lies.
-    using Place = std::pair<std::uint64_t, std::uint64_t>;
-    using Stored = std::tuple<std::string, std::string, int, std::string, Place>;
+    /// Session, object key and name: to whom a payload belongs; and all that decoding it depends on.
+    using Stored = std::tuple<std::string, std::string, std::string, std::string>;
     static Stored storedForm(const Properties& header, const StoredBlock& block);
 
     std::istream& _in;

@@ -115,6 +115,10 @@ private:
         }
         else if (kind == field::CLASS_VERSIONS)
         {
+            if (!_res.classVersionTags.empty())
+            {
+                _res.oddities.push_back({_tagPosition, true});
+            }
             enter(ClassVersions);
             _stage = std::max(_stage, Nodes); // there is only one such tag
             _res.classVersionTags.emplace_back(_tagPosition, _position);

@@ -41,7 +41,7 @@ struct StoredBlock
 struct Oddity
 {
     std::uint64_t position;
-    bool isUnknown; ///< of no known kind; otherwise only its place is wrong
+    bool isUnknown; ///< of no known kind, or one too many; otherwise only its place is wrong
 };
 
 /// What a record holds, as far as its tags can be read.

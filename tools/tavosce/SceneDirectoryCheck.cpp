@@ -14,7 +14,9 @@
 #include "platform/Platform.h"
 #include "scenegraph/NodeStream.h"
 #include "scenegraph/io/SceneGraphReader.h"
+#include "scenegraph/io/SceneGraphWriter.h"
 #include "scenegraph/io/detail/SceneDirectory.h"
+#include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
 
@@ -22,6 +24,7 @@
 #include <list>
 #include <set>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 namespace tavosce
@@ -31,6 +34,8 @@ namespace
 {
 
 namespace key = sdb::detail::key;
+
+constexpr const char* SCENE = "scene.tsg";
 
 /// Receives the data of one file, and knows whose it is.
 class Owner : public tsg::NodeStream
@@ -103,35 +108,49 @@ private:
         _res.bytes += file.size();
         std::uint64_t position = 0, skipped = 0;
         std::string text;
-        for (TagScan scan = sdb::detail::scanTag(file.stream(), text, skipped);;
-             scan = sdb::detail::scanTag(file.stream(), text, skipped))
+        TagScan scan = sdb::detail::scanTag(file.stream(), text, skipped);
+        for (; scan == TagScan::Complete; scan = sdb::detail::scanTag(file.stream(), text, skipped))
         {
-            const std::uint64_t begin = position + skipped;
-            const Properties record(scan == TagScan::Complete ? text : std::string());
-            if (scan == TagScan::NoTag)
-            {
-                break;
-            }
-            if (scan != TagScan::Complete || record.empty())
-            {
-                add(FindingCode::SceneDamaged, begin, {}, "scene.tsg");
-            }
-            if (scan != TagScan::Complete)
-            {
-                return;
-            }
-            checkNode(record, begin);
-            position = begin + text.size();
+            checkBetween(position, skipped);
+            checkNode(Properties(text), position + skipped);
+            position += skipped + text.size();
+        }
+        checkBetween(position, skipped);
+        if (scan != TagScan::NoTag || _nodes.empty())
+        {
+            add(FindingCode::SceneDamaged, position + skipped, _nodes.empty() ? "there is no node" : "", SCENE);
+            return;
         }
         ++_res.readable;
+    }
+
+    /// Between records there is a line end, of one byte or two, and nothing else.
+    void checkBetween(std::uint64_t position, std::uint64_t bytes)
+    {
+        if (bytes > 2)
+        {
+            add(FindingCode::SceneOdd, position, counted(bytes, "byte") + " that belong to no record", SCENE);
+        }
     }
 
     void checkNode(const Properties& record, std::uint64_t begin)
     {
         const std::string& objectKey = record.getString(key::OBJECT_KEY);
-        if (!objectKey.empty() && !_nodes.insert(objectKey).second)
+        if (record.empty())
         {
-            add(FindingCode::NodeRepeated, begin, "two nodes " + shown(objectKey), "scene.tsg", objectKey);
+            add(FindingCode::SceneDamaged, begin, {}, SCENE);
+        }
+        else if (record.getString(key::DATA_FIELD) == sdb::detail::field::CLASS_VERSIONS)
+        {
+            return;
+        }
+        else if (objectKey.empty() || !record.hasName(key::PROPERTIES))
+        {
+            add(FindingCode::SceneOdd, begin, "a record of no known kind", SCENE);
+        }
+        else if (!_nodes.insert(objectKey).second)
+        {
+            add(FindingCode::NodeRepeated, begin, "two nodes " + shown(objectKey), SCENE, objectKey);
         }
     }
 
@@ -173,6 +192,7 @@ private:
                 return;
             }
             ++_res.readable;
+            checkHeader(file, name);
         }
         catch (const Failure& failure)
         {
@@ -183,6 +203,42 @@ private:
         {
             add(FindingCode::NodeMissing, 0, "data of " + shown(owner.owner) + ", which is not there", name,
                 owner.owner);
+        }
+    }
+
+    /// What the header of a data file says beside that which loading it proves.
+    void checkHeader(InputFile& file, const std::string& name)
+    {
+        file.stream().clear();
+        file.stream().seekg(0);
+        std::string text;
+        std::uint64_t skipped = 0;
+        (void)sdb::detail::scanTag(file.stream(), text, skipped); // it has been loaded, so it is there
+        const Properties header(text);
+        const std::string& objectKey = header.getString(key::OBJECT_KEY);
+        const int tag = header.getInt(key::TAG);
+        if (!_data.insert({objectKey, tag, header.getString(key::NAME)}).second)
+        {
+            add(FindingCode::FileRepeated, 0, {}, name, objectKey);
+        }
+        if (tag == TagPolyData)
+        {
+            return;
+        }
+        const std::int64_t values = header.getInt(key::SIZE);
+        const std::int64_t used =
+            std::int64_t{header.getInt(key::NUMBER_OF_COMPONENTS)} * header.getInt(key::NUMBER_OF_TUPLES);
+        const int width = tsg::detail::storedWidth(header.getInt(key::DATA_TYPE));
+        const std::uint64_t begin = skipped + text.size();
+        const std::uint64_t bytes = file.size() - begin;
+        const std::uint64_t wanted = static_cast<std::uint64_t>(values) * static_cast<std::uint64_t>(width);
+        // Behind the header is a line end of one byte, or of two.
+        if (used > values || bytes < wanted + 1 || bytes > wanted + 2)
+        {
+            add(FindingCode::FileSize, begin,
+                counted(bytes, "byte") + " for " + std::to_string(used) + " of " +
+                    counted(static_cast<std::uint64_t>(values), "value"),
+                name, objectKey);
         }
     }
 
@@ -199,6 +255,7 @@ private:
     CheckDepth _depth;
     const Progress& _progress;
     std::set<std::string> _nodes;
+    std::set<std::tuple<std::string, int, std::string>> _data; ///< owner, kind and name
     CheckedFile _res;
 };
 

@@ -149,6 +149,13 @@ void runVerify(const VerifyOptions& options, Console& console)
         catch (const Failure& failure)
         {
             console.report.error(failure);
+            if (json)
+            {
+                json->beginObject();
+                json->member("file", path);
+                json->member("failure", failure.what());
+                json->endObject();
+            }
         }
     }
     if (json)

@@ -4,6 +4,7 @@
 #include "support/ToolRun.h"
 
 #include <map>
+#include <set>
 
 namespace
 {
@@ -47,6 +48,20 @@ protected:
             }
         }
         return res;
+    }
+
+    /// How many records of a file can be loaded.
+    std::size_t recordsIn(const std::string& name) const
+    {
+        tsg::SDBReader reader;
+        reader.open(dir.file(name).wide);
+        const auto& records = reader.getRecords();
+        return static_cast<std::size_t>(std::count_if(records.begin(), records.end(),
+                                                      [&](const Properties& header)
+                                                      {
+                                                          RecordingStream stream;
+                                                          return reader.loadRecord(header, stream);
+                                                      }));
     }
 
     /// Three records, the second and third with data of the first, and pictures of the first and last.
@@ -170,6 +185,41 @@ TEST_F(RecoverTest, whatIsNotFollowedFromTheHeadersIsSetRight)
     EXPECT_EQ(run("recover @x.sce -o @out.sce").code, 1);
     EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
     EXPECT_EQ(recordsOf("out.sce"), recordsOf("x.sce"));
+}
+
+TEST_F(RecoverTest, whatIsSoundInTheCorpusComesBackAndIsClean)
+{
+    const LogCapture log;
+    std::size_t recovered = 0;
+    for (const std::string target : {"append", "index", "record"})
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(TAVO_CORPUS_DIR "/" + target))
+        {
+            SCOPED_TRACE(entry.path());
+            write("x.sce", bytesOf(entry.path().string()));
+            const ToolRun result = run("recover --force --json @x.sce -o @out.sce");
+            ASSERT_LE(result.code, 5);
+            std::set<std::string> unsound;
+            const auto checked = run("verify --json @x.sce").json();
+            if (result.code > 1)
+            {
+                continue;
+            }
+            for (const auto& finding : checked["files"][0]["findings"].GetArray())
+            {
+                if (finding["severity"] == "error" && finding["code"] != "item-hidden" && finding.HasMember("record"))
+                {
+                    unsound.insert(at(finding, "/record"));
+                }
+            }
+            const auto records = static_cast<std::size_t>(checked["files"][0]["records"].GetInt());
+            const std::size_t kept = recordsIn("out.sce");
+            EXPECT_EQ(kept, records - unsound.size());
+            EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
+            recovered += kept;
+        }
+    }
+    EXPECT_GE(recovered, 6U);
 }
 
 TEST_F(RecoverTest, failuresLeaveNothingBehind)

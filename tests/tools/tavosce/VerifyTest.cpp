@@ -157,6 +157,8 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         // blocks
         {aRecord(array("T", ABC, number("Tag", 8))), "block-kind"},
         {ContainerBytes(shares.str()).record("b", {{"U", "", payload, chars()}}).str(), "payload-shared"},
+        {ContainerBytes(shares.str()).record("b", {{"T", "", payload, chars(number("DataType", VTK_CHAR))}}).str(),
+         "payload-shared"},
         {aRecord(array("T", "\7abc")), "block-method"},
         {aRecord(array("T", ABC + "d")), "block-size"},
         {aRecord(array("T", aZlibBlock())), "block-longer"},
@@ -183,13 +185,25 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
     run("import -o @i.sce @a.vtp");
     run("export --scene-directory @i.sce -o @d");
     EXPECT_EQ(codesOfFile("d"), "");
-    write("d/tsg/lost.dataArray", R"({"ObjectKey":"N","Name":"x","DataType":3,"NumberOfComponents":1,)"
-                                  "\"NumberOfTuples\":2,\"Size\":2,\"Tag\":0}\nab");
+    const auto chars = [](const std::string& tuples)
+    {
+        return R"({"ObjectKey":"N","Name":"x","DataType":3,"NumberOfComponents":1,"NumberOfTuples":)" + tuples +
+               ",\"Size\":2,\"Tag\":0}\nab";
+    };
+    write("d/tsg/lost.dataArray", chars("2"));
+    write("d/tsg/lost2.dataArray", chars("2"));
+    write("d/tsg/lost3.dataArray", chars("3"));
+    write("d/tsg/lost4.dataArray", chars("2") + "cd");
     write("d/tsg/more.polyData", "{\"ObjectKey\":\"N\",\"Tag\":2}\nno polydata");
     std::filesystem::create_directory(path("d/tsg/folder"));
-    write("d/scene.tsg", bytes("d/scene.tsg") + R"({"ObjectKey":"SceneNode_1"})" + "\n{\"a\n");
-    EXPECT_EQ(codesOfFile("d"), "node-repeated scene-damaged file-irregular node-missing file-refused");
+    write("d/scene.tsg",
+          bytes("d/scene.tsg") + R"({"ObjectKey":"SceneNode_1","Properties":{}}junk{"x":1})" + "\n{\"a\n");
+    EXPECT_EQ(codesOfFile("d"),
+              "node-repeated scene-odd scene-odd scene-damaged file-irregular node-missing file-repeated node-missing "
+              "file-repeated file-size node-missing file-repeated file-size node-missing file-refused");
     EXPECT_THAT(run("verify --quick @d").out, Not(HasSubstr("file-refused")));
+    write("d/scene.tsg", "junk");
+    EXPECT_EQ(codesOfFile("d").substr(0, 23), "scene-odd scene-damaged");
 }
 
 TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)
@@ -220,7 +234,7 @@ TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)
     write("foreign.sce", "no scene database");
     EXPECT_EQ(run("verify @foreign.sce @note.sce").code, 4);
     EXPECT_EQ(run("verify @missing.sce").code, 3);
-    EXPECT_EQ(run("verify --json @missing.sce @note.sce").json()["files"].Size(), 1U);
+    EXPECT_EQ(run("verify --json @missing.sce @note.sce").json()["files"].Size(), 2U);
 }
 
 TEST_F(VerifyTest, theCatalogueListsEveryCode)

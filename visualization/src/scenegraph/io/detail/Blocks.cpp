@@ -268,9 +268,13 @@ detail::BlockFrame detail::readFrame(std::istream& in, std::uint64_t bytes)
         frame.stored = 1 + bytes;
     }
     char sizes[SIZES_BYTES];
-    if (frame.method == static_cast<int>(CompressionMethods::Zlib) && in.read(sizes, SIZES_BYTES))
+    if (frame.method == static_cast<int>(CompressionMethods::Zlib))
     {
         frame.known = true;
+        if (!in.read(sizes, SIZES_BYTES))
+        {
+            return frame;
+        }
         frame.uncompressed = littleEndian64(sizes);
         frame.stored = 1 + SIZES_BYTES + littleEndian64(sizes + 8);
     }

@@ -15,7 +15,7 @@ struct BlockFrame
     int method = -1;                ///< the first byte; -1 if there is none
     bool known = false;             ///< whether it is a CompressionMethods
     std::uint64_t uncompressed = 0; ///< bytes of the content
-    std::uint64_t stored = 0;       ///< bytes of the whole block, its first included
+    std::uint64_t stored = 0;       ///< bytes of the whole block, its first included; 0 if the frame is cut off
 };
 
 /// Reads the frame of a block whose content should have `bytes` bytes, which is all that tells them where nothing is
