@@ -1,9 +1,9 @@
 #include "CommandTable.h"
 
 #include "ComparedScenes.h"
+#include "DiffPrinter.h"
 #include "Difference.h"
 #include "Interrupt.h"
-#include "Json.h"
 #include "OutputFile.h"
 #include "RecordAddress.h"
 #include "RecordDifference.h"
@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,13 +36,6 @@ struct DiffOptions
     bool quiet = false;
 };
 
-/// Which record is compared with which; none for one that has no partner.
-struct RecordPair
-{
-    std::optional<std::size_t> first;
-    std::optional<std::size_t> second;
-};
-
 /// The sides of a comparison.
 struct Sides
 {
@@ -51,15 +43,6 @@ struct Sides
     std::unique_ptr<ComparedScenes> second;
     bool all = false; ///< whether all records are compared, and not one of each
     std::vector<RecordPair> pairs;
-};
-
-struct Totals
-{
-    std::uint64_t differences = 0;
-    std::uint64_t differing = 0; ///< pairs of records
-    std::uint64_t damaged = 0;   ///< pairs of records that were not compared, or not in full
-
-    bool areEqual() const { return differing + damaged == 0; }
 };
 
 /// The one record that an address stands for where the other side is one record.
@@ -94,116 +77,6 @@ Sides openSides(const DiffOptions& options, Report& report)
     return res;
 }
 
-/// Prints what is found, in the form that was asked for.
-class DiffPrinter
-{
-public:
-    /// `several`: whether lines say which record they are about.
-    DiffPrinter(const DiffOptions& options, bool several, std::ostream& out)
-        : _options(options)
-        , _several(several)
-        , _out(out)
-    {
-        if (options.json && !options.quiet)
-        {
-            _json = std::make_unique<Json>(out);
-            _json->member("a", options.first);
-            _json->member("b", options.second);
-            _json->beginArray("records");
-        }
-    }
-
-    void begin(const RecordPair& pair)
-    {
-        _pair = pair;
-        if (_json)
-        {
-            _json->beginObject();
-            writeIndex("a", pair.first);
-            writeIndex("b", pair.second);
-            _json->beginArray("differences");
-        }
-        else if (!pair.first || !pair.second)
-        {
-            printPrefix();
-            text() << (pair.first ? "only in the first\n" : "only in the second\n");
-        }
-    }
-
-    void add(const Difference& difference)
-    {
-        if (_json)
-        {
-            writeDifference(*_json, difference);
-        }
-        else
-        {
-            printPrefix();
-            printDifference(text(), difference);
-        }
-    }
-
-    void end(bool complete)
-    {
-        if (_json)
-        {
-            _json->endArray();
-            _json->member("complete", complete);
-            _json->endObject();
-        }
-    }
-
-    void finish(const Totals& totals, std::size_t pairs)
-    {
-        if (_json)
-        {
-            _json->endArray();
-            _json->member("equal", totals.areEqual());
-            _json->finish();
-            return;
-        }
-        text() << counted(pairs, "record") << " compared: ";
-        if (totals.differing == 0)
-        {
-            text() << "no differences";
-        }
-        else
-        {
-            text() << totals.differing << (totals.differing == 1 ? " differs, " : " differ, ")
-                   << counted(totals.differences, "difference");
-        }
-        if (totals.damaged > 0)
-        {
-            text() << "; " << totals.damaged << " damaged";
-        }
-        text() << '\n';
-    }
-
-private:
-    /// A stream without a buffer swallows what nobody wants to see.
-    std::ostream& text() { return _options.quiet ? _nowhere : _out; }
-
-    void printPrefix()
-    {
-        if (_several)
-        {
-            text() << "record " << _pair.first.value_or(_pair.second.value_or(0)) << ": ";
-        }
-    }
-
-    void writeIndex(const char* key, const std::optional<std::size_t>& index)
-    {
-        index ? _json->member(key, static_cast<std::uint64_t>(*index)) : _json->nullMember(key);
-    }
-
-    const DiffOptions& _options;
-    bool _several;
-    std::ostream& _out;
-    std::ostream _nowhere{nullptr};
-    std::unique_ptr<Json> _json; ///< null unless JSON is wanted
-    RecordPair _pair;
-};
-
 /// Gets a record to compare. None if it is too damaged, which has been reported.
 std::optional<ComparedRecord> recordOf(ComparedScenes& scenes, std::size_t index, Report& report)
 {
@@ -226,7 +99,7 @@ std::optional<ComparedRecord> recordOf(ComparedScenes& scenes, std::size_t index
 bool comparePair(Sides& sides, const RecordPair& pair, RecordComparison& comparison, Differences& differences,
                  const RecordComparison::Progress& progress, Report& report)
 {
-    if (!pair.first || !pair.second)
+    if (pair.isLonely())
     {
         return true;
     }
@@ -235,9 +108,9 @@ bool comparePair(Sides& sides, const RecordPair& pair, RecordComparison& compari
     return left && right && comparison.compare(*left, *right, differences, progress);
 }
 
-Totals compareAll(const DiffOptions& options, Sides& sides, bool sameFile, DiffPrinter& printer, Report& report)
+DiffTotals compareAll(const DiffOptions& options, Sides& sides, bool sameFile, DiffPrinter& printer, Report& report)
 {
-    Totals res;
+    DiffTotals res;
     RecordComparison comparison(options.tolerance, sameFile, report);
     for (std::size_t i = 0; i < sides.pairs.size() && !(options.quiet && res.differing > 0); ++i)
     {
@@ -247,13 +120,11 @@ Totals compareAll(const DiffOptions& options, Sides& sides, bool sameFile, DiffP
             report.progress().show("Comparing", static_cast<double>(i) + done, static_cast<double>(sides.pairs.size()));
         };
         Differences differences([&](const Difference& difference) { printer.add(difference); }, options.quiet);
-        printer.begin(pair);
+        printer.beginPair(pair);
         const bool complete = comparePair(sides, pair, comparison, differences, progress, report);
-        printer.end(complete);
-        const bool lonely = !pair.first || !pair.second;
-        res.differences += differences.count() + (lonely ? 1 : 0);
-        res.differing += differences.count() > 0 || lonely ? 1 : 0;
-        res.damaged += complete ? 0 : 1;
+        printer.endPair(complete);
+        res.differences += differences.count() + (pair.isLonely() ? 1 : 0);
+        res.differing += differences.count() > 0 || pair.isLonely() ? 1 : 0;
     }
     report.progress().clear();
     return res;
@@ -274,17 +145,20 @@ void runDiff(const DiffOptions& options, Console& console)
     Sides sides = openSides(options, console.report);
     const bool sameFile = sides.first->isDatabase() && sides.second->isDatabase() &&
                           isSameFile(parseAddress(options.first).file, parseAddress(options.second).file);
-    DiffPrinter printer(options, sides.pairs.size() > 1, console.out);
-    const Totals totals = compareAll(options, sides, sameFile, printer, console.report);
-    printer.finish(totals, sides.pairs.size());
-    if (totals.differing > 0)
-    {
-        console.report.raiseTo(Findings);
-    }
+    const DiffForm form = options.quiet ? DiffForm::Nothing : options.json ? DiffForm::Json : DiffForm::Text;
+    DiffPrinter printer(form, sides.pairs.size() > 1, console.out);
+    printer.beginAll(options.first, options.second);
+    DiffTotals totals = compareAll(options, sides, sameFile, printer, console.report);
     sides.first->finish(sides.all, console.report);
     if (!sameFile)
     {
         sides.second->finish(sides.all, console.report);
+    }
+    totals.complete = console.report.exitCode() != TooDamaged;
+    printer.endAll(totals, sides.pairs.size());
+    if (totals.differing > 0)
+    {
+        console.report.raiseTo(Findings);
     }
 }
 
