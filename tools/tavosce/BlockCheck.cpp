@@ -111,14 +111,14 @@ std::string kindName(int kind)
     return isKnown(kind) ? KINDS[kind] : "block of unknown kind " + std::to_string(kind);
 }
 
+std::string blockName(const StoredBlock& block)
+{
+    return kindName(block.kind()) + (block.isArray() ? ' ' + inQuotes(block.name()) : "");
+}
+
 std::string describeBlock(const StoredBlock& block)
 {
-    std::string res = kindName(block.kind());
-    if (block.isArray())
-    {
-        res += ' ' + inQuotes(block.name());
-    }
-    return res + " of " + shown(block.objectKey());
+    return blockName(block) + " of " + shown(block.objectKey());
 }
 
 std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)

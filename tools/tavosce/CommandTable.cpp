@@ -1,13 +1,17 @@
 #include "CommandTable.h"
 
 #include "Interrupt.h"
+#include "Suggestion.h"
 #include "Text.h"
 
 #include "core/Error.h"
 #include "core/TavoVersion.h"
 
 #include <algorithm>
+#include <cctype>
+#include <iterator>
 #include <new>
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -30,6 +34,10 @@ constexpr Command COMMANDS[] = {
     {"import", "Writes datasets into a scene database, each as one record", &declareImport},
     {"info", "Tells what a scene database holds", &declareInfo},
     {"export", "Writes the datasets and nodes of a scene database, or of one record, into a folder", &declareExport},
+    {"ls", "Lists the records of scene databases, a line each", &declareLs},
+    {"tree", "Shows the nodes of a record as a tree, with their properties and data", &declareTree},
+    {"cat", "Prints properties of a node, or the values of an array", &declareCat},
+    {"du", "Tells what the bytes of scene databases are used for", &declareDu},
     {"thumb", "Gets or adds the thumbnail of a record", &declareThumb},
     {"diff", "Compares records of scene databases, and scene directories", &declareDiff},
     {"recover", "Writes what is whole of a damaged scene database into a new one", &declareRecover},
@@ -57,6 +65,81 @@ Run parse(CLI::App& app, const std::vector<std::string>& arguments)
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend()); // the order that CLI11 wants
     app.parse(reversed);
     return chosen;
+}
+
+/// Whether a word asks for an option of a verb, or of the tool, that it does not have.
+bool isUnknownOption(const CLI::App& app, const std::string& word)
+{
+    const bool isLong = word.size() > 2 && word.compare(0, 2, "--") == 0;
+    const bool isShort = word.size() > 1 && word[0] == '-' && std::isalpha(static_cast<unsigned char>(word[1])) != 0;
+    const std::string name = isLong ? word.substr(0, word.find('=')) : word.substr(0, 2);
+    return (isLong || isShort) && app.get_option_no_throw(name) == nullptr;
+}
+
+/// The options of a verb, those in its groups included.
+std::vector<std::string> optionsOf(const CLI::App& app)
+{
+    std::vector<const CLI::App*> groups =
+        app.get_subcommands([](const CLI::App* each) { return each->get_name().empty(); });
+    groups.insert(groups.begin(), &app);
+    std::vector<std::string> res;
+    for (const CLI::App* const group : groups)
+    {
+        for (const CLI::Option* const option : group->get_options())
+        {
+            if (!option->get_positional())
+            {
+                res.push_back(option->get_lnames().empty() ? '-' + option->get_snames().front()
+                                                           : "--" + option->get_lnames().front());
+            }
+        }
+    }
+    return res;
+}
+
+Failure unknownOption(const CLI::App& app, const std::string& word)
+{
+    const std::string name = word.substr(0, word.find('='));
+    return {WrongUsage, "", "there is no option " + inQuotes(name),
+            suggestion(name, optionsOf(app), "the options are")};
+}
+
+/// What to say of arguments that were refused: the first verb or option in them that does not exist; none if all do.
+std::optional<Failure> misspelling(const CLI::App& app, const std::vector<std::string>& arguments)
+{
+    const CLI::App* asked = &app;
+    std::size_t options = 0; ///< where they begin
+    if (!arguments.empty() && arguments[0].compare(0, 1, "-") != 0)
+    {
+        const auto verbs = app.get_subcommands([&](const CLI::App* verb) { return verb->get_name() == arguments[0]; });
+        asked = verbs.empty() ? nullptr : verbs.front();
+        options = 1;
+    }
+    if (asked == nullptr)
+    {
+        std::vector<std::string> verbs;
+        std::transform(std::begin(COMMANDS), std::end(COMMANDS), std::back_inserter(verbs),
+                       [](const Command& command) { return command.name; });
+        return Failure(WrongUsage, "", "there is no verb " + inQuotes(arguments[0]),
+                       suggestion(arguments[0], verbs, "the verbs are"));
+    }
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    const auto found = std::find_if(arguments.begin() + static_cast<std::ptrdiff_t>(options), end,
+                                    [&](const std::string& word) { return isUnknownOption(*asked, word); });
+    return found == end ? std::nullopt : std::make_optional(unknownOption(*asked, *found));
+}
+
+/// Says why the arguments make no sense, or prints what they ask for: help or the version. The exit code.
+int answer(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments,
+           std::ostream& out, std::ostream& err)
+{
+    const std::optional<Failure> wrong = error.get_exit_code() == 0 ? std::nullopt : misspelling(app, arguments);
+    if (wrong)
+    {
+        Report(err, false).error(*wrong);
+        return WrongUsage;
+    }
+    return app.exit(error, out, err) == 0 ? Fine : WrongUsage;
 }
 
 /// Runs a verb and turns what it throws into messages.
@@ -106,7 +189,7 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
     }
     catch (const CLI::ParseError& error)
     {
-        return app.exit(error, out, err) == 0 ? Fine : WrongUsage;
+        return answer(app, error, arguments, out, err);
     }
     catch (const std::exception& error)
     {

@@ -1,11 +1,9 @@
 #include "ComparedScenes.h"
 
-#include "BlockCheck.h"
-#include "LibraryLog.h"
+#include "BlockLoad.h"
 #include "SceneDirectory.h"
 #include "SceneFile.h"
 #include "Text.h"
-#include "VtkMessages.h"
 
 #include "core/ClassVersions.h"
 #include "scenegraph/NodeStream.h"
@@ -45,7 +43,8 @@ public:
             header.getString(key::ROOT_NODE_KEY), std::move(contents.classVersions), std::move(contents.nodes), {}};
         for (StoredBlock& block : contents.blocks)
         {
-            res.blocks.push_back({block, payloadOf(block), [this, index, block] { return load(index, block); }});
+            res.blocks.push_back(
+                {block, payloadOf(block), [this, index, block] { return loadBlock(_file, index, block); }});
         }
         return res;
     }
@@ -72,26 +71,6 @@ private:
                 ofArray(key::DATA_TYPE),
                 ofArray(key::NUMBER_OF_COMPONENTS),
                 ofArray(key::NUMBER_OF_TUPLES)};
-    }
-
-    BlockData load(std::size_t record, const StoredBlock& block)
-    {
-        BlockData res;
-        std::string complaints;
-        if (gravest(framingFindings(_file.stream(), block, _file.size())) != Severity::Error)
-        {
-            VtkMessages vtk;
-            const LibraryLog log; // the findings say it
-            res = readBlockData(_file.stream(), block, _file.size());
-            complaints = joined(vtk.takeErrors());
-        }
-        if (res.isEmpty() || !complaints.empty())
-        {
-            const std::string fault = blockFault(_file.stream(), block, _file.size());
-            throw Failure(TooDamaged, _file.placeOf(record, block.tagPosition),
-                          describeBlock(block) + ": " + (fault.empty() ? shown(complaints) : fault));
-        }
-        return res;
     }
 
     SceneFile _file;

@@ -126,9 +126,7 @@ void printBlock(std::ostream& out, const StoredBlock& block)
     out << "    " << describeBlock(block);
     if (block.isArray())
     {
-        const int type = block.tag.getInt(key::DATA_TYPE);
-        out << ", " << block.tag.getInt(key::NUMBER_OF_TUPLES) << " x " << block.tag.getInt(key::NUMBER_OF_COMPONENTS)
-            << ' ' << typeName(type);
+        out << ", " << shapeOf(block);
     }
     out << ": " << counted(block.length, "byte") << " at " << hexadecimal(block.filePos)
         << (block.shared ? ", shared\n" : "\n");

@@ -1,6 +1,7 @@
 #include "InputFile.h"
 
 #include "Failure.h"
+#include "Suggestion.h"
 #include "Text.h"
 
 #include "platform/FileStreams.h"
@@ -18,7 +19,9 @@ InputFile::InputFile(const std::string& path)
     _stream = OS::openForReading(OS::toWide(path));
     if (!_stream->is_open())
     {
-        throw Failure(CannotOpen, shown(path), "cannot open: " + systemReason());
+        const bool isMissing = errno == ENOENT;
+        const std::string reason = "cannot open: " + systemReason(); // before anything else sets errno
+        throw Failure(CannotOpen, shown(path), reason, isMissing ? fileSuggestion(path) : "");
     }
     _size = sdb::detail::streamSize(*_stream);
 }

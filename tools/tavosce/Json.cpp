@@ -12,6 +12,17 @@
 namespace tavosce
 {
 
+namespace
+{
+
+/// Whether JSON has the number.
+bool isNumber(const std::string& text)
+{
+    return text.find_first_of("0123456789") != std::string::npos;
+}
+
+} // namespace
+
 struct Json::Writer
 {
     explicit Writer(std::ostream& out)
@@ -72,10 +83,27 @@ void Json::member(const char* key, const Properties& value)
     write(value);
 }
 
+void Json::element(const std::string& value)
+{
+    write(value);
+}
+
+void Json::tuple(const std::vector<std::string>& numbers)
+{
+    std::string text;
+    for (const std::string& number : numbers)
+    {
+        text += text.empty() ? "[" : ", ";
+        text += isNumber(number) ? number : '"' + number + '"';
+    }
+    text += text.empty() ? "[]" : "]";
+    _writer->writer.RawValue(text.data(), text.size(), rapidjson::kArrayType);
+}
+
 void Json::number(const char* key, const std::string& text)
 {
     _writer->writer.Key(key);
-    if (text.find_first_of("0123456789") == std::string::npos)
+    if (!isNumber(text))
     {
         _writer->string(text);
         return;

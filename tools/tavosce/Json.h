@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tavosce
 {
@@ -31,6 +32,11 @@ public:
     /// A number as text; what JSON has no number for, infinities and what is no number, becomes a string.
     void number(const char* key, const std::string& text);
     void nullMember(const char* key);
+
+    // Elements of the array that is open.
+    void element(const std::string& value);
+    /// Numbers as text, see above: an array of its own, on one line.
+    void tuple(const std::vector<std::string>& numbers);
 
     void beginArray(const char* key);
     void endArray();

@@ -36,7 +36,9 @@ std::size_t placeOf(const RecordAddress& address, std::size_t count)
     {
         throw Failure(WrongUsage, shown(address.file),
                       "no record " + std::to_string(index) + ": the file has " + counted(count, "record"),
-                      "`tavosce info` lists them");
+                      records == 0 ? ""
+                                   : "the nearest is " + shown(address.file) + ':' +
+                                         std::to_string(index < 0 ? 0 : records - 1) + "; `tavosce ls` lists them");
     }
     return static_cast<std::size_t>(index < 0 ? index + records : index);
 }

@@ -15,31 +15,6 @@ namespace
 
 namespace key = sdb::detail::key;
 
-void writeBlock(Json& json, const StoredBlock& block)
-{
-    json.beginObject();
-    json.member("objectKey", block.objectKey());
-    json.member("tag", block.kind());
-    if (block.isArray())
-    {
-        json.member("name", block.name());
-        json.member("dataType", block.tag.getInt(key::DATA_TYPE));
-        json.member("components", block.tag.getInt(key::NUMBER_OF_COMPONENTS));
-        json.member("tuples", block.tag.getInt(key::NUMBER_OF_TUPLES));
-    }
-    else
-    {
-        for (const char* const member : {"name", "dataType", "components", "tuples"})
-        {
-            json.nullMember(member);
-        }
-    }
-    json.member("filePos", block.filePos);
-    json.member("length", block.length);
-    json.member("shared", block.shared);
-    json.endObject();
-}
-
 } // namespace
 
 void writeRecordHeader(Json& json, std::size_t index, const Properties& header)
@@ -68,6 +43,31 @@ void writeNode(Json& json, const StoredNode& node, const std::string& file)
     json.endObject();
 }
 
+void writeBlock(Json& json, const StoredBlock& block)
+{
+    json.beginObject();
+    json.member("objectKey", block.objectKey());
+    json.member("tag", block.kind());
+    if (block.isArray())
+    {
+        json.member("name", block.name());
+        json.member("dataType", block.tag.getInt(key::DATA_TYPE));
+        json.member("components", block.tag.getInt(key::NUMBER_OF_COMPONENTS));
+        json.member("tuples", block.tag.getInt(key::NUMBER_OF_TUPLES));
+    }
+    else
+    {
+        for (const char* const member : {"name", "dataType", "components", "tuples"})
+        {
+            json.nullMember(member);
+        }
+    }
+    json.member("filePos", block.filePos);
+    json.member("length", block.length);
+    json.member("shared", block.shared);
+    json.endObject();
+}
+
 void writeNodes(Json& json, const RecordContents& contents)
 {
     json.beginArray("nodes");
@@ -91,6 +91,13 @@ void writeBlocks(Json& json, const RecordContents& contents)
 std::string typeName(int vtkType)
 {
     return tsg::detail::isStorable(vtkType) ? vtkImageScalarTypeNameMacro(vtkType) : "type " + std::to_string(vtkType);
+}
+
+std::string shapeOf(const StoredBlock& array)
+{
+    return std::to_string(array.tag.getInt(key::NUMBER_OF_TUPLES)) + " x " +
+           std::to_string(array.tag.getInt(key::NUMBER_OF_COMPONENTS)) + ' ' +
+           typeName(array.tag.getInt(key::DATA_TYPE));
 }
 
 } // namespace tavosce

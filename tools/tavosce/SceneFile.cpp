@@ -1,5 +1,6 @@
 #include "SceneFile.h"
 
+#include "Interrupt.h"
 #include "LibraryLog.h"
 #include "Text.h"
 
@@ -124,6 +125,24 @@ std::string SceneFile::placeOf(std::size_t record, std::uint64_t position) const
 {
     return shown(_path) + ": record " + std::to_string(record) + ' ' +
            inQuotes(_records[record].getString(key::TITLE)) + " (byte " + hexadecimal(position) + ')';
+}
+
+void visitFiles(const std::vector<std::string>& paths, Report& report, const std::function<void(SceneFile&)>& visit)
+{
+    for (const std::string& path : paths)
+    {
+        throwIfInterrupted();
+        try
+        {
+            SceneFile file(path);
+            visit(file);
+            file.reportEnd(report);
+        }
+        catch (const Failure& failure)
+        {
+            report.error(failure);
+        }
+    }
 }
 
 } // namespace tavosce

@@ -7,6 +7,7 @@
 #include "scenegraph/io/detail/Index.h"
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -67,5 +68,9 @@ private:
     std::map<int, std::size_t> _newestThumbnails; ///< by record: the place in the list
     sdb::detail::WalkResult _walk;
 };
+
+/// Opens scene databases one after another. One that cannot be opened is an error, and the others are visited all the
+/// same.
+void visitFiles(const std::vector<std::string>& paths, Report& report, const std::function<void(SceneFile&)>& visit);
 
 } // namespace tavosce

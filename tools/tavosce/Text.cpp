@@ -167,6 +167,11 @@ std::string counted(std::uint64_t number, const std::string& noun)
     return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
 }
 
+std::string padded(const std::string& text, std::size_t width)
+{
+    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
 std::string fileNameOf(const std::string& objectKey)
 {
     return marked(objectKey, [](std::uint32_t codePoint) { return codePoint == '/' || isControl(codePoint); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -23,6 +24,9 @@ std::string hexadecimal(std::uint64_t value);
 
 /// "1 record", "2 records".
 std::string counted(std::uint64_t number, const std::string& noun);
+
+/// A text behind as many blanks as make it `width` bytes long.
+std::string padded(const std::string& text, std::size_t width);
 
 /// A file name made of an object key. "/", control bytes and bytes that are no UTF-8 become %XX, and so does a "%" that
 /// could be taken for the beginning of such a mark, so that different keys have different names.
