@@ -56,6 +56,7 @@ int main(int argc, char** argv)
         {"add_late_record", FLAT},
         {"write_text", 2.00},
         {"read_text", 2.00},
+        {"diff", 1.25},
     });
     // Large buffers that are freed go back to the system, and getting them again costs a page fault for each page,
     // which would charge whoever holds more of them at once. Keeping memory makes both sides work in pages they already

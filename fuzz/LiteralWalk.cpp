@@ -94,7 +94,7 @@ private:
     }
 
     std::istream& _in;
-    int _left = 10000;
+    int _left = 2000;
     WalkEvents _events;
 };
 

@@ -38,6 +38,7 @@ void limitSize(long long bytes)
     }
     limitSize(options.sizeLimit);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
     {
         arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -71,7 +72,7 @@ Child::~Child()
     close(_output);
 }
 
-void Child::kill()
+void Child::kill() const
 {
     if (!_waited)
     {

@@ -26,7 +26,7 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    void kill();
+    void kill() const;
 
     /// Whether it is still running.
     bool isRunning();

@@ -34,13 +34,13 @@ int main(int count, char** arguments)
     const bool quick = count == 2 && std::strcmp(arguments[1], "--quick") == 0;
     if (count > 2 || (count == 2 && !quick))
     {
-        std::fprintf(stderr, "usage: %s [--quick]\n", arguments[0]);
+        (void)std::fprintf(stderr, "usage: %s [--quick]\n", arguments[0]);
         return 2;
     }
     Logger::getSingleton().setSink([](const std::string&) {});
     vtkLogger::SetStderrVerbosity(vtkLogger::VERBOSITY_OFF);
     bool isAllPassed = true;
-    std::printf("%-14s %-34s %8s %8s %8s\n", "driver", "what", "cases", "passed", "seconds");
+    (void)std::printf("%-14s %-34s %8s %8s %8s\n", "driver", "what", "cases", "passed", "seconds");
     for (const Driver& driver : DRIVERS)
     {
         reliability::Tally tally(driver.name);

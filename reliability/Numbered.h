@@ -29,8 +29,9 @@ public:
         if (isAdded && number % 3 == 2)
         {
             tsg::Bitmap<3> picture;
-            picture.resize(4, 3);
-            std::fill_n(picture.getData(), picture.getSize(), static_cast<unsigned char>(number));
+            picture.resize(60, 50);
+            // Of braces, so that wherever a torn tag seems to end there is something like another one.
+            std::fill_n(picture.getData(), picture.getSize(), static_cast<unsigned char>('{'));
             isAdded = writer.addThumbnail(index, picture) == tsg::io::FileIoStatus::Success;
         }
         return isAdded && !writer.hasFailed();

@@ -13,7 +13,7 @@ int main(int count, char** arguments)
 {
     if (count != 5)
     {
-        std::fprintf(stderr, "usage: %s create|append FILE FIRST COUNT\n", arguments[0]);
+        (void)std::fprintf(stderr, "usage: %s create|append FILE FIRST COUNT\n", arguments[0]);
         return 2;
     }
     const std::string path = arguments[2];
@@ -31,8 +31,8 @@ int main(int count, char** arguments)
         {
             return 1;
         }
-        std::printf("%d\n", number);
-        std::fflush(stdout);
+        (void)std::printf("%d\n", number);
+        (void)std::fflush(stdout);
     }
     return 0;
 }

@@ -32,7 +32,7 @@ void Tally::count(const std::string& name, const std::function<void()>& check)
     {
         if (_cases - _passed <= MOST_DESCRIBED)
         {
-            std::fprintf(stderr, "%s, %s, %s: %s\n", _driver.c_str(), _what.c_str(), name.c_str(), error.what());
+            (void)std::fprintf(stderr, "%s, %s, %s: %s\n", _driver.c_str(), _what.c_str(), name.c_str(), error.what());
         }
     }
 }
@@ -44,8 +44,8 @@ void Tally::finish()
         return;
     }
     const std::chrono::duration<double> time = Clock::now() - _begin;
-    std::printf("%-14s %-34s %8d %8d %8.1f\n", _driver.c_str(), _what.c_str(), _cases, _passed, time.count());
-    std::fflush(stdout);
+    (void)std::printf("%-14s %-34s %8d %8d %8.1f\n", _driver.c_str(), _what.c_str(), _cases, _passed, time.count());
+    (void)std::fflush(stdout);
     _isAllPassed = _isAllPassed && _cases == _passed && _cases > 0;
     _what.clear();
     _cases = _passed = 0;

@@ -43,7 +43,8 @@ const std::vector<Workload>& workloads()
     static const std::vector<Workload> ALL = {
         {"import, new file",
          {TAVOSCE, "import", SESSION, "-o", "@target.sce", "@a.vtp", "@b.vtp", "@a.vtp"},
-         Promise::AllOrNothing},
+         Promise::AllOrNothing,
+         true},
         {"import --force",
          {TAVOSCE, "import", SESSION, "--force", "-o", "@target.sce", "@a.vtp", "@b.vtp"},
          Promise::AllOrNothing},
@@ -52,6 +53,7 @@ const std::vector<Workload>& workloads()
          Promise::Grows},
         {"thumb --set", {TAVOSCE, "thumb", "@target.sce:1", "--set", "@picture.png"}, Promise::Grows},
         {"recover --force", {TAVOSCE, "recover", "--force", "@old.sce", "-o", "@target.sce"}, Promise::AllOrNothing},
+        {"library, new file", {SCENE_WRITER, "append", "@target.sce", "0", "3"}, Promise::Grows, true},
         {"library, append", {SCENE_WRITER, "append", "@target.sce", "3", "4"}, Promise::Grows},
         {"library, replace", {SCENE_WRITER, "create", "@target.sce", "7", "4"}, Promise::Replaces},
     };
@@ -83,8 +85,7 @@ const std::string& Prepared::freshFolder()
     {
         fs::copy_file(_other.path() + '/' + name, _folder.path() + '/' + name);
     }
-    const bool isNew = _workload.name == std::string("import, new file");
-    if (!isNew)
+    if (!_workload.isNew)
     {
         fs::copy_file(_other.path() + "/target.sce", target());
         fs::copy_file(_other.path() + "/target.sce", _folder.path() + "/old.sce");
@@ -114,7 +115,7 @@ void Prepared::check() const
     const bool isPart = found && isBeginning(*found, *_after);
     const bool isGrown = isPart && isBeginning(_before.value_or(SceneState()), *found);
     const bool isKept = _workload.promise == Promise::AllOrNothing ? isBefore || found == _after
-                        : _workload.promise == Promise::Grows      ? isGrown
+                        : _workload.promise == Promise::Grows      ? isBefore || isGrown
                                                                    : isBefore || isNothing || isPart;
     if (!isKept)
     {

@@ -24,6 +24,7 @@ struct Workload
     const char* name;
     std::vector<std::string> command; ///< "@" stands for the folder and a slash
     Promise promise;
+    bool isNew = false; ///< whether there is no file yet
 };
 
 const std::vector<Workload>& workloads();

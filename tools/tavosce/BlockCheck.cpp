@@ -1,24 +1,19 @@
 #include "BlockCheck.h"
 
+#include "BlockData.h"
 #include "LibraryLog.h"
 #include "Text.h"
 #include "VtkMessages.h"
 
 #include "scenegraph/io/SDB.h"
-#include "scenegraph/io/SDBPolyDataReader.h"
 #include "scenegraph/io/detail/Blocks.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Limits.h"
-#include "scenegraph/io/detail/MemoryBudget.h"
-#include "scenegraph/io/detail/MemoryStream.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <istream>
-
-#include <vtkNew.h>
-#include <vtkPolyData.h>
 
 namespace tavosce
 {
@@ -83,13 +78,8 @@ std::vector<Finding> sizeFindings(std::istream& in, const StoredBlock& block)
 
 std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
-    sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(fileSize));
-    in.clear();
-    sdb::detail::seekTo(in, block.filePos);
-    const auto fill = [&](char* data, std::uint64_t bytes) { return sdb::detail::readBlock(in, data, bytes, budget); };
     const LibraryLog log;
-    if (tsg::detail::makeStoredArray(block.tag.getInt(key::DATA_TYPE), block.tag.getInt(key::NUMBER_OF_COMPONENTS),
-                                     valuesOf(block), budget, fill) != nullptr)
+    if (!readBlockData(in, block, fileSize).isEmpty())
     {
         return {};
     }
@@ -99,22 +89,9 @@ std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, s
 
 std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
-    sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(fileSize));
-    std::string bytes(block.length, '\0');
-    in.clear();
-    sdb::detail::seekTo(in, block.filePos);
-    if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-    {
-        return {about(block, FindingCode::DatasetDamaged)};
-    }
-    sdb::detail::MemoryStream memory(bytes.data(), bytes.size());
     VtkMessages vtk;
     LibraryLog log;
-    const vtkNew<tsg::SDBPolyDataReader> reader;
-    reader->SetIStream(&memory);
-    reader->SetMemoryBudget(&budget);
-    reader->Update();
-    const bool isEmpty = reader->GetOutput() == nullptr || reader->GetOutput()->GetPoints() == nullptr;
+    const bool isEmpty = readBlockData(in, block, fileSize).isEmpty();
     std::vector<std::string> words = vtk.takeErrors();
     for (const auto& more : {vtk.takeWarnings(), log.take()})
     {
@@ -129,10 +106,14 @@ std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block,
 
 } // namespace
 
+std::string kindName(int kind)
+{
+    return isKnown(kind) ? KINDS[kind] : "block of unknown kind " + std::to_string(kind);
+}
+
 std::string describeBlock(const StoredBlock& block)
 {
-    const int kind = block.kind();
-    std::string res = isKnown(kind) ? KINDS[kind] : "block of unknown kind " + std::to_string(kind);
+    std::string res = kindName(block.kind());
     if (block.isArray())
     {
         res += ' ' + inQuotes(block.name());

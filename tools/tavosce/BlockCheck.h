@@ -11,6 +11,9 @@
 namespace tavosce
 {
 
+/// What a block of a kind is called: "point array".
+std::string kindName(int kind);
+
 /// What a block is, for messages: "polydata of KEY", "point array "T" of KEY".
 std::string describeBlock(const StoredBlock& block);
 

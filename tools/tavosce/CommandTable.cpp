@@ -31,15 +31,15 @@ constexpr Command COMMANDS[] = {
     {"info", "Tells what a scene database holds", &declareInfo},
     {"export", "Writes the datasets and nodes of a scene database, or of one record, into a folder", &declareExport},
     {"thumb", "Gets or adds the thumbnail of a record", &declareThumb},
+    {"diff", "Compares records of scene databases, and scene directories", &declareDiff},
     {"recover", "Writes what is whole of a damaged scene database into a new one", &declareRecover},
     {"verify", "Checks scene databases and scene directories from the first byte to the last", &declareVerify},
 };
 
 constexpr const char* FOOTER =
-    "Exit codes: 0 fine, 1 done with warnings or errors, 2 wrong usage, 3 cannot open, 4 no scene database or too "
-    "new,\n"
-    "5 too damaged, 6 cannot write, 7 the input holds what the format cannot store, 130 interrupted; of several the\n"
-    "highest.";
+    "Exit codes: 0 fine, 1 done with warnings, errors or differences, 2 wrong usage, 3 cannot open, 4 no scene\n"
+    "database or too new, 5 too damaged, 6 cannot write, 7 the input holds what the format cannot store,\n"
+    "130 interrupted; of several the highest.";
 
 /// Throws what CLI11 throws for arguments that make no sense, and for --help and --version.
 Run parse(CLI::App& app, const std::vector<std::string>& arguments)

@@ -28,6 +28,7 @@ Run declareInfo(CLI::App& app);
 Run declareExport(CLI::App& app);
 Run declareRecover(CLI::App& app);
 Run declareThumb(CLI::App& app);
+Run declareDiff(CLI::App& app);
 Run declareVerify(CLI::App& app);
 
 } // namespace tavosce

@@ -49,7 +49,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::SceneDamaged, "scene-damaged", Severity::Error, "the scene file, or a record of it, cannot be read"},
     {Code::SceneOdd, "scene-odd", Severity::Warning, "no record of a scene file"},
     {Code::FileRefused, "file-refused", Severity::Error, "the data file cannot be loaded"},
-    {Code::FileShort, "file-short", Severity::Error, "the file does not hold the values of which its header tells"},
+    {Code::FileSize, "file-size", Severity::Error, "the file does not hold the values of which its header tells"},
     {Code::FileRepeated, "file-repeated", Severity::Warning, "the same data as that of another file"},
     {Code::FileIrregular, "file-irregular", Severity::Warning, "something in the data folder that is no regular file"},
 };

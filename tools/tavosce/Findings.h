@@ -58,7 +58,7 @@ enum class FindingCode
     SceneDamaged,
     SceneOdd,
     FileRefused,
-    FileShort,
+    FileSize,
     FileRepeated,
     FileIrregular
 };

@@ -72,6 +72,17 @@ void Json::member(const char* key, const Properties& value)
     write(value);
 }
 
+void Json::number(const char* key, const std::string& text)
+{
+    _writer->writer.Key(key);
+    if (text.find_first_of("0123456789") == std::string::npos)
+    {
+        _writer->string(text);
+        return;
+    }
+    _writer->writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
+}
+
 void Json::nullMember(const char* key)
 {
     _writer->writer.Key(key);

@@ -28,6 +28,8 @@ public:
     void member(const char* key, int value);
     void member(const char* key, std::uint64_t value);
     void member(const char* key, const Properties& value);
+    /// A number as text; what JSON has no number for, infinities and what is no number, becomes a string.
+    void number(const char* key, const std::string& text);
     void nullMember(const char* key);
 
     void beginArray(const char* key);

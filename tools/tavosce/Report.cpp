@@ -28,6 +28,7 @@ void Report::error(const std::string& place, const std::string& text, ExitCode c
 
 void Report::warning(const std::string& place, const std::string& text)
 {
+    ++_warnings;
     print(place, "warning: ", text);
     raiseTo(Findings);
 }

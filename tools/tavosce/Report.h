@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "ProgressBar.h"
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 
@@ -29,6 +30,9 @@ public:
 
     ExitCode exitCode() const { return _exitCode; }
 
+    /// How many warnings there were.
+    std::size_t warnings() const { return _warnings; }
+
     ProgressBar& progress() { return _progress; }
 
 private:
@@ -37,6 +41,7 @@ private:
     std::ostream& _err;
     ProgressBar _progress;
     ExitCode _exitCode = Fine;
+    std::size_t _warnings = 0;
 };
 
 /// The streams of one run.

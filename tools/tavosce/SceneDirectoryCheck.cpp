@@ -235,7 +235,7 @@ private:
         // Behind the header is a line end of one byte, or of two.
         if (used > values || bytes < wanted + 1 || bytes > wanted + 2)
         {
-            add(FindingCode::FileShort, begin,
+            add(FindingCode::FileSize, begin,
                 counted(bytes, "byte") + " for " + std::to_string(used) + " of " +
                     counted(static_cast<std::uint64_t>(values), "value"),
                 name, objectKey);

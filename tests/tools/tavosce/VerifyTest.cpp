@@ -200,7 +200,7 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
           bytes("d/scene.tsg") + R"({"ObjectKey":"SceneNode_1","Properties":{}}junk{"x":1})" + "\n{\"a\n");
     EXPECT_EQ(codesOfFile("d"),
               "node-repeated scene-odd scene-odd scene-damaged file-irregular node-missing file-repeated node-missing "
-              "file-repeated file-short node-missing file-repeated node-missing file-refused");
+              "file-repeated file-size node-missing file-repeated file-size node-missing file-refused");
     EXPECT_THAT(run("verify --quick @d").out, Not(HasSubstr("file-refused")));
     write("d/scene.tsg", "junk");
     EXPECT_EQ(codesOfFile("d").substr(0, 23), "scene-odd scene-damaged");

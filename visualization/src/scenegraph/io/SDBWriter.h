@@ -119,6 +119,8 @@ private:
     const Properties* findReusableBlock(unsigned int checksum, const std::string& objectKey, const std::string& name,
                                         sdb::SDBTags kind, unsigned long long stamp);
     void collectDataArrays();
+    void prepareHeader(Properties header, unsigned long long recordPos, unsigned long long headerEnd,
+                       unsigned long long length, unsigned long long binaryData);
     void writePropertyTags();
     void writeBinaryData();
     void writePolyDataBlock(vtkPolyData& polys);

@@ -175,7 +175,8 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     const auto writeRecordHeader =
         [=, rootNodeKey = root.getObjectKey()](unsigned long long length, unsigned long long binaryPos)
     { return writeHeader(rootNodeKey, title, description, sessionId, recordPos, length, binaryPos); };
-    writeRecordHeader(0, 0);
+    const Properties unfinished = writeRecordHeader(0, 0);
+    const unsigned long long headerEnd = asNumber(_fileStream ? _fileStream->tellp() : std::streampos(0));
     writeClassVersions();
     writePropertyTags();
     const unsigned long long binaryPos = asNumber(getStreamPosition());
@@ -185,6 +186,7 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     {
         return io::FileIoStatus::Success;
     }
+    prepareHeader(unfinished, recordPos, headerEnd, asNumber(end) - recordPos, binaryPos);
     // From here on the record is found: the header's length is what says that it is finished.
     moveFileStreamTo(static_cast<std::streamoff>(recordPos));
     const Properties header = writeRecordHeader(asNumber(end) - recordPos, binaryPos);
@@ -197,6 +199,19 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
         recordIndex = static_cast<int>(_index->records().size()) - 1;
     }
     return io::FileIoStatus::Success;
+}
+
+/// Gives the header everything but the byte that says that the record is finished. A header that a derived writer has
+/// made in another way is left as it is.
+void SDBWriter::prepareHeader(Properties header, unsigned long long recordPos, unsigned long long headerEnd,
+                              unsigned long long length, unsigned long long binaryData)
+{
+    header.set(key::LENGTH, sdb::detail::beyondAnyFile(length), Properties::Overwrite);
+    header.set(key::BINARY_DATA, hexPosition(binaryData), Properties::Overwrite);
+    if (sdb::detail::tagText(header).size() == headerEnd - recordPos)
+    {
+        sdb::detail::rewriteTag(*_fileStream, recordPos, headerEnd - recordPos, header);
+    }
 }
 
 Properties SDBWriter::writeHeader(const std::string& rootNodeKey, const std::string& title,
@@ -304,7 +319,7 @@ void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
     tag.set(key::HEIGHT, bitmap.getHeight());
     sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
     _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()), static_cast<std::streamsize>(bitmap.getSize()));
-    pending.commit();
+    pending.commitItem();
 }
 
 } // namespace tsg

@@ -135,6 +135,62 @@ TEST_F(WriterCrashTest, aKilledProcessLosesNoAcknowledgedRecord)
     EXPECT_EQ(records().size(), 2U);
 }
 
+/// A writer that remembers what the file holds after each of its steps.
+class WatchedWriter : public SDBWriter
+{
+public:
+    explicit WatchedWriter(std::string path)
+        : _path(std::move(path))
+    {
+    }
+
+    std::vector<std::string> states;
+
+protected:
+    void moveFileStreamTo(std::streampos position) override
+    {
+        SDBWriter::moveFileStreamTo(position);
+        states.push_back(bytesOf(_path));
+    }
+
+    void flushFileStream() override
+    {
+        SDBWriter::flushFileStream();
+        states.push_back(bytesOf(_path));
+    }
+
+private:
+    std::string _path;
+};
+
+TEST_F(WriterCrashTest, aHeaderThatIsTornWhileItIsRewrittenFinishesNoRecord)
+{
+    Scene scene;
+    scene.with(
+        arrayOf(VTK_UNSIGNED_CHAR, "braces", 1, std::vector<double>(7000, '{'))); // whatever is cut, a brace follows
+    writer.close();
+    WatchedWriter watched(file.narrow);
+    ASSERT_EQ(watched.open(path, true, false), FileIoStatus::Success);
+    add(watched, scene);
+    watched.close();
+    std::size_t torn = 0;
+    for (std::size_t i = 1; i < watched.states.size(); ++i)
+    {
+        const std::string before = watched.states[i - 1], after = watched.states[i];
+        for (std::size_t at = 0; before.size() == after.size() && at < after.size(); ++at)
+        {
+            if (before[at] != after[at])
+            {
+                replaceBytes(after.substr(0, at + 1) + before.substr(at + 1));
+                ASSERT_EQ(records().size(), bytes() == watched.states.back() ? 1U : 0U) << "byte " << at;
+                ASSERT_EQ(SDBWriter().open(path, true, false), FileIoStatus::Success) << "byte " << at;
+                ++torn;
+            }
+        }
+    }
+    EXPECT_GT(torn, 5U);
+}
+
 TEST_F(WriterCrashTest, readersMayComeAtAnyMoment)
 {
     Scene scene;

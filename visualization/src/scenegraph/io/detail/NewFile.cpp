@@ -29,22 +29,25 @@ bool giveUp(const std::wstring& path)
     return false;
 }
 
+/// Creates a file that must not exist yet, with a file header.
+bool createHeaded(const std::wstring& path)
+{
+    return Platform::filesystem().createExclusive(path) == 0 && (writeHeaderTo(path) || giveUp(path));
+}
+
 } // namespace
 
 bool createNewFile(const std::wstring& path)
 {
-    if (Platform::filesystem().createExclusive(path) != 0)
-    {
-        return false;
-    }
-    return writeHeaderTo(path) || giveUp(path);
+    const std::wstring newFile = Platform::filesystem().getTemporaryPath(path);
+    return createHeaded(newFile) && (Platform::filesystem().renameFile(newFile, path) == 0 || giveUp(newFile));
 }
 
 bool replaceByNewFile(const std::wstring& path)
 {
     OS::FileSystem& files = Platform::filesystem();
     const std::wstring newFile = files.getTemporaryPath(path);
-    if (!createNewFile(newFile))
+    if (!createHeaded(newFile))
     {
         return false;
     }

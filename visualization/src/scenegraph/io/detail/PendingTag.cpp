@@ -47,6 +47,13 @@ void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length,
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+std::string beyondAnyFile(std::uint64_t position)
+{
+    std::string digits = hexPosition(position);
+    digits.front() = 'f';
+    return digits;
+}
+
 PendingTag::PendingTag(std::ostream& out, Properties tag)
     : _out(out)
     , _tag(std::move(tag))
@@ -72,6 +79,20 @@ const Properties& PendingTag::commit()
     _out.seekp(static_cast<std::streamoff>(end));
     _tag = std::move(committed);
     return _tag;
+}
+
+const Properties& PendingTag::commitItem()
+{
+    const std::uint64_t end = writePosition(_out);
+    if (!_out.fail())
+    {
+        Properties unfinished = _tag;
+        setPositions(unfinished, _payloadPos, end - _payloadPos);
+        unfinished.set(key::FILE_POS, beyondAnyFile(_payloadPos), Properties::Overwrite);
+        rewriteTag(_out, _tagPos, _length, unfinished);
+        _out.seekp(static_cast<std::streamoff>(end));
+    }
+    return commit();
 }
 
 } // namespace sdb::detail

@@ -16,6 +16,11 @@ std::string tagText(const Properties& tag);
 /// InternalError, and writes nothing, if the new text has another length.
 void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length, const Properties& tag);
 
+/// A position or length in digits that reach beyond any file: an item whose tag has it is not finished. Written first,
+/// it leaves a single byte for the rewrite that finishes the item, the first digit, which is 0 in every file; and no
+/// crash can tear a byte.
+std::string beyondAnyFile(std::uint64_t position);
+
 /// A tag written with zero positions and rewritten in place once the payload behind it is known. If it is not
 /// committed, the zeros stay in the file: such an item was never finished.
 class PendingTag
@@ -29,6 +34,10 @@ public:
     /// Takes everything written since as the payload, rewrites the tag and returns the stream to the payload's end. The
     /// tag as it now stands in the file; on a stream in fail or bad state nothing is written and the zeros stay.
     const Properties& commit();
+
+    /// The same for a tag of the top level, which a crash must not leave half rewritten: it says that the item is
+    /// finished.
+    const Properties& commitItem();
 
     const Properties& properties() const { return _tag; }
 

@@ -1,0 +1,143 @@
+#include "ArrayDifference.h"
+
+#include "NumberText.h"
+#include "RecordJson.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include <vtkBitArray.h>
+#include <vtkDataArray.h>
+#include <vtkSetGet.h>
+
+namespace tavosce
+{
+
+namespace
+{
+
+constexpr double INFINITELY_FAR = std::numeric_limits<double>::infinity();
+
+/// 0 for values that are equal, infinity for those of which one is no number.
+template <class T>
+double distance(T a, T b)
+{
+    if (a == b)
+    {
+        return 0;
+    }
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        const double res = std::abs(static_cast<double>(a) - static_cast<double>(b));
+        if (!std::isnan(res))
+        {
+            return res;
+        }
+        return std::isnan(a) && std::isnan(b) ? 0 : INFINITELY_FAR;
+    }
+    else
+    {
+        using Unsigned = std::make_unsigned_t<T>; // holds every difference
+        const auto larger = static_cast<Unsigned>(std::max(a, b));
+        return static_cast<double>(static_cast<Unsigned>(larger - static_cast<Unsigned>(std::min(a, b))));
+    }
+}
+
+/// Whether values so far apart, which is not at all or not infinitely far, count as equal.
+template <class T>
+bool isWithin(double apart, T a, T b, const Tolerance& tolerance)
+{
+    const double magnitude = std::max(std::abs(static_cast<double>(a)), std::abs(static_cast<double>(b)));
+    return apart <= std::max(tolerance.abs, tolerance.rel * magnitude);
+}
+
+/// Compares values one by one; `left` and `right` give the value at a place.
+template <class Left, class Right>
+std::optional<Spread> spreadOf(Left left, Right right, vtkIdType count, int components, const Tolerance& tolerance)
+{
+    Spread res;
+    res.total = static_cast<std::uint64_t>(count);
+    double furthest = 0;
+    for (vtkIdType i = 0; i < count; ++i)
+    {
+        const auto a = left(i), b = right(i);
+        const double apart = distance(a, b);
+        if (apart == 0 || (apart < INFINITELY_FAR && isWithin(apart, a, b, tolerance)))
+        {
+            continue;
+        }
+        if (res.differing++ == 0)
+        {
+            res.first = i / components;
+            res.component = static_cast<int>(i % components);
+            res.a = numberText(a);
+            res.b = numberText(b);
+        }
+        furthest = std::max(furthest, apart);
+    }
+    res.largest = numberText(furthest);
+    return res.differing == 0 ? std::nullopt : std::make_optional(res);
+}
+
+template <class T>
+std::optional<Spread> spreadOf(const T* left, const T* right, vtkIdType count, int components,
+                               const Tolerance& tolerance)
+{
+    if (count == 0 || std::memcmp(left, right, static_cast<std::size_t>(count) * sizeof(T)) == 0)
+    {
+        return std::nullopt;
+    }
+    return spreadOf([=](vtkIdType i) { return left[i]; }, [=](vtkIdType i) { return right[i]; }, count, components,
+                    tolerance);
+}
+
+/// For arrays of one type and shape.
+std::optional<Spread> spreadOf(vtkDataArray& left, vtkDataArray& right, const Tolerance& tolerance)
+{
+    const vtkIdType count = left.GetNumberOfValues();
+    const int components = left.GetNumberOfComponents();
+    auto* const leftBits = vtkBitArray::SafeDownCast(&left);
+    auto* const rightBits = vtkBitArray::SafeDownCast(&right);
+    if (leftBits != nullptr && rightBits != nullptr)
+    {
+        return spreadOf([=](vtkIdType i) { return leftBits->GetValue(i); },
+                        [=](vtkIdType i) { return rightBits->GetValue(i); }, count, components, tolerance);
+    }
+    switch (left.GetDataType())
+    {
+        vtkTemplateMacro(return spreadOf(static_cast<const VTK_TT*>(left.GetVoidPointer(0)),
+                                         static_cast<const VTK_TT*>(right.GetVoidPointer(0)), count, components,
+                                         tolerance));
+    default:
+        return std::nullopt; // arrays have no other types
+    }
+}
+
+} // namespace
+
+void compareArrays(const Place& place, vtkDataArray& left, vtkDataArray& right, const Tolerance& tolerance,
+                   Differences& differences)
+{
+    if (left.GetDataType() != right.GetDataType())
+    {
+        differences.add(unequal(place, "type", typeName(left.GetDataType()), typeName(right.GetDataType())));
+    }
+    else if (left.GetNumberOfComponents() != right.GetNumberOfComponents())
+    {
+        differences.add(unequal(place, "components", left.GetNumberOfComponents(), right.GetNumberOfComponents()));
+    }
+    else if (left.GetNumberOfTuples() != right.GetNumberOfTuples())
+    {
+        differences.add(unequal(place, "tuples", left.GetNumberOfTuples(), right.GetNumberOfTuples()));
+    }
+    else if (const auto spread = spreadOf(left, right, tolerance))
+    {
+        differences.add({place, "values", {}, {}, spread});
+    }
+}
+
+} // namespace tavosce

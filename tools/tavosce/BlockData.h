@@ -1,0 +1,29 @@
+#pragma once
+
+#include "RecordWalk.h"
+
+#include <cstdint>
+#include <iosfwd>
+
+#include <vtkDataArray.h>
+#include <vtkPolyData.h>
+#include <vtkSmartPointer.h>
+
+namespace tavosce
+{
+
+/// What a block holds: one of the two.
+struct BlockData
+{
+    vtkSmartPointer<vtkPolyData> polys;
+    vtkSmartPointer<vtkDataArray> array;
+
+    bool isEmpty() const { return polys == nullptr && array == nullptr; }
+};
+
+/// Decodes the payload of a block as a load of its record does. The block has been found to lie in the file and to be
+/// of a known kind and type. Empty if the payload cannot be decoded; what the library and VTK say of it goes to whoever
+/// listens. Where the stream is left tells how far the payload of an array could be read.
+BlockData readBlockData(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
+
+} // namespace tavosce
