@@ -15,7 +15,10 @@
 #endif
 
 #ifdef TAVO_WATCHES_MEMORY
-#include <sanitizer/allocator_interface.h>
+// Of the sanitizers' run time; not every compiler comes with their header.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*onTake)(const volatile void*, std::size_t),
+                                                         void (*onGive)(const volatile void*));
+extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void* memory);
 #endif
 
 namespace fuzz
@@ -39,8 +42,7 @@ void onTake(const volatile void*, std::size_t size)
 
 void onGive(const volatile void* memory)
 {
-    held -=
-        memory == nullptr ? 0 : static_cast<std::int64_t>(__sanitizer_get_allocated_size(const_cast<void*>(memory)));
+    held -= memory == nullptr ? 0 : static_cast<std::int64_t>(__sanitizer_get_allocated_size(memory));
 }
 
 void install()

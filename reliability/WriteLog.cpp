@@ -107,7 +107,7 @@ void FolderState::writeTo(const std::string& folder) const
     }
     for (const auto& [name, inode] : _names)
     {
-        test::writeBytes(folder + '/' + name, _contents.at(inode));
+        test::writeBytes((std::filesystem::path(folder) / name).string(), _contents.at(inode));
     }
 }
 

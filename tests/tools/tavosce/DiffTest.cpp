@@ -80,7 +80,8 @@ protected:
     void damage(const std::string& name, std::size_t block) const
     {
         std::string content = bytes(name);
-        const auto& stored = info(name)["records"][0]["blocks"][static_cast<unsigned>(block)];
+        const auto document = info(name);
+        const auto& stored = document["records"][0]["blocks"][static_cast<unsigned>(block)];
         content.replace(stored["filePos"].GetUint64() + 17, 4, "????"); // behind method and sizes
         ToolTest::write(name, content);
     }

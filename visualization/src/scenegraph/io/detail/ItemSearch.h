@@ -13,11 +13,11 @@ namespace sdb::detail
 /// Whether a text begins as every record header or thumbnail tag does, or is cut within that beginning.
 bool beginsAsItem(const std::string& text);
 
-/// The first byte after an item (a record or thumbnail) of a file of `fileSize` bytes, whose tag ends at `tagEnd`; it may
-/// lie beyond the end of the file. None if the item was never finished: it would end before its tag does, or its writer
-/// died while it wrote the final numbers into the tag, that is, the last of them is not the final one yet, and where the
-/// item seems to end there is neither a tag nor the end of the file. Position and state of the stream afterwards are
-/// unspecified.
+/// The first byte after an item (a record or thumbnail) of a file of `fileSize` bytes, whose tag ends at `tagEnd`; it
+/// may lie beyond the end of the file. None if the item was never finished: it would end before its tag does, or its
+/// writer died while it wrote the final numbers into the tag, that is, the last of them is not the final one yet, and
+/// where the item seems to end there is neither a tag nor the end of the file. Position and state of the stream
+/// afterwards are unspecified.
 std::optional<std::uint64_t> finishedEnd(std::istream& in, const Properties& tag, std::uint64_t tagEnd,
                                          std::uint64_t fileSize);
 
