@@ -19,15 +19,23 @@ if(TAVO_FUZZ)
         -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/not_ours.ignore")
 endif()
 
-# tavo_library(NAME SOURCES... HEADERS... [LINK...])
-# A shared library of base/. Headers are spelled from base/src and must compile alone.
+# tavo_library(NAME SOURCES... [HEADERS...] [INTERNAL_HEADERS...] [LINK...])
+# A shared library of base/. Headers are spelled from base/src and must compile alone; internal ones are not installed.
 function(tavo_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;LINK;PRIVATE_LINK" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;INTERNAL_HEADERS;LINK" ${ARGN})
+    set(folder "${PROJECT_SOURCE_DIR}/base/src")
     add_library(${name} SHARED ${ARG_SOURCES})
-    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}/base/src" FILES ${ARG_HEADERS})
-    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tavo_library_flags ${ARG_PRIVATE_LINK})
-    set_target_properties(${name} PROPERTIES
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS "${folder}" FILES ${ARG_HEADERS})
+    target_include_directories(${name} PUBLIC "$<BUILD_INTERFACE:${folder}>")
+    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tavo_library_flags)
+    tavo_install_library(${name})
+    if(ARG_INTERNAL_HEADERS)
+        # A target of their own, because a library's header sets are installed with it.
+        add_library(${name}Internal INTERFACE)
+        target_sources(${name}Internal INTERFACE
+            FILE_SET HEADERS BASE_DIRS "${folder}" FILES ${ARG_INTERNAL_HEADERS})
+        target_link_libraries(${name}Internal INTERFACE ${name})
+    endif()
 endfunction()
 
 # tavo_test(NAME SOURCES... LINK...)

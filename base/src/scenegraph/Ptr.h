@@ -56,8 +56,11 @@ public:
 
 } // namespace tsg
 
+//! @cond
 template <class T>
 struct std::hash<tsg::Ptr<T>>
 {
     std::size_t operator()(const tsg::Ptr<T>& ptr) const { return std::hash<const void*>()(ptr.object()); }
 };
+
+//! @endcond

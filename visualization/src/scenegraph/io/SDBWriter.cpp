@@ -5,6 +5,7 @@
 #include "platform/FileStreams.h"
 #include "platform/Platform.h"
 #include "scenegraph/io/detail/AppendStream.h"
+#include "scenegraph/io/detail/FileIndex.h"
 #include "scenegraph/io/detail/Index.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
@@ -23,7 +24,8 @@ namespace tsg
 namespace key = sdb::detail::key;
 
 SDBWriter::SDBWriter()
-    : _floatScratch(vtkSmartPointer<vtkFloatArray>::New())
+    : _index(std::make_shared<sdb::detail::FileIndex>())
+    , _floatScratch(vtkSmartPointer<vtkFloatArray>::New())
 {
 }
 
@@ -83,18 +85,18 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
 bool SDBWriter::indexRecords(std::istream& in, std::uint64_t& nextItem)
 {
     using sdb::detail::WalkEnd;
-    sdb::detail::FileIndex index;
+    const auto index = std::make_shared<sdb::detail::FileIndex>();
     const std::uint64_t mostBlocks = sdb::detail::storedBlocks(sdb::detail::streamSize(in));
     const auto registerBlock = [&](unsigned int checksum, const Properties& tag)
     {
-        if (index.blockCount() < mostBlocks)
+        if (index->blockCount() < mostBlocks)
         {
-            index.registerBinaries(checksum, tag, static_cast<unsigned long long>(tag.getLong(key::MTIME)));
-            index.keepBinaries(); // what the file holds is never taken back, and tags may come up many times
+            index->registerBinaries(checksum, tag, static_cast<unsigned long long>(tag.getLong(key::MTIME)));
+            index->keepBinaries(); // what the file holds is never taken back, and tags may come up many times
         }
     };
     const sdb::detail::WalkResult walk = sdb::detail::indexRecords(
-        in, [&](const Properties& header) { index.registerRecord(header); }, registerBlock, [](const Properties&) {});
+        in, [&](const Properties& header) { index->registerRecord(header); }, registerBlock, [](const Properties&) {});
     if (walk.end != WalkEnd::EndOfFile && walk.end != WalkEnd::UnfinishedItem)
     {
         std::cerr << "SDBWriter: can't append to " << OS::toNarrow(_fileName) << ": the file is damaged at byte "
@@ -102,7 +104,7 @@ bool SDBWriter::indexRecords(std::istream& in, std::uint64_t& nextItem)
         return false;
     }
     nextItem = walk.position;
-    _index = std::move(index);
+    _index = index;
     return true;
 }
 
@@ -113,7 +115,7 @@ void SDBWriter::close()
         _fileStream->close();
         _fileStream.reset();
     }
-    _index = sdb::detail::FileIndex();
+    _index = std::make_shared<sdb::detail::FileIndex>();
 }
 
 bool SDBWriter::isOpen() const

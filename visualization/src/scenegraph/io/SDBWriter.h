@@ -3,7 +3,6 @@
 #include "scenegraph/NodeStream.h"
 #include "scenegraph/io/ISDBWriter.h"
 #include "scenegraph/io/SDB.h"
-#include "scenegraph/io/detail/FileIndex.h"
 
 #include <cstdint>
 #include <ios>
@@ -18,7 +17,8 @@ class vtkFloatArray;
 namespace sdb::detail
 {
 class AppendStream;
-}
+class FileIndex;
+} // namespace sdb::detail
 
 namespace tsg
 {
@@ -132,13 +132,13 @@ private:
     std::shared_ptr<sdb::detail::AppendStream> _fileStream; ///< null while closed; one object for all copies
     std::wstring _fileName;                                 ///< normalised path of the file last opened
     bool _compress = false;
-    bool _propertyPass = false; ///< nodes are being asked for their properties
-    bool _binaryPass = false;   ///< nodes are being asked for their data
-    std::string _sessionId;     ///< of the record being written, or last written
-    sdb::detail::FileIndex _index;
-    std::set<std::string> _arrayNames;            ///< arrays that polydata blocks may carry
-    vtkSmartPointer<vtkFloatArray> _floatScratch; ///< target of the narrowing of double arrays
-    bool _failed = false;                         ///< see hasFailed
+    bool _propertyPass = false;                     ///< nodes are being asked for their properties
+    bool _binaryPass = false;                       ///< nodes are being asked for their data
+    std::string _sessionId;                         ///< of the record being written, or last written
+    std::shared_ptr<sdb::detail::FileIndex> _index; ///< never null; copies share it until one of them adds to it
+    std::set<std::string> _arrayNames;              ///< arrays that polydata blocks may carry
+    vtkSmartPointer<vtkFloatArray> _floatScratch;   ///< target of the narrowing of double arrays
+    bool _failed = false;                           ///< see hasFailed
 };
 
 } // namespace tsg

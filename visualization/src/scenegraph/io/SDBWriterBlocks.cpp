@@ -7,6 +7,7 @@
 #include "scenegraph/io/SDBPolyDataWriter.h"
 #include "scenegraph/io/detail/AppendStream.h"
 #include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/FileIndex.h"
 #include "scenegraph/io/detail/NarrowToFloat.h"
 #include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/StoredArray.h"
@@ -104,7 +105,7 @@ void SDBWriter::writeTag(const Properties& tag)
 const Properties* SDBWriter::findReusableBlock(unsigned int checksum, const std::string& objectKey,
                                                const std::string& name, sdb::SDBTags kind, unsigned long long stamp)
 {
-    const Properties* const stored = _index.findIndexedBinaryData(checksum, stamp);
+    const Properties* const stored = _index->findIndexedBinaryData(checksum, stamp);
     if (stored == nullptr)
     {
         return nullptr;
@@ -139,7 +140,7 @@ bool SDBWriter::writePolys(const std::string& objectKey, vtkPolyData* polys, Tim
     addPositions(tag);
     sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
     writePolyDataBlock(*polys);
-    _index.registerBinaries(checksum, pending.commit(), polys->GetMTime());
+    sdb::detail::toChange(_index).registerBinaries(checksum, pending.commit(), polys->GetMTime());
     return true;
 }
 
@@ -220,7 +221,7 @@ bool SDBWriter::writeDataInternal(const std::string& objectKey, vtkDataArray* ar
     {
         return false;
     }
-    _index.registerBinaries(checksum, tag, stamp);
+    sdb::detail::toChange(_index).registerBinaries(checksum, tag, stamp);
     return true;
 }
 

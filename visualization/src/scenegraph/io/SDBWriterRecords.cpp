@@ -10,6 +10,7 @@
 #include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/SceneNode.h"
 #include "scenegraph/io/detail/AppendStream.h"
+#include "scenegraph/io/detail/FileIndex.h"
 #include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
@@ -104,7 +105,8 @@ public:
         {
             return;
         }
-        _writer._index.undoBinaries();
+        // Also for copies made meanwhile: what the addition stored is no part of the file that they share.
+        _writer._index->undoBinaries();
         if (isWritable() && _stream->good())
         {
             _stream->leaveItem();
@@ -127,7 +129,7 @@ public:
     /// Makes the addition part of the file.
     void complete()
     {
-        _writer._index.keepBinaries();
+        _writer._index->keepBinaries();
         _stream->endItem();
         _complete = true;
     }
@@ -192,9 +194,9 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     flushFileStream();
     if (addition.taken())
     {
-        _index.registerRecord(header);
+        sdb::detail::toChange(_index).registerRecord(header);
         addition.complete();
-        recordIndex = static_cast<int>(_index.records().size()) - 1;
+        recordIndex = static_cast<int>(_index->records().size()) - 1;
     }
     return io::FileIoStatus::Success;
 }
@@ -224,7 +226,7 @@ Properties SDBWriter::writeHeader(const std::string& rootNodeKey, const std::str
     header.set(key::ROOT_NODE_KEY, rootNodeKey);
     header.set(key::TITLE, title);
     header.set(key::DESCRIPTION, description);
-    header.set(key::FRAME, _index.nextFrame(sessionId, title));
+    header.set(key::FRAME, _index->nextFrame(sessionId, title));
     header.set(key::FILE_POS, hexPosition(recordPos));
     header.set(key::LENGTH, hexPosition(length));
     header.set(key::BINARY_DATA, hexPosition(binaryData));
