@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordWalk.h"
 #include "SceneFile.h"
 #include "Values.h"
 

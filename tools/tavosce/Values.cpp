@@ -100,8 +100,8 @@ vtkSmartPointer<vtkDataArray> inBytes(vtkDataArray& array)
 std::pair<std::size_t, std::size_t> Slice::of(std::size_t count) const
 {
     const auto size = static_cast<std::int64_t>(count);
-    const auto place = [size](std::int64_t end)
-    { return std::clamp<std::int64_t>(end < 0 ? end + size : end, 0, size); };
+    const auto place = [size](std::int64_t from)
+    { return std::clamp<std::int64_t>(from < 0 ? from + size : from, 0, size); };
     const std::int64_t first = place(begin.value_or(0)), last = place(end.value_or(size));
     return {static_cast<std::size_t>(first), static_cast<std::size_t>(std::max(first, last))};
 }
