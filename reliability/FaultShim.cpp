@@ -71,7 +71,7 @@ public:
         }
         if (_kind == "kill")
         {
-            raise(SIGKILL);
+            (void)raise(SIGKILL);
         }
         if (isShort != nullptr)
         {
@@ -110,7 +110,7 @@ private:
         const std::size_t blank = fault.find(' ');
         if (blank != std::string::npos)
         {
-            _index = std::atol(fault.c_str());
+            _index = std::strtol(fault.c_str(), nullptr, 10);
             _kind = fault.substr(blank + 1);
         }
     }
@@ -188,6 +188,7 @@ mode_t modeOf(int flags, va_list arguments)
 
 } // namespace
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's names of parameters are reserved.
 extern "C"
 {
 
@@ -289,3 +290,4 @@ extern "C"
     }
 
 } // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
