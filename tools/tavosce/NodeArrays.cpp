@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -108,6 +110,22 @@ void addInner(const StoredBlock& block, const BlockData& data, Candidates& candi
     }
 }
 
+/// How many things go by each name.
+using NameCounts = std::unordered_map<std::string, std::size_t>;
+
+NameCounts countNames(const Candidates& candidates)
+{
+    NameCounts res;
+    for (const Candidate& candidate : candidates)
+    {
+        for (const std::string& name : candidate.names)
+        {
+            ++res[name];
+        }
+    }
+    return res;
+}
+
 Candidates named(const Candidates& candidates, const std::string& name)
 {
     Candidates res;
@@ -117,25 +135,23 @@ Candidates named(const Candidates& candidates, const std::string& name)
 }
 
 /// The shortest name by which only this one goes; the most exact one if none does.
-std::string ownName(const Candidate& candidate, const Candidates& all)
+std::string ownName(const Candidate& candidate, const NameCounts& counts)
 {
-    for (const std::string& name : candidate.names)
-    {
-        if (named(all, name).size() == 1)
-        {
-            return name;
-        }
-    }
-    return candidate.names.back();
+    const auto found = std::find_if(candidate.names.begin(), candidate.names.end(),
+                                    [&](const std::string& name) { return counts.at(name) == 1; });
+    return found == candidate.names.end() ? candidate.names.back() : *found;
 }
 
+/// Of each the name that is its own; what has none of its own is listed once.
 std::vector<std::string> ownNames(const Candidates& some, const Candidates& all)
 {
+    const NameCounts counts = countNames(all);
     std::vector<std::string> res;
+    std::unordered_set<std::string> listed;
     for (const Candidate& candidate : some)
     {
-        const std::string name = ownName(candidate, all);
-        if (std::find(res.begin(), res.end(), name) == res.end())
+        const std::string name = ownName(candidate, counts);
+        if (listed.insert(name).second)
         {
             res.push_back(name);
         }
@@ -213,7 +229,7 @@ FoundArray findArray(SceneFile& file, std::size_t record, const RecordContents& 
     {
         data = loadBlock(file, record, *found.block);
     }
-    return {ownName(found, all), found.values(data)};
+    return {ownName(found, countNames(all)), found.values(data)};
 }
 
 } // namespace tavosce

@@ -99,7 +99,13 @@ std::string quotedList(const std::vector<std::string>& names, std::size_t most, 
     return names.size() > most ? res + lastSeparator + std::to_string(names.size() - most) + " more" : res;
 }
 
-/// Files and folders, without those that are hidden. Empty if there is no such folder.
+/// What nobody means: hidden files, and those that are being written.
+bool isPassedOver(const std::string& name)
+{
+    return name.front() == '.' || extensionOf(name) == ".tmp";
+}
+
+/// Files and folders. Empty if there is no such folder.
 std::vector<std::string> namesIn(const std::string& folder)
 {
     std::list<std::wstring> folders, files;
@@ -107,11 +113,12 @@ std::vector<std::string> namesIn(const std::string& folder)
     if (Platform::filesystem().listDirectory(folders, files, OS::toWide(folder)))
     {
         files.splice(files.end(), folders);
-        for (const std::wstring& name : files)
+        for (const std::wstring& wide : files)
         {
-            if (name.front() != L'.')
+            const std::string name = OS::toNarrow(wide);
+            if (!isPassedOver(name))
             {
-                res.push_back(OS::toNarrow(name));
+                res.push_back(name);
             }
         }
     }
