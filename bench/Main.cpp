@@ -57,6 +57,7 @@ int main(int argc, char** argv)
         {"write_text", 2.00},
         {"read_text", 2.00},
         {"diff", 1.25},
+        {"ls", 2.00},
     });
     // Large buffers that are freed go back to the system, and getting them again costs a page fault for each page,
     // which would charge whoever holds more of them at once. Keeping memory makes both sides work in pages they already

@@ -1,5 +1,6 @@
 // What long use costs: series of frames, and files of many records.
 
+#include "CommandTable.h"
 #include "Meshes.h"
 #include "Scenes.h"
 
@@ -7,8 +8,11 @@
 #include "scenegraph/io/SDBReader.h"
 #include "scenegraph/io/SDBWriter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -192,6 +196,24 @@ void openMany(benchmark::State& state, int records, int blocks)
     }
 }
 
+/// Listing a file of many records, in seconds a record.
+void listMany(benchmark::State& state)
+{
+    SmallRecords content(MANY_BLOCKS);
+    content.growTo(MANY_RECORDS);
+    const std::vector<std::string> arguments = {"ls", content.file().path()};
+    std::ostream nowhere(nullptr);
+    for ([[maybe_unused]] auto _ : state)
+    {
+        std::ostringstream out;
+        int code = 1;
+        state.SetIterationTime(processorSeconds([&] { code = tavosce::run(arguments, out, nowhere, false); }) /
+                               MANY_RECORDS);
+        const std::string lines = out.str();
+        require(code == 0 && std::count(lines.begin(), lines.end(), '\n') == MANY_RECORDS);
+    }
+}
+
 /// Adding the last records up to a certain number, in seconds a record.
 void addLate(benchmark::State& state, int number)
 {
@@ -219,6 +241,8 @@ const bool REGISTERED = registerPerRecord("open_many_records/ours", openMany, MA
                         registerPerRecord("open_many_records/reference", openMany, FEW_RECORDS, MANY_BLOCKS) &&
                         registerPerRecord("open_many_blocks/ours", openMany, MANY_RECORDS, MANY_BLOCKS) &&
                         registerPerRecord("open_many_blocks/reference", openMany, MANY_RECORDS, FEW_BLOCKS) &&
+                        registerPerRecord("ls/ours", listMany) &&
+                        registerPerRecord("ls/reference", openMany, MANY_RECORDS, MANY_BLOCKS) &&
                         registerPerRecord("add_late_record/ours", addLate, MANY_RECORDS) &&
                         registerPerRecord("add_late_record/reference", addLate, 100);
 
