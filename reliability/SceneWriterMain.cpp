@@ -7,7 +7,7 @@
 #include "Numbered.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <string>
 
 int main(int count, char** arguments)
 {
@@ -17,7 +17,7 @@ int main(int count, char** arguments)
         return 2;
     }
     const std::string path = arguments[2];
-    const int first = std::atoi(arguments[3]), end = first + std::atoi(arguments[4]);
+    const int first = std::stoi(arguments[3]), end = first + std::stoi(arguments[4]);
     tsg::SDBWriter writer;
     if (writer.open({path.begin(), path.end()}, std::string(arguments[1]) == "append", true) !=
         tsg::io::FileIoStatus::Success)

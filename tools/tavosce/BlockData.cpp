@@ -27,7 +27,7 @@ vtkSmartPointer<vtkDataArray> readArray(std::istream& in, const Properties& tag,
     const std::int64_t components = tag.getInt(key::NUMBER_OF_COMPONENTS);
     const std::int64_t values = components * tag.getInt(key::NUMBER_OF_TUPLES);
     const auto fill = [&](char* data, std::uint64_t bytes) { return sdb::detail::readBlock(in, data, bytes, budget); };
-    const auto res = tsg::detail::makeStoredArray(tag.getInt(key::DATA_TYPE), components, values, budget, fill);
+    auto res = tsg::detail::makeStoredArray(tag.getInt(key::DATA_TYPE), components, values, budget, fill);
     if (res != nullptr)
     {
         res->SetName(tag.getString(key::NAME).c_str());

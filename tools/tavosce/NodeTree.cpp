@@ -125,7 +125,7 @@ private:
                 path.emplace_back(node, 0);
             }
         };
-        enter(start, NodeTree::NONE);
+        enter(start, /*parent*/ NodeTree::NONE); // NOLINT(readability-suspicious-call-argument): in this order
         while (!path.empty())
         {
             auto& [node, next] = path.back();
