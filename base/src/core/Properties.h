@@ -13,8 +13,8 @@
 /// set. Rendered as a one-line JSON object it is the property tag of the file formats.
 ///
 /// Text form: no white space outside strings; double quotes and backslashes escaped with a backslash, bytes below 0x20
-/// as JSON escapes, braces inside strings and keys as `\u007b` and `\u007d`, so that a raw one always opens or closes an
-/// object. Strings are byte strings: bytes from 0x80 up pass through unchanged, valid UTF-8 or not.
+/// as JSON escapes, braces inside strings and keys as `\u007b` and `\u007d`, so that a raw one always opens or closes
+/// an object. Strings are byte strings: bytes from 0x80 up pass through unchanged, valid UTF-8 or not.
 ///
 /// Reading a key that is missing or holds another kind of value gives the empty string, 0, or an empty record; no
 /// accessor throws on any text.
