@@ -1,5 +1,6 @@
 #include "CommandTable.h"
 
+#include "Declarations.h"
 #include "Interrupt.h"
 #include "Suggestion.h"
 #include "Text.h"
@@ -42,6 +43,7 @@ constexpr Command COMMANDS[] = {
     {"diff", "Compares records of scene databases, and scene directories", &declareDiff},
     {"recover", "Writes what is whole of a damaged scene database into a new one", &declareRecover},
     {"verify", "Checks scene databases and scene directories from the first byte to the last", &declareVerify},
+    {"completion", "Prints what a shell needs to complete command lines", &declareCompletion},
 };
 
 constexpr const char* FOOTER =
@@ -76,23 +78,13 @@ bool isUnknownOption(const CLI::App& app, const std::string& word)
     return (isLong || isShort) && app.get_option_no_throw(name) == nullptr;
 }
 
-/// The options of a verb, those in its groups included.
-std::vector<std::string> optionsOf(const CLI::App& app)
+/// The name of each option that people use.
+std::vector<std::string> optionNames(const CLI::App& app)
 {
-    std::vector<const CLI::App*> groups =
-        app.get_subcommands([](const CLI::App* each) { return each->get_name().empty(); });
-    groups.insert(groups.begin(), &app);
     std::vector<std::string> res;
-    for (const CLI::App* const group : groups)
+    for (const CLI::Option* const option : optionsOf(app))
     {
-        for (const CLI::Option* const option : group->get_options())
-        {
-            if (!option->get_positional())
-            {
-                res.push_back(option->get_lnames().empty() ? '-' + option->get_snames().front()
-                                                           : "--" + option->get_lnames().front());
-            }
-        }
+        res.push_back(namesOf(*option).back());
     }
     return res;
 }
@@ -101,7 +93,7 @@ Failure unknownOption(const CLI::App& app, const std::string& word)
 {
     const std::string name = word.substr(0, word.find('='));
     return {WrongUsage, "", "there is no option " + inQuotes(name),
-            suggestion(name, optionsOf(app), "the options are")};
+            suggestion(name, optionNames(app), "the options are")};
 }
 
 /// What to say of arguments that were refused: the first verb or option in them that does not exist; none if all do.

@@ -34,5 +34,6 @@ Run declareDu(CLI::App& app);
 Run declareThumb(CLI::App& app);
 Run declareDiff(CLI::App& app);
 Run declareVerify(CLI::App& app);
+Run declareCompletion(CLI::App& app);
 
 } // namespace tavosce

@@ -118,6 +118,7 @@ const Format& formatOf(const std::string& path)
                                            [&](const Format& format) { return format.extension == extension; });
     if (found == std::end(FORMATS))
     {
+        const InputFile file(path); // of what is not there something else is wrong
         throw Failure(WrongUsage, shown(path), "no dataset format has the extension " + inQuotes(extension),
                       "inputs are " + datasetExtensions());
     }

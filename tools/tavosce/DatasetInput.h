@@ -13,7 +13,7 @@ namespace tavosce
 /// The file name extensions of the datasets that can be read, for messages.
 std::string datasetExtensions();
 
-/// Throws Failure WrongUsage if the extension of the path names no format.
+/// Throws Failure if the extension of the path names no format: CannotOpen if there is no such file, else WrongUsage.
 void requireDatasetFormat(const std::string& path);
 
 /// Reads a polydata file in the format that its extension names, all arrays included. What the reader warns of is

@@ -1,0 +1,101 @@
+#include "CommandTable.h"
+
+#include "CompletionScripts.h"
+#include "RecordAddress.h"
+#include "RecordWalk.h"
+#include "SceneFile.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace tavosce
+{
+
+namespace
+{
+
+struct CompletionOptions
+{
+    std::string what;
+    std::string address;
+};
+
+/// Whether a text can stand on a command line: it is shown as it is.
+bool canBeTyped(const std::string& text)
+{
+    return isUtf8(text) &&
+           std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; });
+}
+
+void printRecords(const std::string& path, std::ostream& out)
+{
+    const SceneFile file(path);
+    for (std::size_t i = 0; i < file.records().size(); ++i)
+    {
+        out << path << ':' << i << '\n';
+    }
+}
+
+void printNodes(const std::string& text, std::ostream& out)
+{
+    const RecordAddress address = parseAddress(text);
+    SceneFile file(address.file);
+    const std::size_t index = placeOf({address.file, address.index.value_or(-1)}, file.records().size());
+    const RecordContents contents = walkRecord(file.stream(), file.records()[index], file.size());
+    for (const StoredNode& node : contents.nodes)
+    {
+        if (canBeTyped(node.objectKey))
+        {
+            out << node.objectKey << '\n';
+        }
+    }
+}
+
+struct Script
+{
+    const char* shell;
+    std::string (*make)(const CLI::App& tool);
+};
+
+constexpr Script SCRIPTS[] = {{"bash", &bashCompletion}, {"zsh", &zshCompletion}, {"fish", &fishCompletion}};
+
+void runCompletion(const CLI::App& tool, const CompletionOptions& options, Console& console)
+{
+    const auto* const script = std::find_if(std::begin(SCRIPTS), std::end(SCRIPTS),
+                                            [&](const Script& each) { return options.what == each.shell; });
+    if (script != std::end(SCRIPTS))
+    {
+        console.out << script->make(tool);
+    }
+    else if (options.address.empty())
+    {
+        throw Failure(WrongUsage, "", inQuotes(options.what) + " needs a file");
+    }
+    else
+    {
+        options.what == "records" ? printRecords(options.address, console.out)
+                                  : printNodes(options.address, console.out);
+    }
+}
+
+} // namespace
+
+Run declareCompletion(CLI::App& app)
+{
+    const auto options = std::make_shared<CompletionOptions>();
+    app.add_option("bash|zsh|fish|records|nodes", options->what,
+                   "For which shell a script is printed with which it completes command lines; or what such a script "
+                   "asks for, a line each")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish", "records", "nodes"}));
+    app.add_option("FILE[:REC]", options->address,
+                   "Scene database whose records, or of which a record's nodes, are meant");
+    return [&tool = *app.get_parent(), options](Console& console) { runCompletion(tool, *options, console); };
+}
+
+} // namespace tavosce
