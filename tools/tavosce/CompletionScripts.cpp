@@ -88,6 +88,7 @@ _tavosce_operand()
             local address=$plain
             plain=$word
             _tavosce_ask "$1" completion nodes "$address"
+            compopt -o nospace 2>/dev/null # a property or an array may follow
             ;;
         *'|'*)
             IFS='|' read -ra candidates <<<"$kind"
