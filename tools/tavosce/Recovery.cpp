@@ -6,8 +6,6 @@
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
-#include "scenegraph/io/detail/Extent.h"
-#include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
@@ -103,7 +101,7 @@ std::vector<Rescue> Recovery::run()
     {
         throwIfInterrupted();
         const FilePiece& piece = _file.pieces()[i];
-        if (i == 0 && piece.kind == FilePiece::FileHeader)
+        if (&piece == _file.header())
         {
             continue;
         }
@@ -129,9 +127,9 @@ std::vector<Rescue> Recovery::run()
 /// The header stays what it is, so that nodes are upgraded from the release that wrote them.
 void Recovery::writeFileHeader()
 {
-    if (_file.isHeaded())
+    if (const FilePiece* const header = _file.header())
     {
-        copy(_file.pieces()[0].begin, _file.pieces()[0].end);
+        copy(header->begin, header->end);
     }
     else
     {
@@ -166,12 +164,9 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
 void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
 {
     const int record = piece.tag.getInt(key::RECORD_INDEX);
-    const std::uint64_t pixels = sdb::hexFromProp(piece.tag, key::FILE_POS);
-    const std::uint64_t length = sdb::detail::pixelBytes(piece.tag);
-    if (pixels < piece.begin || sdb::hexFromProp(piece.tag, key::LENGTH) != length ||
-        sdb::detail::extentEnd(piece.tag) != piece.end)
+    rescue.reason = piece.fault;
+    if (!rescue.reason.empty())
     {
-        rescue.reason = kindOf(FindingCode::ThumbnailDamaged).text;
         return;
     }
     if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())
@@ -192,7 +187,7 @@ void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
     setPosition(tag, key::FILE_POS, 0);
     setPosition(tag, key::FILE_POS, begin + sdb::detail::tagText(tag).size());
     write(_out, sdb::detail::tagText(tag));
-    copy(pixels, pixels + length);
+    copy(piece.tagEnd, piece.end);
 }
 
 void Recovery::writeRecord(const FilePiece& piece, const RecordContents& contents)
@@ -241,7 +236,7 @@ void Recovery::copyTags(const RecordContents& contents)
 void Recovery::writeBlock(const Properties& header, const StoredBlock& block)
 {
     Properties tag = block.tag;
-    const Owner owner = ownerOf(header, block);
+    const RecordCheck::Stored owner = RecordCheck::storedForm(header, block);
     const auto stored = _payloads.find(owner);
     const bool isWritten = !block.shared || stored == _payloads.end();
     setPosition(tag, key::FILE_POS, 0);
@@ -263,19 +258,9 @@ std::uint64_t Recovery::missingBytes(const Properties& header, const RecordConte
     std::uint64_t res = 0;
     for (const StoredBlock& block : contents.blocks)
     {
-        res += block.shared && _payloads.count(ownerOf(header, block)) == 0 ? block.length : 0;
+        res += block.shared && _payloads.count(RecordCheck::storedForm(header, block)) == 0 ? block.length : 0;
     }
     return res;
-}
-
-Recovery::Owner Recovery::ownerOf(const Properties& header, const StoredBlock& block)
-{
-    return {header.getString(key::SESSION_ID),
-            block.objectKey(),
-            block.name(),
-            std::to_string(block.kind()),
-            block.tag.getString(key::FILE_POS),
-            block.tag.getString(key::LENGTH)};
 }
 
 /// Copies bytes of the damaged file. A file that has become shorter meanwhile leaves the new one in fail state.

@@ -187,6 +187,47 @@ TEST_F(RecoverTest, whatIsNotFollowedFromTheHeadersIsSetRight)
     EXPECT_EQ(recordsOf("out.sce"), recordsOf("x.sce"));
 }
 
+TEST_F(RecoverTest, whatOnlyLooksWholeIsNotTakenForIt)
+{
+    const auto chars = [](int type)
+    {
+        return [=](Properties& tag)
+        {
+            tag.set("NumberOfComponents", 1);
+            tag.set("NumberOfTuples", 3);
+            tag.set("DataType", type);
+        };
+    };
+    const std::string abc("\0abc", 4);
+    ContainerBytes types;
+    types.record("a", {{"T", abc, {}, chars(VTK_UNSIGNED_CHAR)}});
+    types.record("b", {{"T", "", types.lastPayload, chars(VTK_CHAR)}});
+    ContainerBytes cut;
+    const Edit shorter = [](Properties& tag)
+    { position("Length", sdb::hexFromProp(tag, "BinaryData") - sdb::hexFromProp(tag, "FilePos"))(tag); };
+    cut.record("a", {{"T", abc, {}, chars(VTK_CHAR)}}, shorter).record("b");
+    const Edit earlier = [](Properties& tag) { position("FilePos", sdb::hexFromProp(tag, "FilePos") - 1)(tag); };
+
+    struct Case
+    {
+        std::string bytes, kept;
+    };
+
+    const Case cases[] = {
+        {types.str(), "2 records and 0 thumbnails"},                                           // one payload, two types
+        {cut.str(), "1 record and 0 thumbnails"},                                              // blocks behind the end
+        {ContainerBytes().record("a").thumbnail(0, earlier).raw("m").str(), "1 record and 0"}, // a picture moved a byte
+        {ContainerBytes("junk" + ContainerBytes().str()).record("a").str(), "1 record"}, // bytes before the header
+    };
+    for (const Case& aCase : cases)
+    {
+        SCOPED_TRACE(aCase.bytes);
+        write("x.sce", aCase.bytes);
+        EXPECT_THAT(run("recover --force @x.sce -o @out.sce").out, HasSubstr(aCase.kept));
+        EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
+    }
+}
+
 TEST_F(RecoverTest, whatIsSoundInTheCorpusComesBackAndIsClean)
 {
     const LogCapture log;
