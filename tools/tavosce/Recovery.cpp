@@ -3,6 +3,7 @@
 #include "BlockCheck.h"
 #include "Interrupt.h"
 #include "LibraryLog.h"
+#include "RecordNumbers.h"
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
@@ -90,12 +91,22 @@ Recovery::Recovery(ScannedFile& file, std::ostream& out, Progress progress)
     , _progress(std::move(progress))
     , _check(file.stream(), file.size(), CheckDepth::Everything)
 {
+    const auto numbers = recordNumbers(file.stream(), file.pieces());
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+    {
+        if (numbers[i])
+        {
+            _numbered[*numbers[i]] = i;
+        }
+        _allNumbered = _allNumbered && numbers[i].has_value();
+    }
 }
 
 std::vector<Rescue> Recovery::run()
 {
     const LibraryLog log; // what there is to say is in the findings
     std::vector<Rescue> res;
+    res.reserve(_file.pieces().size()); // thumbnails that wait for their record refer to it
     writeFileHeader();
     for (std::size_t i = 0; i < _file.pieces().size() && _out; ++i)
     {
@@ -106,7 +117,7 @@ std::vector<Rescue> Recovery::run()
             continue;
         }
         _progress(static_cast<double>(piece.begin) / static_cast<double>(_file.size()));
-        Rescue rescue{piece.kind, piece.begin, piece.end, {}, {}, {}, {}};
+        Rescue& rescue = res.emplace_back(Rescue{piece.kind, piece.begin, piece.end, {}, {}, {}, {}});
         if (piece.kind == FilePiece::Record)
         {
             takeRecord(piece, rescue);
@@ -119,7 +130,6 @@ std::vector<Rescue> Recovery::run()
         {
             rescue.reason = reasonOf(piece.kind);
         }
-        res.push_back(std::move(rescue));
     }
     return res;
 }
@@ -159,27 +169,56 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
         writeRecord(piece, contents);
     }
     _records.push_back(rescue.written);
+    if (rescue.written)
+    {
+        writeEarlyThumbnails();
+    }
 }
 
 void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
 {
-    const int record = piece.tag.getInt(key::RECORD_INDEX);
     rescue.reason = piece.fault;
     if (!rescue.reason.empty())
     {
         return;
     }
-    if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())
+    const auto number = static_cast<std::size_t>(piece.tag.getInt(key::RECORD_INDEX));
+    const auto found = _numbered.find(number);
+    if (found == _numbered.end())
     {
-        rescue.reason = kindOf(FindingCode::ThumbnailRecord).text;
+        rescue.reason = _allNumbered ? kindOf(FindingCode::ThumbnailRecord).text
+                                     : "which record it belongs to is lost with records before it";
         return;
     }
-    rescue.record = static_cast<std::size_t>(record);
-    if (*rescue.record >= _records.size() || !_records[*rescue.record])
+    rescue.record = found->second;
+    if (*rescue.record >= _records.size())
     {
-        rescue.reason = "its record is dropped, or comes later";
-        return;
+        rescue.reason = "its record, which comes later, is dropped";
+        _early.emplace(*rescue.record, std::pair(&piece, &rescue));
     }
+    else if (!_records[*rescue.record])
+    {
+        rescue.reason = "its record is dropped";
+    }
+    else
+    {
+        writeThumbnail(piece, rescue);
+    }
+}
+
+/// The thumbnails that stand before their record, which has just been written, follow it.
+void Recovery::writeEarlyThumbnails()
+{
+    const auto [begin, end] = _early.equal_range(_records.size() - 1);
+    for (auto early = begin; early != end; ++early)
+    {
+        writeThumbnail(*early->second.first, *early->second.second);
+    }
+}
+
+void Recovery::writeThumbnail(const FilePiece& piece, Rescue& rescue)
+{
+    rescue.reason.clear();
     rescue.written = _records[*rescue.record];
     Properties tag = piece.tag;
     tag.set(key::RECORD_INDEX, static_cast<int>(*rescue.written), Properties::Overwrite);
