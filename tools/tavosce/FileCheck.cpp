@@ -7,7 +7,6 @@
 
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/FileIndex.h"
-#include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <utility>
@@ -34,7 +33,7 @@ public:
     {
         const LibraryLog log; // the findings say it all
         _res.bytes = _file.size();
-        if (!_file.isHeaded())
+        if (_file.header() == nullptr)
         {
             add(FindingCode::HeaderDamaged, 0);
         }
@@ -54,7 +53,7 @@ private:
         switch (piece.kind)
         {
         case FilePiece::FileHeader:
-            return index > 0 ? add(FindingCode::HeaderRepeated, piece.begin) : void();
+            return &piece != _file.header() && index > 0 ? add(FindingCode::HeaderRepeated, piece.begin) : void();
         case FilePiece::Record:
             return checkRecord(piece);
         case FilePiece::Thumbnail:
@@ -81,7 +80,7 @@ private:
     {
         const FilePiece& piece = _file.pieces()[index];
         const bool isLast = index + 1 == _file.pieces().size();
-        if (index == 0 && !_file.isHeaded())
+        if (index == 0 && _file.header() == nullptr)
         {
             return; // that is the header
         }
@@ -152,13 +151,11 @@ private:
         {
             add(FindingCode::ItemHidden, piece.begin);
         }
-        const std::uint64_t pixels = sdb::detail::pixelBytes(piece.tag);
-        const std::uint64_t tagEnd = sdb::hexFromProp(piece.tag, key::FILE_POS);
-        const std::uint64_t length = sdb::hexFromProp(piece.tag, key::LENGTH);
-        if (length != pixels || tagEnd < piece.begin || piece.end < tagEnd || piece.end - tagEnd != pixels)
+        if (!piece.fault.empty())
         {
             add(FindingCode::ThumbnailDamaged, piece.begin,
-                counted(length, "byte") + " at " + hexadecimal(tagEnd) + " for " +
+                counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
+                    hexadecimal(sdb::hexFromProp(piece.tag, key::FILE_POS)) + " for " +
                     std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
                     std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
         }

@@ -87,6 +87,7 @@ private:
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind != field::HEADER && kind != field::THUMBNAIL)
         {
+            accuseRecordOf(kind);
             add(FilePiece::UnknownTag, tagEnd, std::move(tag));
             return;
         }
@@ -102,6 +103,18 @@ private:
         else
         {
             takeThumbnail(std::move(tag), tagEnd, *end);
+        }
+    }
+
+    /// A tag that stands in records only, and right behind one, is what a "Length" that is too short has left out.
+    void accuseRecordOf(const std::string& kind)
+    {
+        const bool isOfRecord = kind == field::CLASS_VERSIONS || kind == field::NODE || kind == field::BINARY_DATA;
+        const bool isBehindRecord = !_pieces.empty() && _pieces.back().kind == FilePiece::Record;
+        if (isOfRecord && isBehindRecord && _pieces.back().fault.empty())
+        {
+            _pieces.back().fault = "the record goes on behind its end";
+            _pieces.back().faultPosition = _position;
         }
     }
 
@@ -136,6 +149,8 @@ private:
         const bool isConsistent = sdb::hexFromProp(tag, key::FILE_POS) == tagEnd && end <= _fileSize &&
                                   sdb::hexFromProp(tag, key::LENGTH) == sdb::detail::pixelBytes(tag);
         add(FilePiece::Thumbnail, isConsistent ? end : std::min(end, nextItem(tagEnd)), std::move(tag));
+        _pieces.back().fault =
+            isConsistent ? "" : "the picture is not behind its tag, or has not the bytes of its size";
     }
 
     /// A piece from the present position on; nothing if it would be empty. Bytes that cannot be read become one piece.
@@ -153,7 +168,8 @@ private:
         }
         else
         {
-            _pieces.push_back({kind, _position, end, std::move(tag), isReached(kind)});
+            const std::uint64_t tagEnd = tag.empty() ? _position : _position + _text.size();
+            _pieces.push_back({kind, _position, end, std::move(tag), isReached(kind), tagEnd});
         }
         _position = end;
     }

@@ -29,8 +29,10 @@ struct FilePiece
     std::uint64_t end = 0;           ///< first byte of the next piece, or the size of the file
     Properties tag;                  ///< empty for Unreadable
     bool reached = true;             ///< whether the library's own walk over the file gets here
-    std::string fault = {};          ///< of a Record: empty if its tags lead to its end; otherwise why they do not
-    std::uint64_t faultPosition = 0; ///< where that is
+    std::uint64_t tagEnd = 0;        ///< first byte behind the tag; `begin` where there is none
+    std::string fault = {};          ///< empty for a Record whose tags lead to its end and for a Thumbnail that has its
+                                     ///< pixels behind its tag; otherwise why it is not like that
+    std::uint64_t faultPosition = 0; ///< of a Record with a fault: where that is
 };
 
 /// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.

@@ -33,6 +33,10 @@ public:
     /// Whether the payload is one that a block which was checked before has, for the same owner in the same session.
     bool isStored(const Properties& header, const StoredBlock& block) const;
 
+    /// Session, object key and name: to whom a payload belongs; and all that decoding it depends on.
+    using Stored = std::tuple<std::string, std::string, std::string, std::string>;
+    static Stored storedForm(const Properties& header, const StoredBlock& block);
+
 private:
     void checkHeader(const Properties& header, const RecordContents& contents);
     void checkNodes(const RecordContents& contents);
@@ -40,10 +44,6 @@ private:
     void checkPlace(const Properties& header, const StoredBlock& block);
     void checkPayload(const StoredBlock& block);
     void add(FindingCode code, std::uint64_t byte, const std::string& detail = {}, const std::string& objectKey = {});
-
-    /// Session, object key and name: to whom a payload belongs; and all that decoding it depends on.
-    using Stored = std::tuple<std::string, std::string, std::string, std::string>;
-    static Stored storedForm(const Properties& header, const StoredBlock& block);
 
     std::istream& _in;
     std::uint64_t _fileSize;

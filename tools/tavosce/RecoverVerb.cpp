@@ -141,7 +141,7 @@ void runRecover(const RecoverOptions& options, Console& console)
     ScannedFile file(options.input);
     OutputFile output(options.output, options.force);
     const std::vector<Rescue> rescues = writeAnew(file, output, options, console.report);
-    const bool isAllKept = std::all_of(rescues.begin(), rescues.end(), isKept) && file.isHeaded();
+    const bool isAllKept = std::all_of(rescues.begin(), rescues.end(), isKept) && file.header() != nullptr;
     if (!isAllKept && keptOf(rescues, FilePiece::Record) == 0)
     {
         throw Failure(TooDamaged, shown(options.input), "no record is whole",

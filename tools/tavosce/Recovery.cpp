@@ -3,11 +3,10 @@
 #include "BlockCheck.h"
 #include "Interrupt.h"
 #include "LibraryLog.h"
+#include "RecordNumbers.h"
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
-#include "scenegraph/io/detail/Extent.h"
-#include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
@@ -92,23 +91,33 @@ Recovery::Recovery(ScannedFile& file, std::ostream& out, Progress progress)
     , _progress(std::move(progress))
     , _check(file.stream(), file.size(), CheckDepth::Everything)
 {
+    const auto numbers = recordNumbers(file.stream(), file.pieces());
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+    {
+        if (numbers[i])
+        {
+            _numbered[*numbers[i]] = i;
+        }
+        _allNumbered = _allNumbered && numbers[i].has_value();
+    }
 }
 
 std::vector<Rescue> Recovery::run()
 {
     const LibraryLog log; // what there is to say is in the findings
     std::vector<Rescue> res;
+    res.reserve(_file.pieces().size()); // thumbnails that wait for their record refer to it
     writeFileHeader();
     for (std::size_t i = 0; i < _file.pieces().size() && _out; ++i)
     {
         throwIfInterrupted();
         const FilePiece& piece = _file.pieces()[i];
-        if (i == 0 && piece.kind == FilePiece::FileHeader)
+        if (&piece == _file.header())
         {
             continue;
         }
         _progress(static_cast<double>(piece.begin) / static_cast<double>(_file.size()));
-        Rescue rescue{piece.kind, piece.begin, piece.end, {}, {}, {}, {}};
+        Rescue& rescue = res.emplace_back(Rescue{piece.kind, piece.begin, piece.end, {}, {}, {}, {}});
         if (piece.kind == FilePiece::Record)
         {
             takeRecord(piece, rescue);
@@ -121,7 +130,6 @@ std::vector<Rescue> Recovery::run()
         {
             rescue.reason = reasonOf(piece.kind);
         }
-        res.push_back(std::move(rescue));
     }
     return res;
 }
@@ -129,9 +137,9 @@ std::vector<Rescue> Recovery::run()
 /// The header stays what it is, so that nodes are upgraded from the release that wrote them.
 void Recovery::writeFileHeader()
 {
-    if (_file.isHeaded())
+    if (const FilePiece* const header = _file.header())
     {
-        copy(_file.pieces()[0].begin, _file.pieces()[0].end);
+        copy(header->begin, header->end);
     }
     else
     {
@@ -161,30 +169,56 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
         writeRecord(piece, contents);
     }
     _records.push_back(rescue.written);
+    if (rescue.written)
+    {
+        writeEarlyThumbnails();
+    }
 }
 
 void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
 {
-    const int record = piece.tag.getInt(key::RECORD_INDEX);
-    const std::uint64_t pixels = sdb::hexFromProp(piece.tag, key::FILE_POS);
-    const std::uint64_t length = sdb::detail::pixelBytes(piece.tag);
-    if (pixels < piece.begin || sdb::hexFromProp(piece.tag, key::LENGTH) != length ||
-        sdb::detail::extentEnd(piece.tag) != piece.end)
+    rescue.reason = piece.fault;
+    if (!rescue.reason.empty())
     {
-        rescue.reason = kindOf(FindingCode::ThumbnailDamaged).text;
         return;
     }
-    if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())
+    const auto number = static_cast<std::size_t>(piece.tag.getInt(key::RECORD_INDEX));
+    const auto found = _numbered.find(number);
+    if (found == _numbered.end())
     {
-        rescue.reason = kindOf(FindingCode::ThumbnailRecord).text;
+        rescue.reason = _allNumbered ? kindOf(FindingCode::ThumbnailRecord).text
+                                     : "which record it belongs to is lost with records before it";
         return;
     }
-    rescue.record = static_cast<std::size_t>(record);
-    if (*rescue.record >= _records.size() || !_records[*rescue.record])
+    rescue.record = found->second;
+    if (*rescue.record >= _records.size())
     {
-        rescue.reason = "its record is dropped, or comes later";
-        return;
+        rescue.reason = "its record, which comes later, is dropped";
+        _early.emplace(*rescue.record, std::pair(&piece, &rescue));
     }
+    else if (!_records[*rescue.record])
+    {
+        rescue.reason = "its record is dropped";
+    }
+    else
+    {
+        writeThumbnail(piece, rescue);
+    }
+}
+
+/// The thumbnails that stand before their record, which has just been written, follow it.
+void Recovery::writeEarlyThumbnails()
+{
+    const auto [begin, end] = _early.equal_range(_records.size() - 1);
+    for (auto early = begin; early != end; ++early)
+    {
+        writeThumbnail(*early->second.first, *early->second.second);
+    }
+}
+
+void Recovery::writeThumbnail(const FilePiece& piece, Rescue& rescue)
+{
+    rescue.reason.clear();
     rescue.written = _records[*rescue.record];
     Properties tag = piece.tag;
     tag.set(key::RECORD_INDEX, static_cast<int>(*rescue.written), Properties::Overwrite);
@@ -192,7 +226,7 @@ void Recovery::takeThumbnail(const FilePiece& piece, Rescue& rescue)
     setPosition(tag, key::FILE_POS, 0);
     setPosition(tag, key::FILE_POS, begin + sdb::detail::tagText(tag).size());
     write(_out, sdb::detail::tagText(tag));
-    copy(pixels, pixels + length);
+    copy(piece.tagEnd, piece.end);
 }
 
 void Recovery::writeRecord(const FilePiece& piece, const RecordContents& contents)
@@ -241,7 +275,7 @@ void Recovery::copyTags(const RecordContents& contents)
 void Recovery::writeBlock(const Properties& header, const StoredBlock& block)
 {
     Properties tag = block.tag;
-    const Owner owner = ownerOf(header, block);
+    const RecordCheck::Stored owner = RecordCheck::storedForm(header, block);
     const auto stored = _payloads.find(owner);
     const bool isWritten = !block.shared || stored == _payloads.end();
     setPosition(tag, key::FILE_POS, 0);
@@ -263,19 +297,9 @@ std::uint64_t Recovery::missingBytes(const Properties& header, const RecordConte
     std::uint64_t res = 0;
     for (const StoredBlock& block : contents.blocks)
     {
-        res += block.shared && _payloads.count(ownerOf(header, block)) == 0 ? block.length : 0;
+        res += block.shared && _payloads.count(RecordCheck::storedForm(header, block)) == 0 ? block.length : 0;
     }
     return res;
-}
-
-Recovery::Owner Recovery::ownerOf(const Properties& header, const StoredBlock& block)
-{
-    return {header.getString(key::SESSION_ID),
-            block.objectKey(),
-            block.name(),
-            std::to_string(block.kind()),
-            block.tag.getString(key::FILE_POS),
-            block.tag.getString(key::LENGTH)};
 }
 
 /// Copies bytes of the damaged file. A file that has become shorter meanwhile leaves the new one in fail state.

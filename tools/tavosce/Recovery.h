@@ -53,24 +53,25 @@ private:
     void writeFileHeader();
     void takeRecord(const FilePiece& piece, Rescue& rescue);
     void takeThumbnail(const FilePiece& piece, Rescue& rescue);
+    void writeEarlyThumbnails();
+    void writeThumbnail(const FilePiece& piece, Rescue& rescue);
     void writeRecord(const FilePiece& piece, const RecordContents& contents);
     void copyTags(const RecordContents& contents);
     void writeBlock(const Properties& header, const StoredBlock& block);
     void copy(std::uint64_t begin, std::uint64_t end);
     std::uint64_t missingBytes(const Properties& header, const RecordContents& contents) const;
 
-    /// Whose payload it is, and where it lies in the damaged file.
-    using Owner = std::vector<std::string>;
-    static Owner ownerOf(const Properties& header, const StoredBlock& block);
-
     ScannedFile& _file;
     std::ostream& _out;
     Progress _progress;
     RecordCheck _check;
-    sdb::detail::FileIndex _index;                    ///< of the new file
-    std::map<Owner, std::uint64_t> _payloads;         ///< where they lie in the new file
-    std::vector<std::optional<std::size_t>> _records; ///< by index in the damaged file: the one in the new file
-    std::uint64_t _rewritten = 0;                     ///< bytes of payloads that were shared and had to be written
+    sdb::detail::FileIndex _index;                          ///< of the new file
+    std::map<RecordCheck::Stored, std::uint64_t> _payloads; ///< where those of the damaged file lie in the new one
+    std::vector<std::optional<std::size_t>> _records;       ///< by index in the damaged file: the one in the new file
+    std::map<std::size_t, std::size_t> _numbered; ///< by the number that thumbnails have: record in the damaged file
+    bool _allNumbered = true;                     ///< whether that is known of all records
+    std::multimap<std::size_t, std::pair<const FilePiece*, Rescue*>> _early; ///< thumbnails before their record
+    std::uint64_t _rewritten = 0; ///< bytes of payloads that were shared and had to be written
 };
 
 } // namespace tavosce

@@ -37,14 +37,17 @@ ScannedFile::ScannedFile(const std::string& path)
     }
     _recordCount = static_cast<std::size_t>(std::count_if(
         _pieces.begin(), _pieces.end(), [](const FilePiece& piece) { return piece.kind == FilePiece::Record; }));
+    const auto header = std::find_if(_pieces.begin(), _pieces.end(),
+                                     [](const FilePiece& piece) { return piece.kind == FilePiece::FileHeader; });
+    _header = static_cast<std::size_t>(header - _pieces.begin());
+    _headed = header != _pieces.end();
     try
     {
         const SceneFile accepted(path);
     }
     catch (const Failure& failure)
     {
-        const bool isTooNew =
-            !_pieces.empty() && _pieces[0].kind == FilePiece::FileHeader && isPlausible(_pieces[0].tag);
+        const bool isTooNew = _header == 0 && _headed && isPlausible(header->tag);
         if (failure.code() != WrongFormat || isTooNew || _recordCount == 0)
         {
             throw;

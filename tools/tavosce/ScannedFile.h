@@ -25,8 +25,8 @@ public:
 
     std::uint64_t size() const { return _file.size(); }
 
-    /// Whether the file begins with a header that readers accept.
-    bool isHeaded() const { return _headed; }
+    /// The file header, if readers accept it; else null.
+    const FilePiece* header() const { return _headed ? &_pieces[_header] : nullptr; }
 
     const std::vector<FilePiece>& pieces() const { return _pieces; }
 
@@ -38,7 +38,8 @@ private:
     InputFile _file;
     std::vector<FilePiece> _pieces;
     std::size_t _recordCount;
-    bool _headed = true;
+    std::size_t _header; ///< place of the first file header; the number of pieces if there is none
+    bool _headed;        ///< whether readers accept it
 };
 
 } // namespace tavosce

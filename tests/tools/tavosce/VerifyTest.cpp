@@ -126,6 +126,12 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
     ContainerBytes shares;
     shares.record("a", {array("T", ABC)});
     const auto payload = shares.lastPayload;
+    const Edit earlier = [](Properties& tag) { position("FilePos", sdb::hexFromProp(tag, "FilePos") - 1)(tag); };
+    const Edit shorter = [](Properties& tag)
+    {
+        const std::uint64_t blocks = sdb::hexFromProp(tag, "BinaryData");
+        position("Length", blocks - sdb::hexFromProp(tag, "FilePos"))(tag);
+    };
     const std::string triangleBlock = header() + points(3) + cells("POLYGONS", 1, {3, 0, 1, 2});
     const std::pair<std::string, std::string> cases[] = {
         {aRecord(array("T", ABC)), ""},
@@ -133,6 +139,7 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {aRecord(polys(triangleBlock)), ""},
         // the top level
         {"broken" + shares.str().substr(6), "header-damaged"},
+        {ContainerBytes("junk" + ContainerBytes().str()).record("a").str(), "gap"},
         {ContainerBytes(shares.str()).raw(ContainerBytes().str()).str(), "header-repeated"},
         {ContainerBytes(shares.str()).record("b", {}, position("Length", 0)).str(), "record-unfinished"},
         {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0), "").str(), "thumbnail-unfinished"},
@@ -143,6 +150,7 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {ContainerBytes(shares.str()).raw("{junk\n").record("b").str(), "unreadable item-hidden"},
         // records
         {shares.str().substr(0, shares.size() - 1), "record-broken"},
+        {ContainerBytes().record("a", {array("T", ABC)}, shorter).str(), "record-broken tag-unknown gap"},
         {ContainerBytes().record("a", {}, number("Version", 3)).str(), "record-version"},
         {ContainerBytes().record("a", {}, text("RootNodeKey", "N_9")).str(), "record-root"},
         {ContainerBytes().record("a", {array("T", ABC)}, position("BinaryData", 200)).str(), "record-blocks"},
@@ -171,6 +179,7 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {aRecord(polys("nothing")), "dataset-damaged"},
         // thumbnails
         {ContainerBytes(shares.str()).thumbnail(0, {}, "short").record("b").str(), "thumbnail-damaged"},
+        {ContainerBytes(shares.str()).thumbnail(0, earlier).raw("m").str(), "thumbnail-damaged gap"},
         {ContainerBytes(shares.str()).thumbnail(5).str(), "thumbnail-record"},
     };
     for (const auto& [bytes, codes] : cases)
