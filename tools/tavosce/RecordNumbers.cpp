@@ -22,7 +22,7 @@ namespace field = sdb::detail::field;
 /// No record that this library writes is shorter: so much is in the header, the class versions and a node.
 constexpr std::uint64_t LEAST_RECORD = 200;
 
-/// How often a byte may be read for nothing, on the average.
+/// How often a byte of tags may be read, on the average: payloads may lead from many places to the same tags.
 constexpr std::uint64_t READS_OF_A_BYTE = 16;
 
 /// What a rendered tag of a kind begins with.
@@ -164,10 +164,12 @@ private:
             _in.clear();
             sdb::detail::seekTo(_in, position);
             std::uint64_t skipped = 0;
-            if (_in.peek() != '{' || sdb::detail::scanTag(_in, text, skipped) != sdb::detail::TagScan::Complete)
+            const bool isTag =
+                _in.peek() == '{' && sdb::detail::scanTag(_in, text, skipped) == sdb::detail::TagScan::Complete;
+            _budget -= std::min<std::uint64_t>(_budget, text.size());
+            _known = _known && _budget > 0;
+            if (!isTag || !_known)
             {
-                _budget -= std::min<std::uint64_t>(_budget, text.size());
-                _known = _known && _budget > 0;
                 return position;
             }
             const Properties tag(text);
@@ -207,7 +209,7 @@ private:
     }
 
     std::istream& _in;
-    std::uint64_t _budget;            ///< how many bytes may still be read for nothing
+    std::uint64_t _budget;            ///< how many bytes of tags may still be read
     std::uint64_t _mostHeader = 0;    ///< bytes of the longest header of a record
     std::uint64_t _mostThumbnail = 0; ///< bytes of the largest thumbnail, with its tag
     std::vector<std::optional<std::size_t>> _res;
