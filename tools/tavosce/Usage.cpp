@@ -65,30 +65,6 @@ private:
     std::vector<Portion>& _portions;
 };
 
-/// Where the tag ends with which a record begins: in front of the first thing that follows.
-std::uint64_t headerEnd(const FilePiece& piece, const RecordContents& contents)
-{
-    std::uint64_t res = contents.fault.empty() ? piece.end : contents.faultPosition;
-    const auto consider = [&res](std::uint64_t position) { res = std::min(res, position); };
-    for (const auto& tag : contents.classVersionTags)
-    {
-        consider(tag.first);
-    }
-    for (const Oddity& oddity : contents.oddities)
-    {
-        consider(oddity.position);
-    }
-    if (!contents.nodes.empty())
-    {
-        consider(contents.nodes.front().tagPosition);
-    }
-    if (!contents.blocks.empty())
-    {
-        consider(contents.blocks.front().tagPosition);
-    }
-    return res;
-}
-
 void tileBlock(const StoredBlock& block, Tiling& tiling)
 {
     const std::string kind = kindName(block.kind()), node = block.objectKey();
@@ -104,7 +80,7 @@ void tileBlock(const StoredBlock& block, Tiling& tiling)
 
 void tileRecord(const FilePiece& piece, const RecordContents& contents, Tiling& tiling)
 {
-    tiling.goTo(headerEnd(piece, contents), &Bytes::tags, "record header");
+    tiling.goTo(piece.tagEnd, &Bytes::tags, "record header");
     std::map<std::uint64_t, std::function<void()>> steps; // by the place where each begins
     for (const auto& tag : contents.classVersionTags)
     {
@@ -161,9 +137,9 @@ private:
         {
             tiling.goTo(piece.end, &Bytes::tags, "file header");
         }
-        else if (piece.kind == FilePiece::Thumbnail && piece.reached)
+        else if (piece.kind == FilePiece::Thumbnail && piece.reached && piece.fault.empty())
         {
-            tiling.goTo(sdb::hexFromProp(piece.tag, key::FILE_POS), &Bytes::tags, "thumbnail");
+            tiling.goTo(piece.tagEnd, &Bytes::tags, "thumbnail");
             tiling.goTo(piece.end, &Bytes::own, "thumbnail");
         }
         tiling.finish(); // of everything else readers see nothing
