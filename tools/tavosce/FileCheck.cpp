@@ -50,6 +50,10 @@ private:
     void checkPiece(std::size_t index)
     {
         const FilePiece& piece = _file.pieces()[index];
+        if (piece.kind == FilePiece::Record || piece.kind == FilePiece::Thumbnail)
+        {
+            _inRemains = piece.kind == FilePiece::Record && !piece.fault.empty();
+        }
         switch (piece.kind)
         {
         case FilePiece::FileHeader:
@@ -62,12 +66,20 @@ private:
             return add(isThumbnail(piece.tag) ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished,
                        piece.begin);
         case FilePiece::UnknownTag:
-            return add(FindingCode::TagUnknown, piece.begin);
+            return checkUnknownTag(piece);
         case FilePiece::StrayTag:
             return add(FindingCode::TagStray, piece.begin);
         case FilePiece::Unreadable:
             return checkUnreadable(index);
         }
+    }
+
+    /// The first tag of a record without a header says it all, and behind a broken record there is nothing more to say.
+    void checkUnknownTag(const FilePiece& piece)
+    {
+        const bool isLost = isTagOfRecord(piece.tag) && !_inRemains;
+        _inRemains = _inRemains || isLost;
+        add(isLost ? FindingCode::RecordLost : FindingCode::TagUnknown, piece.begin);
     }
 
     static bool isThumbnail(const Properties& tag)
@@ -176,6 +188,7 @@ private:
     RecordCheck _records;
     const Progress& _progress;
     sdb::detail::FileIndex _index;
+    bool _inRemains = false; ///< whether what comes next may be what is left of a record that was told of
     CheckedFile _res;
 };
 

@@ -21,6 +21,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::Gap, "gap", Severity::Warning, "bytes that belong to nothing"},
     {Code::Unreadable, "unreadable", Severity::Error, "there is no tag where the next item should be"},
     {Code::ItemHidden, "item-hidden", Severity::Error, "whole, but readers do not get here, as damage is before it"},
+    {Code::RecordLost, "record-lost", Severity::Error, "the tags of a record whose header is destroyed"},
     {Code::RecordBroken, "record-broken", Severity::Error, "the tags do not lead to the record's end"},
     {Code::RecordVersion, "record-version", Severity::Error, "a version of records that is not known"},
     {Code::RecordTag, "record-tag", Severity::Error, "a tag of no known kind, or one too many, in the record"},

@@ -31,6 +31,7 @@ enum class FindingCode
     Gap,
     Unreadable,
     ItemHidden,
+    RecordLost,
     RecordBroken,
     RecordVersion,
     RecordTag,

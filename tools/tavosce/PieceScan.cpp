@@ -87,7 +87,7 @@ private:
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind != field::HEADER && kind != field::THUMBNAIL)
         {
-            accuseRecordOf(kind);
+            accuseRecordOf(tag);
             add(FilePiece::UnknownTag, tagEnd, std::move(tag));
             return;
         }
@@ -107,11 +107,10 @@ private:
     }
 
     /// A tag that stands in records only, and right behind one, is what a "Length" that is too short has left out.
-    void accuseRecordOf(const std::string& kind)
+    void accuseRecordOf(const Properties& tag)
     {
-        const bool isOfRecord = kind == field::CLASS_VERSIONS || kind == field::NODE || kind == field::BINARY_DATA;
         const bool isBehindRecord = !_pieces.empty() && _pieces.back().kind == FilePiece::Record;
-        if (isOfRecord && isBehindRecord && _pieces.back().fault.empty())
+        if (isTagOfRecord(tag) && isBehindRecord && _pieces.back().fault.empty())
         {
             _pieces.back().fault = "the record goes on behind its end";
             _pieces.back().faultPosition = _position;
@@ -136,7 +135,7 @@ private:
         }
         if (!contents.fault.empty())
         {
-            pay(std::max(contents.faultPosition, tagEnd) - _position);
+            pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
             end = std::min(end, nextItem(tagEnd));
         }
         add(FilePiece::Record, end, std::move(header));

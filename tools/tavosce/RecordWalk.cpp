@@ -71,6 +71,7 @@ private:
         sdb::detail::seekTo(_in, _position);
         std::uint64_t skipped = 0;
         const TagScan scan = _in.peek() == '{' ? sdb::detail::scanTag(_in, _text, skipped) : TagScan::NoTag;
+        _res.readTo = scan == TagScan::NoTag ? _position : _position + _text.size();
         if (scan != TagScan::Complete || _text.size() > _end - _position)
         {
             stop(scan == TagScan::NoTag ? "bytes that belong to no tag" : "a tag that is cut off");
@@ -175,6 +176,12 @@ private:
 };
 
 } // namespace
+
+bool isTagOfRecord(const Properties& tag)
+{
+    const std::string& kind = tag.getString(key::DATA_FIELD);
+    return kind == field::CLASS_VERSIONS || kind == field::NODE || kind == field::BINARY_DATA;
+}
 
 std::string StoredBlock::objectKey() const
 {

@@ -44,6 +44,9 @@ struct Oddity
     bool isUnknown; ///< of no known kind, or one too many; otherwise only its place is wrong
 };
 
+/// Whether a tag is of a kind that stands in records only.
+bool isTagOfRecord(const Properties& tag);
+
 /// What a record holds, as far as its tags can be read.
 struct RecordContents
 {
@@ -54,6 +57,7 @@ struct RecordContents
     std::vector<Oddity> oddities;    ///< what no writer leaves like that, although it can be read
     std::string fault;               ///< empty if the record is whole; otherwise why the walk ended early
     std::uint64_t faultPosition = 0; ///< where that is
+    std::uint64_t readTo = 0;        ///< up to where the walk has read then, which may be far behind
 };
 
 /// Walks the tags of one record, from its header to its end. Unlike the library's index, which jumps back where a block

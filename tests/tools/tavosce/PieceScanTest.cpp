@@ -101,13 +101,16 @@ TEST(PieceScanTest, aFileMadeToBeReadOverAndOverIsNot)
     // Each brace could be a tag that ends with the file, and each header seems to have a record of all that follows.
     ContainerBytes braces;
     ContainerBytes headers;
+    ContainerBytes records; // the payload of each is a tag that could end with the file
     for (int i = 0; i < 1000; ++i)
     {
         braces.raw("{").record("a");
         headers.record("a", {}, position("FilePos", 0));
+        records.record("a", {{"T", "{", {}, position("Length", 0)}});
     }
     expectTiling(scan(braces.str()), braces.size());
     expectTiling(scan(headers.str()), headers.size());
+    EXPECT_EQ(scan(records.str()).back().fault, "not looked at, after so much damage");
     const auto pieces = scan(braces.str());
     EXPECT_EQ(std::count_if(pieces.begin(), pieces.end(),
                             [](const FilePiece& piece) { return piece.kind == FilePiece::Record; }),

@@ -149,6 +149,8 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {shares.str() + "{junk\n", "unreadable"},
         {ContainerBytes(shares.str()).raw("{junk\n").record("b").str(), "unreadable item-hidden"},
         // records
+        {ContainerBytes().record("a", {array("T", ABC)}, text("DataField", "Hexder")).str(),
+         "tag-unknown record-lost tag-unknown gap"},
         {shares.str().substr(0, shares.size() - 1), "record-broken"},
         {ContainerBytes().record("a", {array("T", ABC)}, shorter).str(), "record-broken tag-unknown gap"},
         {ContainerBytes().record("a", {}, number("Version", 3)).str(), "record-version"},
@@ -240,6 +242,8 @@ TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)
     write("none.sce", ContainerBytes().record("a", {array("T", "\7abc")}).str());
     EXPECT_EQ(run("verify @none.sce").code, 5);
     EXPECT_EQ(run("verify --quick @none.sce").code, 5);
+    write("lost.sce", ContainerBytes().record("a", {}, ::text("DataField", "Hexder")).str());
+    EXPECT_EQ(run("verify @lost.sce").code, 5);
     write("foreign.sce", "no scene database");
     EXPECT_EQ(run("verify @foreign.sce @note.sce").code, 4);
     EXPECT_EQ(run("verify @missing.sce").code, 3);
