@@ -1,5 +1,7 @@
 #include "RecordNumbers.h"
 
+#include "RecordWalk.h"
+
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Positions.h"
@@ -173,14 +175,14 @@ private:
                 return position;
             }
             const Properties tag(text);
-            const std::string& kind = tag.getString(key::DATA_FIELD);
+            const bool isBlock = tag.getString(key::DATA_FIELD) == field::BINARY_DATA;
             const auto end = sdb::detail::extentEnd(tag);
-            if (kind != field::CLASS_VERSIONS && kind != field::NODE && (kind != field::BINARY_DATA || !end))
+            if (!isTagOfRecord(tag) || (isBlock && !end))
             {
                 return position;
             }
             position += text.size();
-            position = kind == field::BINARY_DATA ? std::max(position, *end) : position;
+            position = isBlock ? std::max(position, *end) : position;
         }
     }
 
