@@ -38,7 +38,7 @@ struct OpenRecord
     explicit OpenRecord(const std::string& text)
         : address(parseAddress(text))
         , file(address.file)
-        , index(placeOf({address.file, address.index.value_or(-1)}, file.records().size()))
+        , index(placeOrNewest(address, file.records().size()))
         , contents(walkRecord(file.stream(), file.records()[index], file.size()))
     {
     }
@@ -281,9 +281,7 @@ void runCat(const CatOptions& options, Console& console)
 Run declareCat(CLI::App& app)
 {
     const auto options = std::make_shared<CatOptions>();
-    app.add_option("FILE[:REC]", options->address,
-                   "Scene database; a record of it, counted from 0 or, negative, from the end (without one the last)")
-        ->required();
+    app.add_option("FILE[:REC]", options->address, RECORD_OR_NEWEST)->required();
     app.add_option("NODE[.PROP|/ARRAY]", options->target,
                    "Node; one of its properties, nested ones with dots between; one of its arrays, or points, verts, "
                    "lines, polys or strips of its geometry. point:, cell: or node: in front of an array tells apart "

@@ -45,7 +45,7 @@ void printNodes(const std::string& text, std::ostream& out)
 {
     const RecordAddress address = parseAddress(text);
     SceneFile file(address.file);
-    const std::size_t index = placeOf({address.file, address.index.value_or(-1)}, file.records().size());
+    const std::size_t index = placeOrNewest(address, file.records().size());
     const RecordContents contents = walkRecord(file.stream(), file.records()[index], file.size());
     for (const StoredNode& node : contents.nodes)
     {

@@ -43,6 +43,11 @@ std::size_t placeOf(const RecordAddress& address, std::size_t count)
     return static_cast<std::size_t>(index < 0 ? index + records : index);
 }
 
+std::size_t placeOrNewest(const RecordAddress& address, std::size_t count)
+{
+    return placeOf({address.file, address.index.value_or(-1)}, count);
+}
+
 std::string recordFolder(std::size_t record)
 {
     const std::string number = std::to_string(record);

@@ -22,6 +22,13 @@ RecordAddress parseAddress(const std::string& text);
 /// no such record.
 std::size_t placeOf(const RecordAddress& address, std::size_t count);
 
+/// The same; without an index that of the newest record.
+std::size_t placeOrNewest(const RecordAddress& address, std::size_t count);
+
+/// What the help says of an address without which the newest record is meant.
+constexpr const char* RECORD_OR_NEWEST =
+    "Scene database; a record of it, counted from 0 or, negative, from the end (without one the last)";
+
 /// The folder that holds what an export makes of a record: "record-0007".
 std::string recordFolder(std::size_t record);
 

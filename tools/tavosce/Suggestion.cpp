@@ -167,6 +167,11 @@ std::string suggestion(const std::string& name, const std::vector<std::string>& 
 
 std::string fileSuggestion(const std::string& path)
 {
+    const std::string file = path.substr(0, path.find_last_of(':'));
+    if (file != path && Platform::filesystem().fileExists(OS::toWide(file)))
+    {
+        return "a record is a number: " + shown(file) + ":0 is the first, " + shown(file) + ":-1 the newest";
+    }
     std::string name = nameOf(path), folder = folderOf(path);
     bool climbed = false;
     while (!Platform::filesystem().directoryExists(OS::toWide(folder)) && folder.size() > 1)

@@ -20,8 +20,9 @@ std::vector<std::string> closest(const std::string& name, const std::vector<std:
 /// leads to the latter: "the verbs are". Empty if nothing exists.
 std::string suggestion(const std::string& name, const std::vector<std::string>& known, const std::string& intro);
 
-/// A hint for a path at which there is no file: what its folder holds, or the last folder on the way that exists.
-/// Empty if that cannot be read or is empty.
+/// A hint for a path at which there is no file: how to name a record if it is that of one with something behind a
+/// colon, else what its folder holds, or the last folder on the way that exists. Empty if that cannot be read or is
+/// empty.
 std::string fileSuggestion(const std::string& path);
 
 } // namespace tavosce

@@ -192,7 +192,7 @@ void runTree(const TreeOptions& options, Console& console)
 {
     const RecordAddress address = parseAddress(options.address);
     SceneFile file(address.file);
-    const std::size_t index = placeOf({address.file, address.index.value_or(-1)}, file.records().size());
+    const std::size_t index = placeOrNewest(address, file.records().size());
     const RecordContents contents = walkRecord(file.stream(), file.records()[index], file.size());
     const RecordTree record(file.records()[index], contents);
     if (options.json)
@@ -223,9 +223,7 @@ void runTree(const TreeOptions& options, Console& console)
 Run declareTree(CLI::App& app)
 {
     const auto options = std::make_shared<TreeOptions>();
-    app.add_option("FILE[:REC]", options->address,
-                   "Scene database; a record of it, counted from 0 or, negative, from the end (without one the last)")
-        ->required();
+    app.add_option("FILE[:REC]", options->address, RECORD_OR_NEWEST)->required();
     app.add_flag("--json", options->json, "Print one JSON document");
     return [options](Console& console) { runTree(*options, console); };
 }
