@@ -14,6 +14,7 @@
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <istream>
+#include <string_view>
 
 namespace tavosce
 {
@@ -22,6 +23,24 @@ namespace
 {
 
 namespace key = sdb::detail::key;
+
+/// What kind of finding a message of the polydata reader is; of none of these, the polydata is damaged.
+constexpr struct
+{
+    std::string_view beginning;
+    FindingCode code;
+} DATASET_FINDINGS[] = {
+    {"Cannot read dataset type:", FindingCode::DatasetSection},
+    {"Unrecognized keyword:", FindingCode::DatasetSection},
+    {"Unsupported cell attribute type:", FindingCode::DatasetSection},
+    {"Unsupported point attribute type:", FindingCode::DatasetSection},
+    {"Number of cells don't match ", FindingCode::DatasetCounts},
+    {"Number of points don't match ", FindingCode::DatasetCounts},
+    {"Cannot read vertices!", FindingCode::DatasetCells},
+    {"Cannot read lines!", FindingCode::DatasetCells},
+    {"Cannot read polygons!", FindingCode::DatasetCells},
+    {"Cannot read triangle strips!", FindingCode::DatasetCells},
+};
 
 /// By sdb::SDBTags.
 constexpr const char* KINDS[] = {"polydata",     "point array",  "cell array",   "field array",
@@ -87,6 +106,19 @@ std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, s
     return {about(block, unread ? FindingCode::ArraySize : FindingCode::ZlibDamaged)};
 }
 
+FindingCode codeOf(const std::string& message)
+{
+    for (const auto& [beginning, code] : DATASET_FINDINGS)
+    {
+        if (message.compare(0, beginning.size(), beginning) == 0)
+        {
+            return code;
+        }
+    }
+    return FindingCode::DatasetDamaged;
+}
+
+/// One finding: behind the first message the others are often its consequence.
 std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
     VtkMessages vtk;
@@ -101,7 +133,8 @@ std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block,
     {
         return {};
     }
-    return {about(block, FindingCode::DatasetDamaged, shown(joined(words)))};
+    const FindingCode code = words.empty() ? FindingCode::DatasetDamaged : codeOf(words.front());
+    return {about(block, code, shown(joined(words)))};
 }
 
 } // namespace

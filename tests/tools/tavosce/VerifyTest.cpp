@@ -177,7 +177,11 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {aRecord(array("T", aZlibBlock().replace(20, 3, "???"), number("NumberOfTuples", 99))), "zlib-damaged"},
         {aRecord(array("T", ABC, number("DataType", 13))), "array-type"},
         {aRecord(array("T", ABC, number("NumberOfTuples", -3))), "array-size"},
-        {aRecord(polys(header() + points(3) + cells("POLYGONS", 1, {3, 0, 1, 9}))), "dataset-damaged"},
+        {aRecord(polys(header() + points(3) + cells("POLYGONS", 1, {3, 0, 1, 9}))), "dataset-cells"},
+        {aRecord(polys(header() + points(3) + cells("LINES", 2, {2, 0, 1}))), "dataset-cells"},
+        {aRecord(polys(header() + points(3) + "POINT_DATA 2\n")), "dataset-counts"},
+        {aRecord(polys(header() + points(3) + "POINT_DATA 3\nTALES a b\n")), "dataset-section"},
+        {aRecord(polys(header() + points(3) + "TALES 1 2\n")), "dataset-section"},
         {aRecord(polys("nothing")), "dataset-damaged"},
         // thumbnails
         {ContainerBytes(shares.str()).thumbnail(0, {}, "short").record("b").str(), "thumbnail-damaged"},
