@@ -113,7 +113,7 @@ std::optional<Failure> misspelling(const CLI::App& app, const std::vector<std::s
         std::transform(std::begin(COMMANDS), std::end(COMMANDS), std::back_inserter(verbs),
                        [](const Command& command) { return command.name; });
         return Failure(WrongUsage, "", "there is no verb " + inQuotes(arguments[0]),
-                       suggestion(arguments[0], verbs, "the verbs are"));
+                       suggestion(arguments[0], verbs, "the verbs are") + "; `tavosce --help` describes them");
     }
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
     const auto found = std::find_if(arguments.begin() + static_cast<std::ptrdiff_t>(options), end,

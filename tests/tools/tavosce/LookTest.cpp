@@ -159,6 +159,7 @@ TEST_F(LookTest, whoMistypesIsToldWhatWasMeantAndWhatExists)
         {"verify @t.sce", 3, "hint: did you mean \"s.sce\"?"},
         {"import @t.vtk -o @new.sce", 3, "the folder holds \"s.sce\""},
         {"tree @s.sce:2", 2, "no record 2: the file has 2 records\nhint: the nearest is @s.sce:1"},
+        {"help", 2, "; `tavosce --help` describes them"},
         {"tree @s.sce:last", 3, "hint: a record is a number: @s.sce:0 is the first"},
         {"cat @s.sce:-3 N", 2, "the nearest is @s.sce:0"},
         {"cat @s.sce PolydataNode_2", 2,

@@ -200,6 +200,7 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
     run("import -o @i.sce @a.vtp");
     run("export --scene-directory @i.sce -o @d");
     EXPECT_EQ(codesOfFile("d"), "");
+    EXPECT_THAT(run("tree @d").err, HasSubstr("Is a directory\nhint: it is a scene directory: `tavosce import` makes"));
     const auto chars = [](const std::string& tuples)
     {
         return R"({"ObjectKey":"N","Name":"x","DataType":3,"NumberOfComponents":1,"NumberOfTuples":)" + tuples +
