@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -21,10 +22,15 @@ namespace
 {
 
 constexpr double INFINITELY_FAR = std::numeric_limits<double>::infinity();
+constexpr double TWO_TO_64 = 18446744073709551616.0;
+
+/// What holds the distance of any two values.
+template <class T>
+using Distance = std::conditional_t<std::is_floating_point_v<T>, double, std::uint64_t>;
 
 /// 0 for values that are equal, infinity for those of which one is no number.
 template <class T>
-double distance(T a, T b)
+Distance<T> distance(T a, T b)
 {
     if (a == b)
     {
@@ -43,16 +49,25 @@ double distance(T a, T b)
     {
         using Unsigned = std::make_unsigned_t<T>; // holds every difference
         const auto larger = static_cast<Unsigned>(std::max(a, b));
-        return static_cast<double>(static_cast<Unsigned>(larger - static_cast<Unsigned>(std::min(a, b))));
+        return static_cast<Unsigned>(larger - static_cast<Unsigned>(std::min(a, b)));
     }
 }
 
-/// Whether values so far apart, which is not at all or not infinitely far, count as equal.
+/// Whether values so far apart count as equal.
 template <class T>
-bool isWithin(double apart, T a, T b, const Tolerance& tolerance)
+bool isWithin(Distance<T> apart, T a, T b, const Tolerance& tolerance)
 {
     const double magnitude = std::max(std::abs(static_cast<double>(a)), std::abs(static_cast<double>(b)));
-    return apart <= std::max(tolerance.abs, tolerance.rel * magnitude);
+    const double allowed = std::max(tolerance.abs, tolerance.rel * magnitude);
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        return apart == 0 || (apart < INFINITELY_FAR && apart <= allowed);
+    }
+    else
+    {
+        // A double would round large distances.
+        return allowed >= TWO_TO_64 || apart <= static_cast<std::uint64_t>(allowed);
+    }
 }
 
 /// Compares values one by one; `left` and `right` give the value at a place.
@@ -61,12 +76,12 @@ std::optional<Spread> spreadOf(Left left, Right right, vtkIdType count, int comp
 {
     Spread res;
     res.total = static_cast<std::uint64_t>(count);
-    double furthest = 0;
+    Distance<decltype(left(0))> furthest = 0;
     for (vtkIdType i = 0; i < count; ++i)
     {
         const auto a = left(i), b = right(i);
-        const double apart = distance(a, b);
-        if (apart == 0 || (apart < INFINITELY_FAR && isWithin(apart, a, b, tolerance)))
+        const auto apart = distance(a, b);
+        if (isWithin(apart, a, b, tolerance))
         {
             continue;
         }

@@ -13,8 +13,11 @@
 #include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
+#include <cstddef>
 #include <istream>
 #include <string_view>
+
+#include <vtkAbstractArray.h>
 
 namespace tavosce
 {
@@ -95,6 +98,15 @@ std::vector<Finding> sizeFindings(std::istream& in, const StoredBlock& block)
                       std::to_string(bytes))};
 }
 
+/// An array that could not be begun may be one for which there is no room now, which is no finding about the file.
+/// Throws std::bad_alloc.
+void requireMemory(const StoredBlock& block)
+{
+    const auto width = vtkAbstractArray::GetDataTypeSize(block.tag.getInt(key::DATA_TYPE));
+    std::string room;
+    room.reserve(static_cast<std::size_t>(valuesOf(block)) * static_cast<std::size_t>(width) + block.length);
+}
+
 std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
     const LibraryLog log;
@@ -103,6 +115,10 @@ std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, s
         return {};
     }
     const bool unread = in.tellg() == std::istream::pos_type(static_cast<std::istream::off_type>(block.filePos));
+    if (unread)
+    {
+        requireMemory(block);
+    }
     return {about(block, unread ? FindingCode::ArraySize : FindingCode::ZlibDamaged)};
 }
 

@@ -251,6 +251,10 @@ void runCat(const CatOptions& options, Console& console)
                       "--slice A:B takes the tuples from A to in front of B; either may be missing or negative");
     }
     OpenRecord record(options.address);
+    if (!record.contents.fault.empty())
+    {
+        console.report.warning(record.file.placeOf(record.index, record.contents.faultPosition), record.contents.fault);
+    }
     const CatTarget target = parseTarget(options.target, record.contents, record.file.placeOf(record.index));
     if (target.what != CatTarget::Array && (options.isSliced || options.stats))
     {
@@ -268,10 +272,6 @@ void runCat(const CatOptions& options, Console& console)
     case CatTarget::Array:
         catArray(options, record, target, *slice, console.out);
         break;
-    }
-    if (!record.contents.fault.empty())
-    {
-        console.report.warning(record.file.placeOf(record.index, record.contents.faultPosition), record.contents.fault);
     }
     record.file.reportEnd(console.report);
 }

@@ -121,17 +121,33 @@ std::optional<Failure> misspelling(const CLI::App& app, const std::vector<std::s
     return found == end ? std::nullopt : std::make_optional(unknownOption(*asked, *found));
 }
 
+void requireWritten(std::ostream& out, Report& report)
+{
+    if (!out.flush())
+    {
+        report.error("", "cannot write the results", CannotWrite);
+    }
+}
+
 /// Says why the arguments make no sense, or prints what they ask for: help or the version. The exit code.
 int answer(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments,
            std::ostream& out, std::ostream& err)
 {
-    const std::optional<Failure> wrong = error.get_exit_code() == 0 ? std::nullopt : misspelling(app, arguments);
-    if (wrong)
+    Report report(err, false);
+    if (error.get_exit_code() == 0)
     {
-        Report(err, false).error(*wrong);
-        return WrongUsage;
+        app.exit(error, out, err);
+        requireWritten(out, report);
     }
-    return app.exit(error, out, err) == 0 ? Fine : WrongUsage;
+    else if (const std::optional<Failure> wrong = misspelling(app, arguments))
+    {
+        report.error(*wrong);
+    }
+    else
+    {
+        report.error({WrongUsage, "", shown(error.what()), "--help tells what there is"});
+    }
+    return report.exitCode();
 }
 
 /// Runs a verb and turns what it throws into messages.
@@ -141,10 +157,7 @@ void runGuarded(const Run& verb, Console& console)
     try
     {
         verb(console);
-        if (!console.out.flush())
-        {
-            report.error("", "cannot write the results", CannotWrite);
-        }
+        requireWritten(console.out, report);
     }
     catch (const Failure& failure)
     {

@@ -53,7 +53,7 @@ public:
 
     void finish(bool all, Report& report) const override
     {
-        _file.reportEnd(report);
+        _file.noteEnd(report); // equal records are equal whatever stands behind them
         if (all && !_file.canBeAddedTo())
         {
             report.raiseTo(TooDamaged); // nobody knows what else is in it

@@ -2,6 +2,7 @@
 
 #include "Declarations.h"
 
+#include <algorithm>
 #include <cctype>
 #include <functional>
 
@@ -32,6 +33,23 @@ _tavosce_words()
     done
 }
 
+# The quote that is open at the end of a word, in "open".
+_tavosce_find_open_quote()
+{
+    local i character
+    open=''
+    for ((i = 0; i < ${#1}; ++i)); do
+        character=${1:i:1}
+        if [[ $character == \\ && $open != "'" ]]; then
+            ((++i))
+        elif [[ $character == "$open" ]]; then
+            open=''
+        elif [[ -z $open && $character == [\"\'] ]]; then
+            open=$character
+        fi
+    done
+}
+
 # A word as the tool gets it: without quotes, in "plain".
 _tavosce_unquote()
 {
@@ -40,14 +58,23 @@ _tavosce_unquote()
 }
 
 # Offers those of the candidates that begin like "plain", quoted: they may hold anything. Where bash parts words at
-# colons it replaces what stands behind the last one only.
+# colons it replaces what stands behind the last one only. Behind an open quote it replaces everything, and only what
+# means itself within any quotes can be offered. Of what %q writes, $'...' does not survive being put into a word.
 _tavosce_offer()
 {
-    local candidate quoted kept=''
-    [[ $COMP_WORDBREAKS != *:* ]] || kept=${plain%"${plain##*:}"}
+    local candidate quoted open kept=''
+    _tavosce_find_open_quote "${words[-1]}"
+    if [[ -n $open ]]; then
+        [[ ${words[-1]} == "$open$plain" ]] || return 0
+    elif [[ $COMP_WORDBREAKS == *:* ]]; then
+        kept=${plain%"${plain##*:}"}
+    fi
     for candidate in "$@"; do
-        if [[ $candidate == "$plain"* ]]; then
-            printf -v quoted '%q' "${candidate#"$kept"}"
+        [[ $candidate == "$plain"* ]] || continue
+        printf -v quoted '%q' "${candidate#"$kept"}"
+        if [[ -n $open ]]; then
+            [[ $candidate == *[\"\'\\\$\`\!]* ]] || COMPREPLY+=("$candidate")
+        elif [[ $quoted != \$\'* ]]; then
             COMPREPLY+=("$quoted")
         fi
     done
@@ -106,7 +133,7 @@ _tavosce()
     _tavosce_unquote "${words[-1]}"
     verb=''
     ((${#words[@]} <= 2)) || verb=${words[1]}
-    [[ -z $verb || -v _tavosce_options[$verb] ]] || return 0
+    [[ -z $verb || -v _tavosce_operands[$verb] ]] || return 0
     read -ra options <<<"${_tavosce_options[${verb:-tavosce}]}"
     if [[ $plain == -* ]]; then
         _tavosce_offer "${options[@]}"
@@ -187,6 +214,25 @@ std::vector<std::string> operandKinds(const CLI::App& verb)
     return res;
 }
 
+/// Whether the value of an option is a path.
+bool takesPath(const CLI::Option& option)
+{
+    const std::string type = option.get_type_name();
+    return type == "OUT" || type == "DIR" || type.find('.') != std::string::npos;
+}
+
+/// The words that an operand may be, with blanks between; empty if it may be any.
+std::string wordsOf(const CLI::Option& operand)
+{
+    std::string res = operandKind(operand);
+    if (res.find('|') == std::string::npos)
+    {
+        return {};
+    }
+    std::replace(res.begin(), res.end(), '|', ' ');
+    return res;
+}
+
 /// An associative array with an entry for each verb.
 std::string bashTable(const std::string& name, const CLI::App& tool,
                       const std::function<std::vector<std::string>(const CLI::App&)>& entry)
@@ -217,11 +263,25 @@ std::string zshArguments(const CLI::App& app)
     for (const CLI::Option* const option : optionsOf(app))
     {
         const std::vector<std::string> names = tavosce::namesOf(*option);
-        const std::string value = takesValue(*option) ? ':' + zshText(option->get_type_name()) + ":_files" : "";
+        const char* const action = takesPath(*option) ? ":_files" : ": ";
+        const std::string value = takesValue(*option) ? ':' + zshText(option->get_type_name()) + action : "";
         for (const std::string& name : names)
         {
             res.append(" \\\n                '(").append(joined(names)).append(")").append(name);
             res.append("[").append(zshText(option->get_description())).append("]").append(value).append("'");
+        }
+    }
+    int place = 0;
+    for (const CLI::Option* const operand : operandsOf(app))
+    {
+        ++place;
+        if (const std::string words = wordsOf(*operand); !words.empty())
+        {
+            res.append(" \\\n                '")
+                .append(std::to_string(place))
+                .append(":word:(")
+                .append(words)
+                .append(")'");
         }
     }
     return res;
@@ -243,7 +303,8 @@ std::string fishOption(const CLI::Option& option)
     {
         res += " -l " + name;
     }
-    return res + (takesValue(option) ? " -r -d " : " -d ") + fishText(option.get_description()) + '\n';
+    const char* const value = !takesValue(option) ? " -d " : takesPath(option) ? " -r -d " : " -x -d ";
+    return res + value + fishText(option.get_description()) + '\n';
 }
 
 constexpr const char* COMMENT = "Completes command lines of tavosce. Made by `tavosce completion`.";
@@ -296,6 +357,13 @@ std::string fishCompletion(const CLI::App& tool)
         for (const CLI::Option* const option : optionsOf(*verb))
         {
             res += "complete -c tavosce -n '__fish_seen_subcommand_from " + name + '\'' + fishOption(*option);
+        }
+        for (const CLI::Option* const operand : operandsOf(*verb))
+        {
+            if (const std::string words = wordsOf(*operand); !words.empty())
+            {
+                res += "complete -c tavosce -n '__fish_seen_subcommand_from " + name + "' -a '" + words + "'\n";
+            }
         }
     }
     return res;

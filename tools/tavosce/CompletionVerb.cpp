@@ -7,6 +7,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -25,11 +26,11 @@ struct CompletionOptions
     std::string address;
 };
 
-/// Whether a text can stand on a command line: it is shown as it is.
+/// Whether a text can stand on a command line: there is nothing in it that would have to be shown as \xNN.
 bool canBeTyped(const std::string& text)
 {
-    return isUtf8(text) &&
-           std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; });
+    return static_cast<std::ptrdiff_t>(shown(text).size() - text.size()) ==
+           std::count(text.begin(), text.end(), '\\'); // they are doubled
 }
 
 void printRecords(const std::string& path, std::ostream& out)

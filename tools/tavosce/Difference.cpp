@@ -34,7 +34,7 @@ std::string sideText(const Properties& sides, const char* side, bool quoted)
     case Properties::Kind::Integer:
         return std::to_string(sides.getLong(side));
     case Properties::Kind::Record:
-        return shown(sides.getProperties(side).toString());
+        return shownJson(sides.getProperties(side).toString());
     default:
         return quoted ? inQuotes(sides.getString(side)) : shown(sides.getString(side));
     }

@@ -31,7 +31,7 @@ Failure exists(const std::string& place)
     return {CannotWrite, place, "exists already", "--force replaces it"};
 }
 
-/// The target in normal form.
+/// The target in normal form; of a link what it leads to, as that is to be replaced and not the link.
 std::wstring normalised(const std::string& target)
 {
     errno = 0;
@@ -40,7 +40,9 @@ std::wstring normalised(const std::string& target)
     {
         throw cannotWrite(shown(target), systemReason());
     }
-    return res;
+    std::error_code noTarget; // which the system says again when it is written
+    const fs::path file = fs::canonical(OS::toNarrow(res), noTarget);
+    return noTarget ? res : OS::toWide(file.string());
 }
 
 bool endsWith(const std::string& text, const std::string& end)

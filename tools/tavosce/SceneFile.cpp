@@ -99,20 +99,38 @@ const Properties* SceneFile::thumbnailOf(int record) const
     return found == _newestThumbnails.end() ? nullptr : &_thumbnails[found->second];
 }
 
-void SceneFile::reportEnd(Report& report) const
+std::vector<std::pair<std::string, const char*>> SceneFile::faults() const
 {
-    const auto warn = [&](std::uint64_t position, const char* text)
-    { report.warning(shown(_path) + ": byte " + hexadecimal(position), text); };
+    std::vector<std::pair<std::string, const char*>> res;
+    const auto add = [&](std::uint64_t position, const char* text)
+    { res.emplace_back(shown(_path) + ": byte " + hexadecimal(position), text); };
     for (const std::uint64_t position : _walk.unfinished)
     {
         if (_walk.end != WalkEnd::UnfinishedItem || position != _walk.position)
         {
-            warn(position, "an item that was never finished");
+            add(position, "an item that was never finished");
         }
     }
     if (const char* const text = endText(_walk.end))
     {
-        warn(_walk.position, text);
+        add(_walk.position, text);
+    }
+    return res;
+}
+
+void SceneFile::reportEnd(Report& report) const
+{
+    for (const auto& [place, text] : faults())
+    {
+        report.warning(place, text);
+    }
+}
+
+void SceneFile::noteEnd(Report& report) const
+{
+    for (const auto& [place, text] : faults())
+    {
+        report.note(place, text);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavosce
@@ -52,12 +53,17 @@ public:
     /// Warns of every place where the file is not whole.
     void reportEnd(Report& report) const;
 
+    /// The same as notes, where the question was about something that is whole.
+    void noteEnd(Report& report) const;
+
     /// How messages name a record, and a byte in it.
     std::string placeOf(std::size_t record) const;
     std::string placeOf(std::size_t record, std::uint64_t position) const;
 
 private:
     void readHeader();
+    /// What is wrong with the file as a whole, by where: places and texts.
+    std::vector<std::pair<std::string, const char*>> faults() const;
 
     std::string _path;
     InputFile _file;

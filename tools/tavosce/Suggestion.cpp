@@ -170,7 +170,11 @@ std::string fileSuggestion(const std::string& path)
     const std::string file = path.substr(0, path.find_last_of(':'));
     if (file != path && Platform::filesystem().fileExists(OS::toWide(file)))
     {
-        return "a record is a number: " + shown(file) + ":0 is the first, " + shown(file) + ":-1 the newest";
+        const std::string record = path.substr(file.size() + 1);
+        const bool isNumber =
+            !record.empty() && record.find_first_not_of("0123456789", record[0] == '-') == record.npos;
+        return isNumber ? "the file is " + shown(file) + "; `tavosce ls` lists its records"
+                        : "a record is a number: " + shown(file) + ":0 is the first, " + shown(file) + ":-1 the newest";
     }
     std::string name = nameOf(path), folder = folderOf(path);
     bool climbed = false;

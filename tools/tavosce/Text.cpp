@@ -91,14 +91,14 @@ std::string marked(const std::string& text, Unfit unfit)
     return res;
 }
 
-} // namespace
-
-bool isUtf8(const std::string& text)
+enum class Backslashes
 {
-    return utf8::is_valid(text.begin(), text.end());
-}
+    Doubled,
+    Kept
+};
 
-std::string shown(const std::string& text)
+/// A text in which control characters and bytes that are no UTF-8 are visible.
+std::string visible(const std::string& text, Backslashes backslashes)
 {
     std::string res;
     const auto escape = [&res](unsigned char byte)
@@ -109,9 +109,9 @@ std::string shown(const std::string& text)
     };
     const auto character = [&](std::uint32_t codePoint, std::string_view bytes)
     {
-        if (codePoint == '\n' || codePoint == '\t' || codePoint == '\\')
+        if (codePoint == '\n' || codePoint == '\t')
         {
-            res += codePoint == '\n' ? "\\n" : codePoint == '\t' ? "\\t" : "\\\\";
+            res += codePoint == '\n' ? "\\n" : "\\t";
         }
         else if (isControl(codePoint))
         {
@@ -120,15 +120,38 @@ std::string shown(const std::string& text)
         else
         {
             res += bytes;
+            res += codePoint == '\\' && backslashes == Backslashes::Doubled ? "\\" : "";
         }
     };
     forEachPiece(text, character, escape);
     return res;
 }
 
+} // namespace
+
+bool isUtf8(const std::string& text)
+{
+    return utf8::is_valid(text.begin(), text.end());
+}
+
+std::string shown(const std::string& text)
+{
+    return visible(text, Backslashes::Doubled);
+}
+
+std::string shownJson(const std::string& json)
+{
+    return visible(json, Backslashes::Kept);
+}
+
 std::string inQuotes(const std::string& text)
 {
-    return '"' + shown(text) + '"';
+    std::string res = shown(text); // its backslashes are doubled already
+    for (std::size_t at = res.find('"'); at != std::string::npos; at = res.find('"', at + 2))
+    {
+        res.insert(at, 1, '\\');
+    }
+    return '"' + res + '"';
 }
 
 std::string base64(const std::string& bytes)

@@ -14,7 +14,10 @@ bool isUtf8(const std::string& text);
 /// doubled.
 std::string shown(const std::string& text);
 
-/// The same between double quotes.
+/// The same of a JSON text, whose backslashes are escapes already.
+std::string shownJson(const std::string& json);
+
+/// What `shown` gives between double quotes, with a backslash in front of those in it.
 std::string inQuotes(const std::string& text);
 
 std::string base64(const std::string& bytes);

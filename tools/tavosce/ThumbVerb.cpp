@@ -120,7 +120,7 @@ void getThumbnail(const ThumbOptions& options, Console& console)
     OutputFile output(options.output, options.force);
     writePng(bitmap, OS::toNarrow(output.path()), shown(options.output));
     output.install();
-    file.reportEnd(console.report);
+    file.noteEnd(console.report);
     acknowledge(options, file.path(), tag.getInt(key::RECORD_INDEX), bitmap, "", console.out);
 }
 

@@ -21,6 +21,15 @@ namespace
 /// After this many tuples somebody may want to stop.
 constexpr std::size_t PATIENCE = 65536;
 
+/// To be called with the place of every tuple.
+void beInterruptibleAt(std::size_t tuple)
+{
+    if (tuple % PATIENCE == 0)
+    {
+        throwIfInterrupted();
+    }
+}
+
 /// One end of a slice; false if the text is no number.
 bool parseEnd(const char* begin, const char* end, std::optional<std::int64_t>& number)
 {
@@ -150,10 +159,7 @@ void Values::visit(const Slice& slice, const std::function<void(const std::vecto
     std::vector<std::string> tuple;
     const auto hand = [&](std::size_t place, const auto* values, std::size_t count)
     {
-        if (place % PATIENCE == 0)
-        {
-            throwIfInterrupted();
-        }
+        beInterruptibleAt(place);
         tuple.resize(count);
         std::transform(values, values + count, tuple.begin(), [](auto value) { return numberText(value); });
         visitor(tuple);
@@ -189,6 +195,7 @@ std::vector<Statistics> Values::statistics(const Slice& slice) const
         Tally<vtkIdType> sizes, points;
         for (std::size_t i = first; i < last; ++i)
         {
+            beInterruptibleAt(i);
             vtkIdType count = 0;
             const vtkIdType* ids = nullptr;
             _cells->GetCellAtId(static_cast<vtkIdType>(i), count, ids);
@@ -207,6 +214,7 @@ std::vector<Statistics> Values::statistics(const Slice& slice) const
                        Tally<T> tally;
                        for (std::size_t i = first; i < last; ++i)
                        {
+                           beInterruptibleAt(i);
                            tally.add(values[i * width + c]);
                        }
                        res.push_back(tally.result("component " + std::to_string(c)));

@@ -6,8 +6,30 @@
 #include <iostream>
 #include <ostream>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// Puts something in the place of standard streams that are closed: a file that is opened later would take their
+/// numbers, and messages would go into it. Results still cannot be written to a closed output, which is said.
+void fillClosedStreams()
+{
+    for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number)
+    {
+        if (fcntl(number, F_GETFD) == -1)
+        {
+            (void)open("/dev/null", number == STDERR_FILENO ? O_WRONLY : O_RDONLY); // takes the lowest free number
+        }
+    }
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
+    fillClosedStreams();
     // The library prints to standard output; only results may go there.
     std::ostream results(std::cout.rdbuf());
     std::streambuf* const before = std::cout.rdbuf(std::cerr.rdbuf());

@@ -44,6 +44,22 @@ bool isRegular(const std::optional<std::string>& path)
     return status && posix::checkRegular(status->st_mode);
 }
 
+/// A path in normal form. The last part stays what it is unless it leads upwards.
+fs::path normalForm(const std::string& name, std::error_code& error)
+{
+    fs::path path = fs::absolute(name, error);
+    while (path.has_relative_path() && (path.filename().empty() || path.filename() == "."))
+    {
+        path = path.parent_path();
+    }
+    if (error || !path.has_relative_path())
+    {
+        return path;
+    }
+    return path.filename() == ".." ? fs::weakly_canonical(path, error)
+                                   : fs::weakly_canonical(path.parent_path(), error) / path.filename();
+}
+
 /// `name` without the bytes beyond `size`, and without a character that the cut would split.
 std::string_view shortened(std::string_view name, std::size_t size)
 {
@@ -86,7 +102,7 @@ std::wstring PosixFileSystem::getFilePath(const std::wstring& path)
         return {};
     }
     std::error_code error;
-    const fs::path normal = fs::absolute(*name, error).lexically_normal();
+    const fs::path normal = normalForm(*name, error);
     if (error)
     {
         errno = error.value();

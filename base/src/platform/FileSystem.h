@@ -20,8 +20,9 @@ class TAVO_EXPORT FileSystem
 public:
     virtual ~FileSystem();
 
-    /// The path in normal form: absolute, without empty, "." and ".." parts (".." is resolved in the text, links are
-    /// not followed). An empty path stays empty, and so does one that cannot be made absolute.
+    /// The path in normal form: absolute, without empty, "." and ".." parts. Links are followed as far as the last
+    /// part, so that ".." leads where the system takes it; where nothing exists it is resolved in the text. An empty
+    /// path stays empty, and so does one that cannot be made absolute.
     virtual std::wstring getFilePath(const std::wstring& path) = 0;
 
     /// Whether a regular file (or a link to one) exists at the path: FIFOs, devices and directories do not count.

@@ -62,6 +62,11 @@ TEST_F(FileSystemTest, pathsBecomeAbsoluteAndNormal)
     {
         EXPECT_EQ(fileSystem.getFilePath(path), normal);
     }
+    const std::string inner = folder("real").narrow + "/inner", link = directory.file("link").narrow;
+    std::filesystem::create_directory(inner);
+    std::filesystem::create_symlink(inner, link);
+    EXPECT_EQ(fileSystem.getFilePath(OS::toWide(link + "/../x.sce")), directory.file("real/x.sce").wide);
+    EXPECT_EQ(fileSystem.getFilePath(OS::toWide(link)), OS::toWide(link));
     // Relative paths mean nothing in a directory that is gone.
     std::filesystem::current_path(folder("gone").narrow);
     std::filesystem::remove(directory.file("gone").narrow);

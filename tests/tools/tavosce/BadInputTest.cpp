@@ -146,6 +146,11 @@ TEST_F(BadInputTest, forceReplacesOnlyWhatIsComplete)
     EXPECT_EQ(run("import -o @good.sce --force @good.vtp").code, 0);
     EXPECT_EQ(info("good.sce")["records"].Size(), 1U);
 
+    std::filesystem::create_symlink(path("good.sce"), path("link.sce"));
+    EXPECT_EQ(run("import -o @link.sce --force @good.vtp @good.vtp").code, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("link.sce")));
+    EXPECT_EQ(info("good.sce")["records"].Size(), 2U);
+
     EXPECT_EQ(run("export @good.sce:0 -o @full --force").code, 0);
     EXPECT_EQ(bytes("full/kept.txt"), "kept");
     EXPECT_THAT(bytes("full/record.json"), HasSubstr("\"index\": 0"));

@@ -269,6 +269,35 @@ TEST_F(DiffTest, valuesOfEveryTypeAreToldApart)
     }
 }
 
+TEST_F(DiffTest, largeDistancesAreNotRounded)
+{
+    const auto zero = counting(VTK_LONG_LONG, "a", 2, 1), far = counting(VTK_LONG_LONG, "a", 2, 1);
+    auto* const ends = vtkLongLongArray::SafeDownCast(far);
+    vtkLongLongArray::SafeDownCast(zero)->SetValue(0, VTK_LONG_LONG_MIN);
+    ends->SetValue(0, VTK_LONG_LONG_MAX);
+    const auto largestOf = [&](const tavosce::Tolerance& tolerance)
+    {
+        std::string res;
+        tavosce::Differences differences([&](const tavosce::Difference& d) { res = d.spread->largest; }, false);
+        tavosce::compareArrays({"array"}, *zero, *far, tolerance, differences);
+        return res;
+    };
+    EXPECT_EQ(largestOf({}), "18446744073709551615");
+    EXPECT_EQ(largestOf({1e300, 0}), "");
+    vtkLongLongArray::SafeDownCast(zero)->SetValue(0, 0);
+    ends->SetValue(0, 9007199254740993); // a double has no odd numbers here
+    EXPECT_EQ(largestOf({9007199254740992.0, 0}), "9007199254740993");
+}
+
+TEST_F(DiffTest, whatIsUnfinishedMakesNoDifference)
+{
+    write("a.sce", {nullptr, nullptr});
+    ToolTest::write("b.sce", bytes("a.sce") + R"({"DataField":"Header","FilePos":"0","Length":"0"})");
+    const ToolRun same = run("diff @a.sce @b.sce");
+    EXPECT_EQ(same.code, 0);
+    EXPECT_THAT(same.err, HasSubstr("note: the file ends in an item that was never finished"));
+}
+
 TEST_F(DiffTest, jsonSaysTheSame)
 {
     write("a.sce", {nullptr, nullptr, nullptr});

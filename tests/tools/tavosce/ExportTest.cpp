@@ -52,7 +52,7 @@ TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
 
     const auto run = this->run("export @s.sce -o @out");
     ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr(R"(note: the array "&<">\xe6\n%41" is written as "&<">%E6\n%2541")"));
+    EXPECT_THAT(run.err, HasSubstr(R"(note: the array "&<\">\xe6\n%41" is written as "&<\">%E6\n%2541")"));
     const auto dataset = readVtp(path("out/record-0000/Tube%2F1.vtp"));
     EXPECT_EQ(dataset->GetNumberOfCells(), 4);
     EXPECT_EQ(dataset->GetPointData()->GetNumberOfArrays(), 1);

@@ -289,6 +289,8 @@ TEST_F(ThumbTest, whatCannotBeDoneIsRefusedAndChangesNothing)
     EXPECT_EQ(run("thumb @wrong.sce:0 --set @in.png").code, 0); // a picture that is right takes its place
     EXPECT_EQ(run("thumb @wrong.sce -o @out.png").code, 0);
     EXPECT_EQ(run("thumb @wrong.sce -o @wrong.sce --force").code, 2);
+    write("tail.sce", pictured + R"({"DataField":"Header","FilePos":"0","Length":"0"})");
+    EXPECT_EQ(run("thumb @tail.sce -o @out.png --force").code, 0);   // the picture is whole
     EXPECT_EQ(run("thumb @unfinished.sce:1 --set @in.png").code, 0); // takes the place of what was never finished
     EXPECT_EQ(bytes("unfinished.sce").substr(0, scene.size()), scene);
     EXPECT_EQ(newestPixels("unfinished.sce"), PIXELS);

@@ -9,6 +9,7 @@ import subprocess
 import sys
 import tempfile
 
+UNSEEN = "N\x9b$(touch x)"
 HOSTILE = "$(touch x)'; &"  # as long as the key that it takes the place of
 DATASET = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET POLYDATA\nPOINTS 1 float\n0 0 0\n"
 
@@ -31,25 +32,32 @@ CASES = [
     ("tavosce tree none.sce:", []),
     ("tavosce tree damaged.sce:", []),
     ("tavosce nonsense a", []),
+    ("tavosce tavosce ", []),
+    ('tavosce tree "a.sce:', ["a.sce:0", "a.sce:1"]),
+    ("tavosce tree 'my own.sce:1", ["my own.sce:1"]),
+    ('tavosce tree a.s"ce:', []),
+    ('tavosce cat a.sce "', ["SceneNode_1"]),
+    ("tavosce cat unseen.sce ", ["SceneNode_1"]),
 ]
 
 
 def pieces_of(line: str) -> list:
     """What bash makes of a line: words, parted at colons too, and the empty one behind a blank."""
-    return re.findall(r"(?:\\.|[^\s:])+|:+|(?<=\s)$", line)
+    return re.findall(r"""(?:\\.|"[^"]*"?|'[^']*'?|[^\s:"'])+|:+|(?<=\s)$""", line)
 
 
 def offers(script: str, tool: str, line: str, folder: str) -> list:
     """What the script for bash offers, as the shell understands it."""
     pieces = pieces_of(line)
     asking = """
-        source "$1"; tool=$2; COMP_LINE=$3; COMP_POINT=${#3}; shift 3
+        source "$1"; tool=$2; quote=$3; COMP_LINE=$4; COMP_POINT=${#4}; shift 4
         COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMP_WORDBREAKS=$' \\t\\n"\\'><=;|&(:'
         _tavosce "$tool"
-        for reply in "${COMPREPLY[@]}"; do eval "printf '%s\\0' $reply"; done
+        for reply in "${COMPREPLY[@]}"; do eval "printf '%s\\0' $quote$reply$quote"; done
     """
+    quote = re.search(r" (['\"]?)[^ ]*( own.*)?$", line)[1]
     run = subprocess.run(
-        ["bash", "-u", "-c", asking, "bash", script, tool, line, *pieces],
+        ["bash", "-u", "-c", asking, "bash", script, tool, quote, line, *pieces],
         cwd=folder,
         check=True,
         capture_output=True,
@@ -65,7 +73,9 @@ def check_bash(tool: str, folder: pathlib.Path) -> list:
     (folder / "point.vtk").write_text(DATASET, encoding="ascii")
     subprocess.run([tool, "import", "-o", "a.sce", "point.vtk", "point.vtk"], cwd=folder, check=True, stdout=sys.stderr)
     scene = (folder / "a.sce").read_bytes().replace(b"PolyDataNode_1", HOSTILE.encode())
-    for name, content in [("a.sce", scene), ("my own.sce", scene), ("damaged.sce", b"no scene")]:
+    unseen = scene.replace(HOSTILE.encode(), UNSEEN.encode().ljust(len(HOSTILE), b"_"))
+    files = {"a.sce": scene, "my own.sce": scene, "damaged.sce": b"no scene", "unseen.sce": unseen}
+    for name, content in files.items():
         (folder / name).write_bytes(content)
     faults = []
     for line, expected in CASES:
@@ -92,10 +102,12 @@ def check_other(shell: str, tool: str, folder: pathlib.Path) -> list:
 
 def check_fish(tool: str, folder: pathlib.Path) -> list:
     faults = check_other("fish", tool, folder)
-    asking = f"source {folder}/script.fish; complete -C 'tavosce cat --s'"
-    run = subprocess.run(["fish", "-c", asking], check=True, capture_output=True, text=True)
-    names = [line.split("\t")[0] for line in run.stdout.splitlines()]
-    return faults + ([] if names == ["--slice", "--stats"] else [f"fish: offers {names}"])
+    for line, expected in [("tavosce cat --s", ["--slice", "--stats"]), ("tavosce completion z", ["zsh"])]:
+        asking = f"source {folder}/script.fish; complete -C '{line}'"
+        run = subprocess.run(["fish", "-c", asking], check=True, capture_output=True, text=True)
+        names = [offer.split("\t")[0] for offer in run.stdout.splitlines()]
+        faults += [] if names == expected else [f"fish: {line!r}: offers {names}, not {expected}"]
+    return faults
 
 
 def main() -> int:

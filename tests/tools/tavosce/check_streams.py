@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Checks what the tool does where its standard streams are closed or full.
+
+usage: check_streams.py TOOL
+"""
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+# A field without values makes the library speak on standard error while a record is written.
+DATASET = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET POLYDATA\nPOINTS 0 float\nPOINT_DATA 0\nFIELD F 1\ne 1 0 float\n\n"
+
+
+def status(command: str, tool: str, folder: pathlib.Path) -> int:
+    """The exit status of a shell's command line, in which $0 is the tool."""
+    return subprocess.run(["sh", "-c", command, tool], cwd=folder, capture_output=True, check=False).returncode
+
+
+def check(tool: str, folder: pathlib.Path) -> list:
+    (folder / "e.vtk").write_text(DATASET, encoding="ascii")
+    faults = []
+    for closed, expected in [("2>&-", 0), ("<&- 2>&-", 0), ("<&- >&- 2>&-", 6)]:
+        for option in ["--force", "--append"]:
+            found = status(f'"$0" import e.vtk -o x.sce {option} {closed}', tool, folder)
+            if found != expected:
+                faults.append(f"import {option} {closed}: {found}, not {expected}")
+            if status('"$0" verify x.sce', tool, folder) != 0:
+                faults.append(f"import {option} {closed}: messages went into the file")
+    for line in ["--help", "--version", "ls x.sce", "ls --help"]:
+        for output in [">/dev/full", ">&-"]:
+            if status(f'"$0" {line} {output}', tool, folder) != 6:
+                faults.append(f"{line} {output}: nothing is said of results that are lost")
+    return faults
+
+
+def main() -> int:
+    tool = os.path.abspath(sys.argv[1])
+    with tempfile.TemporaryDirectory() as name:
+        faults = check(tool, pathlib.Path(name))
+    for fault in faults:
+        print(fault, file=sys.stderr)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
