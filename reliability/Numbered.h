@@ -16,7 +16,12 @@ public:
         _root.with(test::triangle()).with(_own).with(test::counting(VTK_DOUBLE, "shared", 50, 3));
     }
 
-    /// Adds a record, and to every third a thumbnail. False if the writer does not acknowledge all of it.
+    static constexpr int THUMBNAIL_STEP = 3;
+
+    /// Of each THUMBNAIL_STEP records the last one has a thumbnail.
+    static bool hasThumbnail(int number) { return number % THUMBNAIL_STEP == THUMBNAIL_STEP - 1; }
+
+    /// Adds a record, and its thumbnail if it has one. False if the writer does not acknowledge all of it.
     bool addTo(tsg::SDBWriter& writer, int number)
     {
         for (int i = 0; i < 3; ++i)
@@ -26,7 +31,7 @@ public:
         _own->Modified();
         int index = -1;
         bool isAdded = writer.addRecord(titleOf(number), "", _session, _root, index) == tsg::io::FileIoStatus::Success;
-        if (isAdded && number % 3 == 2)
+        if (isAdded && hasThumbnail(number))
         {
             tsg::Bitmap<3> picture;
             picture.resize(60, 50);

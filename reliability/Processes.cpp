@@ -7,6 +7,8 @@
 #include "Programs.h"
 #include "SceneState.h"
 
+#include <algorithm>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -69,6 +71,30 @@ int endOfAcknowledged(const std::string& output, int before)
     return before;
 }
 
+/// The thumbnails of the records from `first` up to `end`, of all there are.
+void addThumbnails(std::vector<std::string>& res, const SceneState& all, int first, int end)
+{
+    for (int number = first; number < end; ++number)
+    {
+        if (Numbered::hasThumbnail(number))
+        {
+            res.push_back(all.thumbnails[static_cast<std::size_t>(number) / Numbered::THUMBNAIL_STEP]);
+        }
+    }
+}
+
+/// Requires that the records are the first ones, and that every acknowledged thumbnail is there.
+void requireBeginning(const SceneState& found, const SceneState& all, const std::vector<std::string>& thumbnails)
+{
+    requireThat(std::equal(found.records.begin(), found.records.end(), all.records.begin()),
+                "a record is not what it was");
+    for (const std::string& thumbnail : thumbnails)
+    {
+        requireThat(std::count(found.thumbnails.begin(), found.thumbnails.end(), thumbnail) == 1,
+                    "a thumbnail is lost");
+    }
+}
+
 /// Kills a writer, by the clock or at a call, and answers up to where it acknowledged its records.
 int killedAt(const NumberedFile& file, int first, std::minstd_rand& random)
 {
@@ -100,6 +126,7 @@ void killWriters(Tally& tally, bool quick)
     const SceneState all = NumberedFile::expected(ROUNDS_A_FILE * RECORDS_A_ROUND);
     std::minstd_rand random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same rounds in every run
     std::optional<NumberedFile> file;
+    std::vector<std::string> thumbnails; ///< those that were acknowledged
     int next = 0;
     tally.begin("library, append");
     for (int round = 0; round < rounds; ++round)
@@ -107,17 +134,18 @@ void killWriters(Tally& tally, bool quick)
         if (round % ROUNDS_A_FILE == 0)
         {
             file.emplace();
+            thumbnails.clear();
             next = 0;
         }
         tally.count("round " + std::to_string(round),
                     [&]
                     {
                         const int acknowledged = killedAt(*file, next, random);
+                        addThumbnails(thumbnails, all, next, acknowledged);
                         const SceneState found = stateOf(file->path()).value_or(SceneState());
                         next = static_cast<int>(found.records.size());
                         requireThat(next >= acknowledged, std::to_string(acknowledged - next) + " records are lost");
-                        requireThat(std::equal(found.records.begin(), found.records.end(), all.records.begin()),
-                                    "a record is not what it was");
+                        requireBeginning(found, all, thumbnails);
                     });
     }
 }

@@ -3,6 +3,8 @@
 #include "core/Error.h"
 #include "support/Scenes.h"
 
+#include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace reliability
@@ -16,6 +18,35 @@ std::wstring wide(const std::string& path)
     return {path.begin(), path.end()};
 }
 
+std::string describe(vtkDataArray* values)
+{
+    std::ostringstream res;
+    res.precision(std::numeric_limits<double>::max_digits10);
+    for (const double value : test::valuesOf(values))
+    {
+        res << ' ' << value;
+    }
+    return res.str();
+}
+
+std::string describe(vtkPolyData& polys)
+{
+    std::string res = describe(polys.GetPoints()->GetData());
+    for (vtkCellArray* const cells : {polys.GetVerts(), polys.GetLines(), polys.GetPolys(), polys.GetStrips()})
+    {
+        res += " cells" + describe(cells->GetOffsetsArray()) + " of" + describe(cells->GetConnectivityArray());
+    }
+    for (const int kind : {vtkDataObject::POINT, vtkDataObject::CELL, vtkDataObject::FIELD})
+    {
+        vtkFieldData& fields = *polys.GetAttributesAsFieldData(kind);
+        for (int i = 0; i < fields.GetNumberOfArrays(); ++i)
+        {
+            res += std::string(" ") + fields.GetArrayName(i) + describe(fields.GetArray(i));
+        }
+    }
+    return res;
+}
+
 std::string describe(const test::RecordingStream& stream)
 {
     std::string res;
@@ -25,21 +56,11 @@ std::string describe(const test::RecordingStream& stream)
     }
     for (const auto& [name, array] : stream.arrays)
     {
-        res += name;
-        for (const double value : test::valuesOf(array))
-        {
-            res += ' ' + std::to_string(value);
-        }
-        res += '\n';
+        res += name + describe(array) + '\n';
     }
     for (const auto& [key, polys] : stream.polys)
     {
-        res += key;
-        for (vtkIdType point = 0; point < polys->GetNumberOfPoints(); ++point)
-        {
-            res += ' ' + std::to_string(polys->GetPoint(point)[0]);
-        }
-        res += " cells " + std::to_string(polys->GetNumberOfCells()) + '\n';
+        res += key + describe(*polys) + '\n';
     }
     return res;
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -251,10 +252,7 @@ void runCat(const CatOptions& options, Console& console)
                       "--slice A:B takes the tuples from A to in front of B; either may be missing or negative");
     }
     OpenRecord record(options.address);
-    if (!record.contents.fault.empty())
-    {
-        console.report.warning(record.file.placeOf(record.index, record.contents.faultPosition), record.contents.fault);
-    }
+    record.file.reportFault(console.report, record.index, record.contents);
     const CatTarget target = parseTarget(options.target, record.contents, record.file.placeOf(record.index));
     if (target.what != CatTarget::Array && (options.isSliced || options.stats))
     {

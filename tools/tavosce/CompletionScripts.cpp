@@ -362,7 +362,8 @@ std::string fishCompletion(const CLI::App& tool)
         {
             if (const std::string words = wordsOf(*operand); !words.empty())
             {
-                res += "complete -c tavosce -n '__fish_seen_subcommand_from " + name + "' -a '" + words + "'\n";
+                res.append("complete -c tavosce -n '__fish_seen_subcommand_from ").append(name);
+                res.append("' -a '").append(words).append("'\n");
             }
         }
     }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -63,7 +64,21 @@ struct Script
     std::string (*make)(const CLI::App& tool);
 };
 
+constexpr const char* RECORDS = "records";
+constexpr const char* NODES = "nodes";
 constexpr Script SCRIPTS[] = {{"bash", &bashCompletion}, {"zsh", &zshCompletion}, {"fish", &fishCompletion}};
+
+/// What can be asked for.
+std::vector<std::string> words()
+{
+    std::vector<std::string> res;
+    for (const Script& script : SCRIPTS)
+    {
+        res.emplace_back(script.shell);
+    }
+    res.insert(res.end(), {RECORDS, NODES});
+    return res;
+}
 
 void runCompletion(const CLI::App& tool, const CompletionOptions& options, Console& console)
 {
@@ -79,8 +94,7 @@ void runCompletion(const CLI::App& tool, const CompletionOptions& options, Conso
     }
     else
     {
-        options.what == "records" ? printRecords(options.address, console.out)
-                                  : printNodes(options.address, console.out);
+        options.what == RECORDS ? printRecords(options.address, console.out) : printNodes(options.address, console.out);
     }
 }
 
@@ -89,11 +103,11 @@ void runCompletion(const CLI::App& tool, const CompletionOptions& options, Conso
 Run declareCompletion(CLI::App& app)
 {
     const auto options = std::make_shared<CompletionOptions>();
-    app.add_option("bash|zsh|fish|records|nodes", options->what,
+    app.add_option(CLI::detail::join(words(), "|"), options->what,
                    "For which shell a script is printed with which it completes command lines; or what such a script "
                    "asks for, a line each")
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish", "records", "nodes"}));
+        ->check(CLI::IsMember(words()));
     app.add_option("FILE[:REC]", options->address,
                    "Scene database whose records, or of which a record's nodes, are meant");
     return [&tool = *app.get_parent(), options](Console& console) { runCompletion(tool, *options, console); };

@@ -10,11 +10,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -200,13 +201,13 @@ void runDu(const DuOptions& options, Console& console)
 {
     if (!options.json)
     {
-        visitFiles(options.files, console.report,
+        visitFiles(options.files, console.report, nullptr,
                    [&](SceneFile& file) { printText(console.out, file, usageOf(file)); });
         return;
     }
     Json json(console.out);
     json.beginArray("files");
-    visitFiles(options.files, console.report, [&](SceneFile& file) { writeJson(json, file, usageOf(file)); });
+    visitFiles(options.files, console.report, &json, [&](SceneFile& file) { writeJson(json, file, usageOf(file)); });
     json.endArray();
     json.finish();
 }

@@ -77,6 +77,7 @@ void exportScenes(const ExportTarget& target, bool skipUnsupported, const std::v
     OutputFolder output(target.output, target.force);
     RecordLoader loader(file, console.report);
     std::map<std::size_t, std::string> folders;
+    bool isDamaged = false;
     for (std::size_t i = 0; i < wanted.size(); ++i)
     {
         throwIfInterrupted();
@@ -105,14 +106,15 @@ void exportScenes(const ExportTarget& target, bool skipUnsupported, const std::v
             else
             {
                 console.report.error(failure); // the other records can still be had
+                isDamaged = true;
             }
         }
     }
     console.report.progress().clear();
     file.reportEnd(console.report);
-    if (folders.empty())
+    if (folders.empty() && !wanted.empty())
     {
-        throw Failure(TooDamaged, shown(file.path()), "no record can be exported");
+        throw Failure(isDamaged ? TooDamaged : NotStorable, shown(file.path()), "no record can be exported");
     }
     output.install(file.path());
     acknowledge(target, folders, console.out);

@@ -60,10 +60,7 @@ Totals visitRecords(SceneFile& file, Report& report, Visit visit)
         const RecordContents contents = walkRecord(file.stream(), file.records()[i], file.size());
         totals.add(contents);
         visit(i, contents);
-        if (!contents.fault.empty())
-        {
-            report.warning(file.placeOf(i, contents.faultPosition), contents.fault);
-        }
+        file.reportFault(report, i, contents);
     }
     return totals;
 }

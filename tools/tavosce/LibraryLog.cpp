@@ -1,7 +1,5 @@
 #include "LibraryLog.h"
 
-#include "scenegraphcommon/Logger.h"
-
 #include <utility>
 
 namespace tavosce
@@ -9,12 +7,12 @@ namespace tavosce
 
 LibraryLog::LibraryLog()
 {
-    Logger::getSingleton().setSink([this](const std::string& entry) { _entries.push_back(entry); });
+    _before = Logger::getSingleton().setSink([this](const std::string& entry) { _entries.push_back(entry); });
 }
 
 LibraryLog::~LibraryLog()
 {
-    Logger::getSingleton().setSink({});
+    Logger::getSingleton().setSink(std::move(_before));
 }
 
 std::vector<std::string> LibraryLog::take()

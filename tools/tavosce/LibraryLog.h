@@ -1,12 +1,14 @@
 #pragma once
 
+#include "scenegraphcommon/Logger.h"
+
 #include <string>
 #include <vector>
 
 namespace tavosce
 {
 
-/// Catches the entries of the library's log while it lives. One at a time.
+/// Catches the entries of the library's log while it lives; what is made within its life catches them in its place.
 class LibraryLog
 {
 public:
@@ -20,6 +22,7 @@ public:
 
 private:
     std::vector<std::string> _entries;
+    Logger::Sink _before;
 };
 
 } // namespace tavosce

@@ -100,13 +100,13 @@ void runLs(const LsOptions& options, Console& console)
 {
     if (!options.json)
     {
-        visitFiles(options.files, console.report,
+        visitFiles(options.files, console.report, nullptr,
                    [&](SceneFile& file) { printText(console.out, file, options.files.size() > 1); });
         return;
     }
     Json json(console.out);
     json.beginArray("files");
-    visitFiles(options.files, console.report, [&](SceneFile& file) { writeJson(json, file); });
+    visitFiles(options.files, console.report, &json, [&](SceneFile& file) { writeJson(json, file); });
     json.endArray();
     json.finish();
 }

@@ -214,10 +214,7 @@ void RecordLoader::fail(std::size_t record, const RecordContents& contents, Deli
 
 void RecordLoader::warn(std::size_t record, const RecordContents& contents, const Delivery& delivery)
 {
-    if (!contents.fault.empty())
-    {
-        _report.warning(_file.placeOf(record, contents.faultPosition), contents.fault);
-    }
+    _file.reportFault(_report, record, contents);
     for (const Delivery::Complaint& complaint : delivery.complaints())
     {
         if (complaint.block < contents.blocks.size())

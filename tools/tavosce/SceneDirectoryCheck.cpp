@@ -167,7 +167,7 @@ private:
         if (all > regular)
         {
             add(FindingCode::FileIrregular, 0,
-                counted(all - regular, "entry") + " of the data folder that readers pass over", "tsg");
+                counted(all - regular, "item") + " of the data folder that readers pass over", "tsg");
         }
     }
 
@@ -182,6 +182,7 @@ private:
             _res.bytes += file.size();
             if (_depth == CheckDepth::Container)
             {
+                ++_res.readable;
                 return;
             }
             if (!tsg::SceneGraphReader(owner).loadVtkDataFromInputStream(file.stream()))

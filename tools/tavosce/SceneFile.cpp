@@ -1,7 +1,9 @@
 #include "SceneFile.h"
 
 #include "Interrupt.h"
+#include "Json.h"
 #include "LibraryLog.h"
+#include "RecordWalk.h"
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
@@ -134,6 +136,14 @@ void SceneFile::noteEnd(Report& report) const
     }
 }
 
+void SceneFile::reportFault(Report& report, std::size_t record, const RecordContents& contents) const
+{
+    if (!contents.fault.empty())
+    {
+        report.warning(placeOf(record, contents.faultPosition), contents.fault);
+    }
+}
+
 std::string SceneFile::placeOf(std::size_t record) const
 {
     return placeOf(record, sdb::hexFromProp(_records[record], key::FILE_POS));
@@ -145,22 +155,40 @@ std::string SceneFile::placeOf(std::size_t record, std::uint64_t position) const
            inQuotes(_records[record].getString(key::TITLE)) + " (byte " + hexadecimal(position) + ')';
 }
 
-void visitFiles(const std::vector<std::string>& paths, Report& report, const std::function<void(SceneFile&)>& visit)
+void visitPaths(const std::vector<std::string>& paths, Report& report, Json* json,
+                const std::function<void(const std::string&)>& visit)
 {
     for (const std::string& path : paths)
     {
         throwIfInterrupted();
         try
         {
-            SceneFile file(path);
-            visit(file);
-            file.reportEnd(report);
+            visit(path);
         }
         catch (const Failure& failure)
         {
             report.error(failure);
+            if (json != nullptr)
+            {
+                json->beginObject();
+                json->member("file", path);
+                json->member("failure", failure.what());
+                json->endObject();
+            }
         }
     }
+}
+
+void visitFiles(const std::vector<std::string>& paths, Report& report, Json* json,
+                const std::function<void(SceneFile&)>& visit)
+{
+    visitPaths(paths, report, json,
+               [&](const std::string& path)
+               {
+                   SceneFile file(path);
+                   visit(file);
+                   file.reportEnd(report);
+               });
 }
 
 } // namespace tavosce

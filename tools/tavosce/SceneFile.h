@@ -16,6 +16,9 @@
 namespace tavosce
 {
 
+class Json;
+struct RecordContents;
+
 /// A scene database that is open for reading, and what its top level holds.
 class SceneFile
 {
@@ -56,6 +59,9 @@ public:
     /// The same as notes, where the question was about something that is whole.
     void noteEnd(Report& report) const;
 
+    /// Warns of what ended the walk of a record, if it is not its end.
+    void reportFault(Report& report, std::size_t record, const RecordContents& contents) const;
+
     /// How messages name a record, and a byte in it.
     std::string placeOf(std::size_t record) const;
     std::string placeOf(std::size_t record, std::uint64_t position) const;
@@ -75,8 +81,13 @@ private:
     sdb::detail::WalkResult _walk;
 };
 
-/// Opens scene databases one after another. One that cannot be opened is an error, and the others are visited all the
-/// same.
-void visitFiles(const std::vector<std::string>& paths, Report& report, const std::function<void(SceneFile&)>& visit);
+/// Visits paths one after another. One whose visit throws a Failure is an error, which also becomes an element of the
+/// array that `json` has begun unless that is null, and the others are visited all the same.
+void visitPaths(const std::vector<std::string>& paths, Report& report, Json* json,
+                const std::function<void(const std::string&)>& visit);
+
+/// The same with scene databases, which are opened. It is said where they are not whole.
+void visitFiles(const std::vector<std::string>& paths, Report& report, Json* json,
+                const std::function<void(SceneFile&)>& visit);
 
 } // namespace tavosce

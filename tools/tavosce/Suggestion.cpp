@@ -172,7 +172,7 @@ std::string fileSuggestion(const std::string& path)
     {
         const std::string record = path.substr(file.size() + 1);
         const bool isNumber =
-            !record.empty() && record.find_first_not_of("0123456789", record[0] == '-') == record.npos;
+            !record.empty() && record.find_first_not_of("0123456789", record[0] == '-') == std::string::npos;
         return isNumber ? "the file is " + shown(file) + "; `tavosce ls` lists its records"
                         : "a record is a number: " + shown(file) + ":0 is the first, " + shown(file) + ":-1 the newest";
     }

@@ -203,10 +203,7 @@ void runTree(const TreeOptions& options, Console& console)
     {
         printText(console.out, record);
     }
-    if (!contents.fault.empty())
-    {
-        console.report.warning(file.placeOf(index, contents.faultPosition), contents.fault);
-    }
+    file.reportFault(console.report, index, contents);
     if (!record.tree.problem.empty())
     {
         // Records of the first version do not say which node is their root.

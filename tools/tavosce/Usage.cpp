@@ -8,6 +8,7 @@
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 

@@ -3,6 +3,7 @@
 #include "FileCheck.h"
 #include "Json.h"
 #include "SceneDirectory.h"
+#include "SceneFile.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -136,28 +137,15 @@ void runVerify(const VerifyOptions& options, Console& console)
     }
     const CheckDepth depth = options.quick ? CheckDepth::Container : CheckDepth::Everything;
     const Progress progress = [&](double done) { console.report.progress().show("Checking", done, 1); };
-    for (const std::string& path : options.paths)
-    {
-        try
-        {
-            const CheckedFile file =
-                isSceneDirectory(path) ? checkSceneDirectory(path, depth, progress) : checkFile(path, depth, progress);
-            console.report.progress().clear();
-            json ? writeJson(*json, path, file) : printText(console.out, path, file);
-            console.report.raiseTo(exitCodeOf(file));
-        }
-        catch (const Failure& failure)
-        {
-            console.report.error(failure);
-            if (json)
-            {
-                json->beginObject();
-                json->member("file", path);
-                json->member("failure", failure.what());
-                json->endObject();
-            }
-        }
-    }
+    visitPaths(options.paths, console.report, json.get(),
+               [&](const std::string& path)
+               {
+                   const CheckedFile file = isSceneDirectory(path) ? checkSceneDirectory(path, depth, progress)
+                                                                   : checkFile(path, depth, progress);
+                   console.report.progress().clear();
+                   json ? writeJson(*json, path, file) : printText(console.out, path, file);
+                   console.report.raiseTo(exitCodeOf(file));
+               });
     if (json)
     {
         json->endArray();

@@ -9,9 +9,9 @@ Logger& Logger::getSingleton()
     return logger;
 }
 
-void Logger::setSink(Sink sink)
+Logger::Sink Logger::setSink(Sink sink)
 {
-    _sink = std::move(sink);
+    return std::exchange(_sink, std::move(sink));
 }
 
 void Logger::write(const std::string& entry) const

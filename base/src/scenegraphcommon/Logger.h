@@ -26,8 +26,9 @@ public:
 
     void setLevelFlags(unsigned flags) { _levelFlags = flags; }
 
-    /// Replaces the receiver of the entries; an empty sink restores the default, a line on standard error.
-    void setSink(Sink sink);
+    /// Replaces the receiver of the entries, and answers the one before; an empty sink is the default, a line on
+    /// standard error.
+    Sink setSink(Sink sink);
 
     void write(const std::string& entry) const;
 

@@ -1,5 +1,6 @@
 #include "scenegraph/io/SDB.h"
 
+#include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/Positions.h"
@@ -20,8 +21,7 @@ void resizeToTag(std::istream& in, const Properties& tag, tsg::Bitmap<3>& bitmap
 {
     const int width = tag.getInt(detail::key::WIDTH);
     const int height = tag.getInt(detail::key::HEIGHT);
-    const std::uint64_t bytes = width > 0 && height > 0 ? 3 * std::uint64_t(width) * std::uint64_t(height) : 0;
-    const bool isPlausible = bytes <= detail::loadMemory(detail::streamSize(in));
+    const bool isPlausible = detail::pixelBytes(tag) <= detail::loadMemory(detail::streamSize(in));
     bitmap.resize(isPlausible ? width : 0, isPlausible ? height : 0);
 }
 
