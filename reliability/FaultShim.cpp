@@ -1,5 +1,5 @@
-// Loaded in front of the C library (LD_PRELOAD): logs every call that changes something below one folder, and lets one
-// of them fail. Settings come in the environment:
+// Loaded in front of the C library (LD_PRELOAD): logs the calls, of those functions that stand at the end, that change
+// something below one folder, and lets one of them fail. Settings come in the environment:
 //   TAVO_SHIM_FOLDER  the folder, without a slash at its end
 //   TAVO_SHIM_LOG     where to log; see WriteLog.h
 //   TAVO_SHIM_FAULT   "INDEX KIND": what happens at the call of that index, counted from 0:

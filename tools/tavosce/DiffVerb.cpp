@@ -51,7 +51,7 @@ std::size_t onlyRecord(const RecordAddress& address, std::size_t count)
     if (!address.index && count != 1)
     {
         throw Failure(WrongUsage, shown(address.file), "which of its " + counted(count, "record") + "?",
-                      "name it as FILE:INDEX; `tavosce info` lists them");
+                      "name it as FILE:INDEX; `tavosce ls` lists them");
     }
     return placeOf(address, count);
 }

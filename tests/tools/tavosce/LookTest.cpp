@@ -58,7 +58,8 @@ TEST_F(LookTest, aLinePerRecord)
     const auto several = run("ls @s.sce @none.sce @s.sce");
     EXPECT_EQ(several.out, placed("@s.sce: 2 records\n" + lines + "@s.sce: 2 records\n" + lines));
     EXPECT_EQ(several.code, 3);
-    const auto json = run("ls --json @s.sce").json();
+    const auto json = run("ls --json @s.sce @none.sce").json();
+    EXPECT_THAT(at(json, "/files/1/failure"), HasSubstr("No such file"));
     EXPECT_EQ(at(json, "/files/0/records/0/thumbnail"), "true");
     EXPECT_EQ(at(json, "/files/0/records/1/length"), length("1"));
     write("torn.sce", bytes("s.sce").substr(0, bytes("s.sce").size() - 1));

@@ -3,6 +3,7 @@
 #include "scenegraph/ChartCanvasCollection.h"
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
+#include "support/ContainerBytes.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
@@ -250,6 +251,8 @@ TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)
     std::filesystem::remove(path("scene/tsg/note.txt"));
     ASSERT_EQ(run("import @scene -o @c.sce").code, 0);
     EXPECT_EQ(contentsOf("c.sce"), contentsOf("b.sce"));
+    write("none.sce", ContainerBytes().str());
+    EXPECT_EQ(run("export @none.sce --scene-directory -o @empty").code, 0);
 }
 
 } // namespace

@@ -220,6 +220,8 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
     EXPECT_THAT(run("verify --quick @d").out, Not(HasSubstr("file-refused")));
     write("d/scene.tsg", "junk");
     EXPECT_EQ(codesOfFile("d").substr(0, 23), "scene-odd scene-damaged");
+    EXPECT_EQ(run("verify @d").code, 1);
+    EXPECT_EQ(run("verify --quick @d").code, 1);
 }
 
 TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)

@@ -13,6 +13,9 @@ public:
     ~ISDBWriter() override;
 
     /// Appends a picture of a record, rows and channels in the bitmap's own order.
+    ///   Success - the picture was handed to the file; if that failed, as on a full disk, the file was cut back and
+    ///             closed, and every later call answers NotOpen
+    ///   NotOpen - no file is open; nothing was written
     virtual io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) = 0;
 };
 

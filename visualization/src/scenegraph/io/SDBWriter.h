@@ -61,12 +61,16 @@ public:
     ///             `recordIndex` is -1 and hasFailed() true
     ///   NotOpen - no file is open, or the call comes from a node in the middle of another addition; nothing was
     ///             written
-    /// What a node throws passes through; the record is then not in the file. Nor is it when a node closes the file or
-    /// opens another one: hasFailed() then says so.
+    /// Raises InternalError "Writing DataArray failed" when there is no room for the values of a polydata:
+    /// `recordIndex` is -1 and hasFailed() true then, as for all that cannot be written. What a node throws passes
+    /// through; the record is then not in the file. Nor is it when a node closes the file or opens another one:
+    /// hasFailed() then says so.
     io::FileIoStatus addRecord(const std::string& title, const std::string& description, const std::string& sessionId,
                                Node& root, int& recordIndex) override;
 
     /// Appends a picture for a record; the index is stored as it is.
+    ///   Success - the picture is written, or it could not be written: then hasFailed() is true
+    ///   NotOpen - as for addRecord
     io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) override;
 
     /// Whether an addition since the last `open` could not be written, for example to a full disk. The file was cut
