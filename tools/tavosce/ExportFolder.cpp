@@ -32,7 +32,7 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     out.close();
     if (!out)
     {
-        throw Failure(CannotWrite, place, "cannot write: " + systemReason());
+        throw cannotWrite(place, systemReason());
     }
 }
 
@@ -120,7 +120,7 @@ void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
     const std::vector<std::string> errors = messages.takeErrors();
     if (!written || !errors.empty())
     {
-        throw Failure(CannotWrite, shown(name), "cannot write: " + shown(joined(errors)));
+        throw cannotWrite(shown(name), shown(joined(errors)));
     }
     const std::string text = writer->GetOutputString();
     writeText(_output.fileFor(name), shown(name),

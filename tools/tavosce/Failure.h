@@ -47,4 +47,10 @@ private:
     std::string _hint;
 };
 
+/// An output that cannot be written, and why.
+inline Failure cannotWrite(std::string place, const std::string& reason)
+{
+    return {CannotWrite, std::move(place), "cannot write: " + reason};
+}
+
 } // namespace tavosce

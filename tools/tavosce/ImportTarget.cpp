@@ -61,7 +61,7 @@ void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compres
         throw Failure(TooDamaged, shown(path), "cannot be added to: what is added behind the damage could not be read",
                       HINT);
     }
-    throw Failure(CannotWrite, shown(path), "cannot write: " + systemReason());
+    throw cannotWrite(shown(path), systemReason());
 }
 
 ImportTarget::ImportTarget(const ImportTargetOptions& options)
@@ -94,7 +94,7 @@ void ImportTarget::openNew(const ImportTargetOptions& options)
     errno = 0;
     if (_writer.open(_path, false, _compress) != FileIoStatus::Success)
     {
-        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+        throw cannotWrite(_shown, systemReason());
     }
 }
 
@@ -119,7 +119,7 @@ void ImportTarget::reopen(tsg::SDBWriter& writer) const
     errno = 0;
     if (writer.open(_path, true, _compress) != FileIoStatus::Success)
     {
-        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+        throw cannotWrite(_shown, systemReason());
     }
 }
 
@@ -143,7 +143,7 @@ void ImportTarget::add(tsg::SDBWriter& writer, const std::string& title, const s
     }
     if (!added || writer.hasFailed())
     {
-        throw Failure(CannotWrite, _shown, "cannot write: " + systemReason());
+        throw cannotWrite(_shown, systemReason());
     }
     _records.push_back(index);
 }

@@ -21,11 +21,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-Failure cannotWrite(const std::string& place, const std::string& reason)
-{
-    return {CannotWrite, place, "cannot write: " + reason};
-}
-
 Failure exists(const std::string& place)
 {
     return {CannotWrite, place, "exists already", "--force replaces it"};

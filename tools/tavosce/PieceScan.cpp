@@ -1,5 +1,6 @@
 #include "PieceScan.h"
 
+#include "ReadBudget.h"
 #include "RecordWalk.h"
 
 #include "scenegraph/io/detail/Index.h"
@@ -29,7 +30,7 @@ public:
     Scan(std::istream& in, std::uint64_t fileSize)
         : _in(in)
         , _fileSize(fileSize)
-        , _budget(fileSize > UINT64_MAX / READS_OF_A_BYTE ? UINT64_MAX : fileSize * READS_OF_A_BYTE)
+        , _budget(fileSize)
         , _walk(sdb::detail::walkFile(
               in, [](const Properties&) {}, [](const Properties&) {}))
     {
@@ -47,7 +48,7 @@ public:
 private:
     void takeNext()
     {
-        if (_budget == 0)
+        if (_budget.isSpent())
         {
             // What is no item in its place is no longer looked at, since each look may last to the end of the file.
             add(FilePiece::Unreadable, nextItem(_position));
@@ -69,7 +70,7 @@ private:
             takeTag(_position + _text.size());
             return;
         }
-        pay(_text.size());
+        _budget.pay(_text.size());
         const bool isCutItem = scan == TagScan::CutByEnd && sdb::detail::beginsAsItem(_text);
         add(isCutItem ? FilePiece::Unfinished : FilePiece::Unreadable, nextItem(_position + 1));
     }
@@ -125,7 +126,7 @@ private:
         {
             contents.fault = "the record's header is not where it says";
         }
-        else if (_budget == 0)
+        else if (_budget.isSpent())
         {
             contents.fault = "not looked at, after so much damage";
         }
@@ -135,7 +136,7 @@ private:
         }
         if (!contents.fault.empty())
         {
-            pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
+            _budget.pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
             end = std::min(end, nextItem(tagEnd));
         }
         add(FilePiece::Record, end, std::move(header));
@@ -190,7 +191,7 @@ private:
     std::uint64_t nextItem(std::uint64_t from)
     {
         const std::uint64_t found = sdb::detail::findItem(_in, from).value_or(_fileSize);
-        pay(found - std::min(from, found));
+        _budget.pay(found - std::min(from, found));
         return found;
     }
 
@@ -202,15 +203,9 @@ private:
         return position + (isLong ? 1 : 0) + (_in.peek() == '\n' ? 1 : 0);
     }
 
-    void pay(std::uint64_t bytes) { _budget -= std::min(bytes, _budget); }
-
-    /// How often a byte may be read for nothing, on the average: a damaged file needs few of these, but one that is
-    /// made for it could ask for a look at the rest of the file at each of its bytes.
-    static constexpr std::uint64_t READS_OF_A_BYTE = 16;
-
     std::istream& _in;
     std::uint64_t _fileSize;
-    std::uint64_t _budget;
+    ReadBudget _budget;
     sdb::detail::WalkResult _walk;
     std::uint64_t _position = 0; ///< where the next piece begins
     std::string _text;           ///< of the tag that was read last

@@ -114,7 +114,7 @@ void writePng(const tsg::Bitmap<3>& bitmap, const std::string& path, const std::
     errno = 0;
     if (png_image_write_to_file(image.get(), path.c_str(), 0, bitmap.getData(), 0, nullptr) == 0)
     {
-        throw Failure(CannotWrite, place, "cannot write: " + (errno != 0 ? systemReason() : shown(image->message)));
+        throw cannotWrite(place, errno != 0 ? systemReason() : shown(image->message));
     }
 }
 

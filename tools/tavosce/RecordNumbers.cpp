@@ -1,9 +1,12 @@
 #include "RecordNumbers.h"
 
+#include "ReadBudget.h"
 #include "RecordWalk.h"
 
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -24,24 +27,12 @@ namespace field = sdb::detail::field;
 /// No record that this library writes is shorter: so much is in the header, the class versions and a node.
 constexpr std::uint64_t LEAST_RECORD = 200;
 
-/// How often a byte of tags may be read, on the average: payloads may lead from many places to the same tags.
-constexpr std::uint64_t READS_OF_A_BYTE = 16;
-
-/// What a rendered tag of a kind begins with.
-std::string beginning(const char* kind)
+/// Whether what was never finished is no record that counted: a thumbnail, or its writer died, or gave it up, before.
+bool neverCounted(const Properties& tag)
 {
-    Properties tag;
-    tag.set(key::DATA_FIELD, kind);
-    const std::string text = tag.toString();
-    return text.substr(0, text.size() - 1);
-}
-
-/// Whether the writer of a record died, or gave it up, before it counted.
-bool isGivenUp(const Properties& tag)
-{
-    const std::string& length = tag.getString(key::LENGTH);
-    return tag.getString(key::DATA_FIELD) == field::THUMBNAIL || length.substr(0, 1) == "f" ||
-           sdb::hexFromProp(tag, key::LENGTH) == 0 || sdb::hexFromProp(tag, key::BINARY_DATA) == 0;
+    return tag.getString(key::DATA_FIELD) == field::THUMBNAIL ||
+           sdb::detail::isBeyondAnyFile(tag.getString(key::LENGTH)) || sdb::hexFromProp(tag, key::LENGTH) == 0 ||
+           sdb::hexFromProp(tag, key::BINARY_DATA) == 0;
 }
 
 class Numbering
@@ -49,7 +40,7 @@ class Numbering
 public:
     Numbering(std::istream& in, const std::vector<FilePiece>& pieces)
         : _in(in)
-        , _budget(pieces.empty() ? 0 : READS_OF_A_BYTE * pieces.back().end)
+        , _budget(pieces.empty() ? 0 : pieces.back().end)
     {
         for (const FilePiece& piece : pieces)
         {
@@ -102,7 +93,7 @@ private:
         {
             takeRemains(piece.begin, end);
         }
-        else if (piece.kind == FilePiece::Unfinished && isGivenUp(piece.tag))
+        else if (piece.kind == FilePiece::Unfinished && neverCounted(piece.tag))
         {
             isThumbnail ? takeThumbnail(piece.begin, end) : takeNoRecord(bodyEnd(piece.tagEnd), end);
         }
@@ -168,8 +159,8 @@ private:
             std::uint64_t skipped = 0;
             const bool isTag =
                 _in.peek() == '{' && sdb::detail::scanTag(_in, text, skipped) == sdb::detail::TagScan::Complete;
-            _budget -= std::min<std::uint64_t>(_budget, text.size());
-            _known = _known && _budget > 0;
+            _budget.pay(text.size()); // payloads may lead from many places to the same tags
+            _known = _known && !_budget.isSpent();
             if (!isTag || !_known)
             {
                 return position;
@@ -189,7 +180,7 @@ private:
     /// Where a tag of a kind begins between two positions.
     std::optional<std::uint64_t> find(const char* kind, std::uint64_t begin, std::uint64_t end)
     {
-        const std::string wanted = beginning(kind);
+        const std::string wanted = sdb::detail::beginningOfTag(kind);
         _in.clear();
         sdb::detail::seekTo(_in, begin);
         std::string last;
@@ -211,7 +202,7 @@ private:
     }
 
     std::istream& _in;
-    std::uint64_t _budget;            ///< how many bytes of tags may still be read
+    ReadBudget _budget;               ///< for tags
     std::uint64_t _mostHeader = 0;    ///< bytes of the longest header of a record
     std::uint64_t _mostThumbnail = 0; ///< bytes of the largest thumbnail, with its tag
     std::vector<std::optional<std::size_t>> _res;

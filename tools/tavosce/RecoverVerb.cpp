@@ -127,7 +127,7 @@ std::vector<Rescue> writeAnew(ScannedFile& file, const OutputFile& output, const
     out->close();
     if (!*out)
     {
-        throw Failure(CannotWrite, shown(options.output), "cannot write: " + systemReason());
+        throw cannotWrite(shown(options.output), systemReason());
     }
     return rescues;
 }

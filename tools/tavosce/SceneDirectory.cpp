@@ -124,7 +124,7 @@ void saveSceneDirectory(const tsg::SceneGraph& graph, const std::string& directo
     errno = 0;
     if (!writer.save(directory, *root) || writer.hasFailed())
     {
-        throw Failure(CannotWrite, place, "cannot write: " + systemReason());
+        throw cannotWrite(place, systemReason());
     }
 }
 

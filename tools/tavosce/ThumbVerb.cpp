@@ -145,7 +145,7 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     const tsg::io::FileIoStatus status = writer.addThumbnail(*record, bitmap);
     if (status != tsg::io::FileIoStatus::Success || writer.hasFailed())
     {
-        throw Failure(CannotWrite, shown(address.file), "cannot write: " + systemReason());
+        throw cannotWrite(shown(address.file), systemReason());
     }
     writer.close();
     acknowledge(options, address.file, *record, bitmap, " added", console.out);

@@ -16,15 +16,6 @@ namespace sdb::detail
 namespace
 {
 
-/// What a rendered tag begins with that has `value` as its first entry, "DataField".
-std::string beginning(const char* value)
-{
-    Properties tag;
-    tag.set(key::DATA_FIELD, value);
-    const std::string text = tag.toString();
-    return text.substr(0, text.size() - 1);
-}
-
 bool isInItsPlace(const std::string& text, std::uint64_t begin)
 {
     const Properties tag(text);
@@ -93,9 +84,17 @@ std::optional<std::uint64_t> findInBuffer(std::streambuf& buffer, std::uint64_t 
 
 } // namespace
 
+std::string beginningOfTag(const char* dataField)
+{
+    Properties tag;
+    tag.set(key::DATA_FIELD, dataField);
+    const std::string text = tag.toString();
+    return text.substr(0, text.size() - 1);
+}
+
 bool beginsAsItem(const std::string& text)
 {
-    static const std::array<std::string, 2> BEGINNINGS{beginning(field::HEADER), beginning(field::THUMBNAIL)};
+    static const std::array<std::string, 2> BEGINNINGS{beginningOfTag(field::HEADER), beginningOfTag(field::THUMBNAIL)};
     return std::any_of(BEGINNINGS.begin(), BEGINNINGS.end(),
                        [&](const std::string& begin)
                        {

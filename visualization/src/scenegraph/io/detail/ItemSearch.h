@@ -10,6 +10,9 @@
 namespace sdb::detail
 {
 
+/// What a rendered tag begins with whose first entry is this "DataField".
+std::string beginningOfTag(const char* dataField);
+
 /// Whether a text begins as every record header or thumbnail tag does, or is cut within that beginning.
 bool beginsAsItem(const std::string& text);
 

@@ -18,6 +18,9 @@ constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDB";
 constexpr Invariant TAG_TOO_LONG{"Property tag is too long", "text.size() <= MAX_TAG_BYTES", SOURCE, 402};
 constexpr Invariant SAME_LENGTH{"Rewritten property tag changed its length", "text.size() == length", SOURCE, 409};
 
+/// In place of the first digit of a position, which is 0 in every file.
+constexpr char BEYOND_ANY_FILE = 'f';
+
 void setPositions(Properties& tag, std::uint64_t filePos, std::uint64_t length)
 {
     tag.set(key::FILE_POS, hexPosition(filePos), Properties::Overwrite);
@@ -50,8 +53,13 @@ void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length,
 std::string beyondAnyFile(std::uint64_t position)
 {
     std::string digits = hexPosition(position);
-    digits.front() = 'f';
+    digits.front() = BEYOND_ANY_FILE;
     return digits;
+}
+
+bool isBeyondAnyFile(const std::string& position)
+{
+    return !position.empty() && position.front() == BEYOND_ANY_FILE;
 }
 
 PendingTag::PendingTag(std::ostream& out, Properties tag)
