@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <vtkAbstractArray.h>
 #include <vtkCellData.h>
 #include <vtkDataArray.h>
 #include <vtkNew.h>
@@ -19,6 +20,11 @@ std::array<Section, 3> sectionsOf(vtkPolyData& dataset)
     return {{{"point array", dataset.GetPointData()},
              {"cell array", dataset.GetCellData()},
              {"field array", dataset.GetFieldData()}}};
+}
+
+std::string arrayName(vtkAbstractArray* array)
+{
+    return array == nullptr || array->GetName() == nullptr ? "" : array->GetName();
 }
 
 void replaceArray(vtkFieldData& fields, vtkDataArray& array)

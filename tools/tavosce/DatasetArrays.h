@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 
 #include <vtkFieldData.h>
 #include <vtkPolyData.h>
@@ -18,6 +19,22 @@ struct Section
 /// Point, cell and field arrays, in the order of tsg::PolyDataNode::Association. A polydata without field data gets
 /// some.
 std::array<Section, 3> sectionsOf(vtkPolyData& dataset);
+
+/// One kind of cells of a polydata.
+struct CellKind
+{
+    const char* name; ///< as VTK abbreviates it
+    const char* noun; ///< what they are called in messages
+    vtkCellArray* (vtkPolyData::*cells)();
+};
+
+constexpr CellKind CELL_KINDS[] = {{"verts", "vertices", &vtkPolyData::GetVerts},
+                                   {"lines", "lines", &vtkPolyData::GetLines},
+                                   {"polys", "polygons", &vtkPolyData::GetPolys},
+                                   {"strips", "triangle strips", &vtkPolyData::GetStrips}};
+
+/// The name of an array; empty for null and for one without a name.
+std::string arrayName(vtkAbstractArray* array);
 
 /// Puts an array into the place of the one of its name; it becomes the active attribute that the other one was.
 void replaceArray(vtkFieldData& fields, vtkDataArray& array);

@@ -186,13 +186,9 @@ void checkGeometry(vtkPolyData& dataset, const std::string& place)
     {
         throw Failure(NotStorable, place, "the points cannot be stored: " + reason);
     }
-    const std::pair<const char*, vtkCellArray*> kinds[] = {{"vertices", dataset.GetVerts()},
-                                                           {"lines", dataset.GetLines()},
-                                                           {"polygons", dataset.GetPolys()},
-                                                           {"triangle strips", dataset.GetStrips()}};
-    for (const auto& [kind, cells] : kinds)
+    for (const CellKind& kind : CELL_KINDS)
     {
-        checkCells(*cells, kind, dataset.GetNumberOfPoints(), place);
+        checkCells(*(dataset.*kind.cells)(), kind.noun, dataset.GetNumberOfPoints(), place);
     }
 }
 

@@ -1,9 +1,11 @@
 #include "DatasetComparison.h"
 
+#include "DatasetArrays.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <string_view>
+#include <iterator>
 
 #include <vtkBitArray.h>
 #include <vtkCellArray.h>
@@ -60,11 +62,6 @@ bool sameTable(vtkLookupTable* left, vtkLookupTable* right)
     return std::equal(leftRange, leftRange + 2, rightRange) && sameValues(*left->GetTable(), *right->GetTable());
 }
 
-std::string_view nameOf(vtkDataArray& array)
-{
-    return array.GetName() == nullptr ? std::string_view() : std::string_view(array.GetName());
-}
-
 // Cells are held with 32-bit or with 64-bit ids, each of the two independently.
 struct SameCells
 {
@@ -113,13 +110,13 @@ bool sameGeometry(vtkPolyData& left, vtkPolyData& right)
         return leftPoints == rightPoints;
     }
     return sameValues(*leftPoints->GetData(), *rightPoints->GetData()) &&
-           sameCells(*left.GetVerts(), *right.GetVerts()) && sameCells(*left.GetLines(), *right.GetLines()) &&
-           sameCells(*left.GetPolys(), *right.GetPolys()) && sameCells(*left.GetStrips(), *right.GetStrips());
+           std::all_of(std::begin(CELL_KINDS), std::end(CELL_KINDS),
+                       [&](const CellKind& kind) { return sameCells(*(left.*kind.cells)(), *(right.*kind.cells)()); });
 }
 
 bool sameArray(vtkDataArray& left, vtkDataArray& right)
 {
-    return nameOf(left) == nameOf(right) && sameValues(left, right) &&
+    return arrayName(&left) == arrayName(&right) && sameValues(left, right) &&
            sameTable(left.GetLookupTable(), right.GetLookupTable());
 }
 

@@ -1,6 +1,7 @@
 #include "NodeArrays.h"
 
 #include "BlockLoad.h"
+#include "DatasetArrays.h"
 #include "Suggestion.h"
 #include "Text.h"
 
@@ -44,19 +45,6 @@ Values valuesOfPoints(const BlockData& data)
     return Values(*data.polys->GetPoints()->GetData()); // without points nothing is decoded
 }
 
-struct CellPart
-{
-    const char* name;
-    vtkCellArray* (vtkPolyData::*cells)();
-};
-
-constexpr CellPart CELL_PARTS[] = {
-    {"verts", &vtkPolyData::GetVerts},
-    {"lines", &vtkPolyData::GetLines},
-    {"polys", &vtkPolyData::GetPolys},
-    {"strips", &vtkPolyData::GetStrips},
-};
-
 std::vector<std::string> namesOf(const StoredBlock& block)
 {
     const std::string name = block.name();
@@ -81,7 +69,7 @@ void addGeometry(const StoredBlock& block, Candidates& candidates)
 {
     const std::string prefix = "polydata:";
     candidates.push_back({{"points", prefix + "points"}, &block, &valuesOfPoints});
-    for (const CellPart& part : CELL_PARTS)
+    for (const CellKind& part : CELL_KINDS)
     {
         candidates.push_back({{part.name, prefix + part.name}, &block, [&part](const BlockData& data) {
                                   return Values(*(data.polys->*part.cells)());

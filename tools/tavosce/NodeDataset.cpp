@@ -37,11 +37,6 @@ void addField(vtkFieldData& fields, vtkDataArray& array, const std::string& want
     fields.AddArray(copy);
 }
 
-std::string nameOf(vtkAbstractArray& array)
-{
-    return array.GetName() == nullptr ? "" : array.GetName();
-}
-
 /// The point or cell arrays that cannot be such on the dataset.
 void addMisfits(const PolyDataNode& node, PolyDataNode::Association association, vtkPolyData& dataset)
 {
@@ -53,7 +48,7 @@ void addMisfits(const PolyDataNode& node, PolyDataNode::Association association,
         vtkDataArray& array = *arrays.at(i);
         if (attached.HasArray(array.GetName()) == 0)
         {
-            addField(*dataset.GetFieldData(), array, nameOf(array));
+            addField(*dataset.GetFieldData(), array, arrayName(&array));
         }
     }
 }
@@ -69,7 +64,7 @@ void addTables(const PolyDataNode& node, vtkFieldData& fields)
             vtkLookupTable* const table = arrays.at(i)->GetLookupTable();
             if (table != nullptr && added.insert(table).second)
             {
-                addField(fields, *table->GetTable(), nameOf(*arrays.at(i)));
+                addField(fields, *table->GetTable(), arrayName(arrays.at(i)));
             }
         }
     }
@@ -83,7 +78,7 @@ std::vector<std::string> prepareNames(vtkPolyData& dataset)
         for (int i = 0; i < section.fields->GetNumberOfArrays(); ++i)
         {
             vtkAbstractArray& array = *section.fields->GetAbstractArray(i);
-            const std::string name = nameOf(array);
+            const std::string name = arrayName(&array);
             const std::string fit = xmlNameOf(name);
             if (fit != name)
             {
@@ -120,7 +115,7 @@ NodeDataset compose(const PolyDataNode& node)
     {
         if (piece.array != nullptr)
         {
-            addField(*res->GetFieldData(), *piece.array, nameOf(*piece.array));
+            addField(*res->GetFieldData(), *piece.array, arrayName(piece.array));
         }
     }
     return {res, node.getGeometry() != nullptr, prepareNames(*res)};

@@ -24,17 +24,6 @@ namespace tavosce
 namespace
 {
 
-struct CellKind
-{
-    const char* name;
-    vtkCellArray* (vtkPolyData::*cells)();
-};
-
-constexpr CellKind CELL_KINDS[] = {{"verts", &vtkPolyData::GetVerts},
-                                   {"lines", &vtkPolyData::GetLines},
-                                   {"polys", &vtkPolyData::GetPolys},
-                                   {"strips", &vtkPolyData::GetStrips}};
-
 /// Cells as VTK keeps them, over raw memory.
 class Cells
 {
@@ -146,18 +135,14 @@ std::vector<vtkDataArray*> arraysOf(vtkFieldData& fields)
     return res;
 }
 
-std::string nameOf(vtkAbstractArray* array)
-{
-    return array == nullptr || array->GetName() == nullptr ? "" : array->GetName();
-}
-
 void compareActives(const Place& section, vtkFieldData& left, vtkFieldData& right, Differences& differences)
 {
     auto* const a = vtkDataSetAttributes::SafeDownCast(&left);
     auto* const b = vtkDataSetAttributes::SafeDownCast(&right);
     for (int kind = 0; a != nullptr && b != nullptr && kind < vtkDataSetAttributes::NUM_ATTRIBUTES; ++kind)
     {
-        const std::string one = nameOf(a->GetAbstractAttribute(kind)), other = nameOf(b->GetAbstractAttribute(kind));
+        const std::string one = arrayName(a->GetAbstractAttribute(kind)),
+                          other = arrayName(b->GetAbstractAttribute(kind));
         if (one != other)
         {
             const std::string what = std::string("active ") + vtkDataSetAttributes::GetAttributeTypeAsString(kind) +
@@ -171,9 +156,9 @@ void compareSection(const Place& section, vtkFieldData& left, vtkFieldData& righ
                     Differences& differences)
 {
     std::vector<vtkDataArray*> a = arraysOf(left), b = arraysOf(right);
-    for (const auto& [one, other] : matched(a, b, [](vtkDataArray* array) { return nameOf(array); }))
+    for (const auto& [one, other] : matched(a, b, [](vtkDataArray* array) { return arrayName(array); }))
     {
-        const Place place{section.what, nameOf(one != nullptr ? *one : *other), section.node};
+        const Place place{section.what, arrayName(one != nullptr ? *one : *other), section.node};
         if (one == nullptr || other == nullptr)
         {
             differences.add(onlyIn(one != nullptr ? Side::First : Side::Second, place));

@@ -1,5 +1,6 @@
 #include "SceneForm.h"
 
+#include "DatasetArrays.h"
 #include "DatasetCheck.h"
 #include "Text.h"
 
@@ -22,12 +23,6 @@ namespace
 
 using tsg::NodeData;
 
-std::string arrayNameOf(const NodeData& piece)
-{
-    const char* const name = piece.array == nullptr ? nullptr : piece.array->GetName();
-    return name == nullptr ? "" : name;
-}
-
 std::string describe(const NodeData& piece, const std::string& objectKey)
 {
     std::string text;
@@ -37,13 +32,13 @@ std::string describe(const NodeData& piece, const std::string& objectKey)
         text = "polydata";
         break;
     case NodeData::Kind::PointData:
-        text = "point array " + inQuotes(arrayNameOf(piece));
+        text = "point array " + inQuotes(arrayName(piece.array));
         break;
     case NodeData::Kind::CellData:
-        text = "cell array " + inQuotes(arrayNameOf(piece));
+        text = "cell array " + inQuotes(arrayName(piece.array));
         break;
     case NodeData::Kind::NodeArray:
-        text = "node data " + inQuotes(arrayNameOf(piece));
+        text = "node data " + inQuotes(arrayName(piece.array));
         break;
     case NodeData::Kind::NodeRecord:
         text = "a record of node data";
@@ -57,7 +52,7 @@ std::string fileOf(const NodeData& piece, const std::string& objectKey)
 {
     return piece.kind == NodeData::Kind::Polys
                ? objectKey + tsg::detail::POLY_DATA_EXTENSION
-               : objectKey + '.' + arrayNameOf(piece) + tsg::detail::DATA_ARRAY_EXTENSION;
+               : objectKey + '.' + arrayName(piece.array) + tsg::detail::DATA_ARRAY_EXTENSION;
 }
 
 /// Why neither writer stores a piece; empty if both do.
@@ -142,7 +137,7 @@ private:
         {
             return "no file can be named " + inQuotes(fileOf(piece, objectKey));
         }
-        const bool isNew = _seen.emplace(piece.kind, piece.tag, objectKey, arrayNameOf(piece)).second;
+        const bool isNew = _seen.emplace(piece.kind, piece.tag, objectKey, arrayName(piece.array)).second;
         return isNew ? "" : "there is another one, and one file for both";
     }
 
