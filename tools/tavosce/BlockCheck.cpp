@@ -99,7 +99,7 @@ std::vector<Finding> sizeFindings(std::istream& in, const StoredBlock& block)
 }
 
 /// An array that could not be begun may be one for which there is no room now, which is no finding about the file.
-/// Throws std::bad_alloc.
+/// Takes as much room as it needs, and gives it back; throws std::bad_alloc.
 void requireMemory(const StoredBlock& block)
 {
     const auto width = vtkAbstractArray::GetDataTypeSize(block.tag.getInt(key::DATA_TYPE));

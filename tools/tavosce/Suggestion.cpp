@@ -87,6 +87,18 @@ private:
     std::vector<std::size_t> _row, _above, _twoAbove;
 };
 
+/// A name in quotes, shortened: files make names as long as they like.
+std::string quotedStart(const std::string& name)
+{
+    constexpr std::size_t MOST_BYTES = 100;
+    std::size_t end = MOST_BYTES;
+    while (end > 0 && end < name.size() && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80)
+    {
+        --end; // a character is not split
+    }
+    return inQuotes(name.substr(0, end)) + (end < name.size() ? "..." : "");
+}
+
 std::string quotedList(const std::vector<std::string>& names, std::size_t most, const char* lastSeparator)
 {
     std::string res;
@@ -94,7 +106,7 @@ std::string quotedList(const std::vector<std::string>& names, std::size_t most, 
     for (std::size_t i = 0; i < shownNames; ++i)
     {
         res += i == 0 ? "" : i + 1 < names.size() ? ", " : lastSeparator;
-        res += inQuotes(names[i]);
+        res += quotedStart(names[i]);
     }
     return names.size() > most ? res + lastSeparator + std::to_string(names.size() - most) + " more" : res;
 }

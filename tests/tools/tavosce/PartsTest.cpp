@@ -1,6 +1,7 @@
 #include "DatasetComparison.h"
 #include "Json.h"
 #include "ProgressBar.h"
+#include "Suggestion.h"
 #include "Text.h"
 
 #include "support/ToolRun.h"
@@ -27,6 +28,10 @@ TEST(TextTest, whatComesFromFilesIsEscaped)
         EXPECT_EQ(tavosce::shown(text), shown);
         EXPECT_EQ(tavosce::fileNameOf(text), fileName);
     }
+    EXPECT_EQ(tavosce::inQuotes("a\"\\\n"), R"("a\"\\\n")");
+    EXPECT_EQ(tavosce::shownJson("\"\\u001b\x7f\""), R"("\u001b\x7f")");
+    const std::string cut = std::string(99, 'x') + "\xc3\xa4";
+    EXPECT_EQ(tavosce::suggestion("y", {cut, "z"}, "has"), "has \"" + cut.substr(0, 99) + "\"... and \"z\"");
     EXPECT_EQ(tavosce::stemOf("/x.y/.a.b.VTP"), ".a.b");
     EXPECT_EQ(tavosce::stemOf("x/.hidden"), ".hidden");
     EXPECT_EQ(tavosce::extensionOf("x.y/A.VTP"), ".vtp");
