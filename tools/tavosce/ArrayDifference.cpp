@@ -53,7 +53,7 @@ Distance<T> distance(T a, T b)
     }
 }
 
-/// Whether values so far apart count as equal.
+/// Whether values that are not equal, and so far apart, count as equal.
 template <class T>
 bool isWithin(Distance<T> apart, T a, T b, const Tolerance& tolerance)
 {
@@ -61,7 +61,7 @@ bool isWithin(Distance<T> apart, T a, T b, const Tolerance& tolerance)
     const double allowed = std::max(tolerance.abs, tolerance.rel * magnitude);
     if constexpr (std::is_floating_point_v<T>)
     {
-        return apart == 0 || (apart < INFINITELY_FAR && apart <= allowed);
+        return apart < INFINITELY_FAR && apart <= allowed;
     }
     else
     {
@@ -81,7 +81,7 @@ std::optional<Spread> spreadOf(Left left, Right right, vtkIdType count, int comp
     {
         const auto a = left(i), b = right(i);
         const auto apart = distance(a, b);
-        if (isWithin(apart, a, b, tolerance))
+        if (apart == 0 || isWithin(apart, a, b, tolerance))
         {
             continue;
         }
