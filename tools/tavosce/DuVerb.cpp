@@ -1,7 +1,4 @@
-#include "CommandTable.h"
-
-#include "Json.h"
-#include "SceneFile.h"
+#include "FilesVerb.h"
 #include "Text.h"
 #include "Usage.h"
 
@@ -11,15 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 namespace tavosce
 {
@@ -28,12 +22,6 @@ namespace
 {
 
 namespace key = sdb::detail::key;
-
-struct DuOptions
-{
-    std::vector<std::string> files;
-    bool json = false;
-};
 
 /// What a line is about: a record or a node; of what belongs to none the kind.
 struct Subject
@@ -128,8 +116,9 @@ void printLine(std::ostream& out, std::size_t width, const Bytes& bytes, const s
     out << "  " << name << '\n';
 }
 
-void printText(std::ostream& out, const SceneFile& file, const std::vector<Portion>& portions)
+void printText(std::ostream& out, SceneFile& file, bool)
 {
+    const std::vector<Portion> portions = usageOf(file);
     const Bytes sum = sumOf(portions);
     const std::size_t width =
         std::max<std::size_t>(6, std::to_string(std::max(sum.total(), sum.shared)).size()); // as long as "shared"
@@ -180,8 +169,9 @@ void writeRow(Json& json, const Row& row)
     json.endObject();
 }
 
-void writeJson(Json& json, const SceneFile& file, const std::vector<Portion>& portions)
+void writeJson(Json& json, SceneFile& file)
 {
+    const std::vector<Portion> portions = usageOf(file);
     json.beginObject();
     json.member("file", file.path());
     writeBytes(json, sumOf(portions));
@@ -197,29 +187,11 @@ void writeJson(Json& json, const SceneFile& file, const std::vector<Portion>& po
     json.endObject();
 }
 
-void runDu(const DuOptions& options, Console& console)
-{
-    if (!options.json)
-    {
-        visitFiles(options.files, console.report, nullptr,
-                   [&](SceneFile& file) { printText(console.out, file, usageOf(file)); });
-        return;
-    }
-    Json json(console.out);
-    json.beginArray("files");
-    visitFiles(options.files, console.report, &json, [&](SceneFile& file) { writeJson(json, file, usageOf(file)); });
-    json.endArray();
-    json.finish();
-}
-
 } // namespace
 
 Run declareDu(CLI::App& app)
 {
-    const auto options = std::make_shared<DuOptions>();
-    app.add_option("FILE", options->files, "Scene databases")->required();
-    app.add_flag("--json", options->json, "Print one JSON document");
-    return [options](Console& console) { runDu(*options, console); };
+    return declareFiles(app, {&printText, &writeJson});
 }
 
 } // namespace tavosce

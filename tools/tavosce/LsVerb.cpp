@@ -1,8 +1,5 @@
-#include "CommandTable.h"
-
-#include "Json.h"
+#include "FilesVerb.h"
 #include "RecordJson.h"
-#include "SceneFile.h"
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
@@ -11,12 +8,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 namespace tavosce
 {
@@ -25,12 +19,6 @@ namespace
 {
 
 namespace key = sdb::detail::key;
-
-struct LsOptions
-{
-    std::vector<std::string> files;
-    bool json = false;
-};
 
 /// What a line tells of a record. All of it stands in the header: the record itself is not looked at.
 struct Line
@@ -62,9 +50,9 @@ std::size_t widthOf(const std::vector<Line>& lines, std::string Line::*column)
     return res;
 }
 
-void printText(std::ostream& out, const SceneFile& file, bool headed)
+void printText(std::ostream& out, SceneFile& file, bool several)
 {
-    if (headed)
+    if (several)
     {
         out << shown(file.path()) << ": " << counted(file.records().size(), "record") << '\n';
     }
@@ -79,7 +67,7 @@ void printText(std::ostream& out, const SceneFile& file, bool headed)
     }
 }
 
-void writeJson(Json& json, const SceneFile& file)
+void writeJson(Json& json, SceneFile& file)
 {
     json.beginObject();
     json.member("file", file.path());
@@ -96,29 +84,11 @@ void writeJson(Json& json, const SceneFile& file)
     json.endObject();
 }
 
-void runLs(const LsOptions& options, Console& console)
-{
-    if (!options.json)
-    {
-        visitFiles(options.files, console.report, nullptr,
-                   [&](SceneFile& file) { printText(console.out, file, options.files.size() > 1); });
-        return;
-    }
-    Json json(console.out);
-    json.beginArray("files");
-    visitFiles(options.files, console.report, &json, [&](SceneFile& file) { writeJson(json, file); });
-    json.endArray();
-    json.finish();
-}
-
 } // namespace
 
 Run declareLs(CLI::App& app)
 {
-    const auto options = std::make_shared<LsOptions>();
-    app.add_option("FILE", options->files, "Scene databases")->required();
-    app.add_flag("--json", options->json, "Print one JSON document");
-    return [options](Console& console) { runLs(*options, console); };
+    return declareFiles(app, {&printText, &writeJson});
 }
 
 } // namespace tavosce
