@@ -59,6 +59,11 @@ bool endedWell(pid_t process)
 
 } // namespace
 
+long processNumber()
+{
+    return getpid();
+}
+
 ApartResult runApart(const std::function<void()>& work)
 {
     ApartResult res;
