@@ -254,7 +254,7 @@ void Recovery::writeRecord(const FilePiece& piece, const RecordContents& content
     const std::uint64_t end = sdb::detail::writePosition(_out);
     setPosition(header, key::LENGTH, end - begin);
     setPosition(header, key::BINARY_DATA, firstBlock);
-    sdb::detail::rewriteTag(_out, begin, pending.size(), header);
+    sdb::detail::rewriteTag(sdb::detail::TagStream(_out), begin, pending.size(), header);
     _out.seekp(static_cast<std::streamoff>(end));
     _index.registerRecord(header);
 }

@@ -38,7 +38,7 @@ public:
         , _record(record)
         , _block(block)
         , _thumbnail(thumbnail)
-        , _fileSize(streamSize(in))
+        , _fileSize(streamSize(in).value_or(0))
         , _budget(indexedBlocks(_fileSize))
     {
     }
@@ -116,7 +116,8 @@ private:
     {
         if (_block != nullptr)
         {
-            walkBlocks(_in, _tag, end, *_block, _budget);
+            const BlockCallback block = *_block; // each record has a callback of its own, with what that remembers
+            walkBlocks(_in, _tag, end, block, _budget);
             if (_budget.isSpent())
             {
                 spentBudget.log("sdb::indexRecords: too many blocks, the rest of them is not looked at");
