@@ -53,6 +53,9 @@ public:
     /// Whether an item that is added at its end can be found again.
     bool canBeAddedTo() const;
 
+    /// Where the next item would start.
+    std::uint64_t nextItem() const { return _walk.position; }
+
     /// Warns of every place where the file is not whole.
     void reportEnd(Report& report) const;
 

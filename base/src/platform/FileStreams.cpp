@@ -143,6 +143,19 @@ UpdateStream::~UpdateStream()
     }
 }
 
+bool synchronise(const std::wstring& path)
+{
+    const auto name = posix::systemPath(path);
+    const int descriptor = name ? open(name->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY) : -1;
+    if (descriptor == -1)
+    {
+        return errno == EACCES;
+    }
+    const bool done = fsync(descriptor) == 0;
+    posix::closeQuietly(descriptor);
+    return done;
+}
+
 bool isLocked(const std::wstring& path)
 {
     struct flock whole = {};

@@ -50,6 +50,10 @@ enum class LockResult
     NoLocks        ///< the file system knows no locks, or the system has none left
 };
 
+/// Waits until the device has what was written to the file or directory at a path. One that may not be read is passed
+/// over; false if the system says that it has not, with the reason in `errno`.
+TAVO_EXPORT bool synchronise(const std::wstring& path);
+
 /// Whether a writer has locked the file at a path, which may be one that only can be read. False also if nobody can
 /// tell.
 TAVO_EXPORT bool isLocked(const std::wstring& path);

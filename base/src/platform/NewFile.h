@@ -29,6 +29,9 @@ public:
     /// A path that leads to the file as long as this object lives, for whoever is to fill it; empty if it is not open.
     const std::wstring& path() const { return _path; }
 
+    /// Whether the file has a name meanwhile, which only this object removes.
+    bool isNamed() const { return !_temporary.empty(); }
+
     /// Gives the file its name. False if anything has that name already.
     [[nodiscard]] bool install();
 

@@ -88,7 +88,7 @@ public:
     io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) override;
 
     /// Whether an addition since the last `open` could not be written, for example to a full disk. The file was cut
-    /// back to its last whole item and closed.
+    /// back to its last whole item, or to what it held before all additions, and closed.
     bool hasFailed() const { return _failed; }
 
     /// Whether nodes are being asked for their data at the moment.
@@ -110,6 +110,10 @@ public:
     /// before the byte that completes the item, and that byte, and the name of a new file, before the call returns. Off
     /// by default, since it costs two waits for the device an item. To be set before `open`.
     void setSynchronised(bool synchronised) { _synchronised = synchronised; }
+
+    /// Whether what is added to a file between `open` and `close` stands or falls together: an addition that cannot be
+    /// written then takes all of it back. Off by default. To be set before the first addition.
+    void setAllOrNothing(bool allOrNothing) { _allOrNothing = allOrNothing; }
 
     /// Forgets the nodes of earlier records, so that the next record repeats none of them, nor lets geometry carry
     /// arrays for their sake.
@@ -190,6 +194,7 @@ private:
     std::wstring _fileName;                                 ///< normalised path of the file last opened
     bool _compress = false;
     bool _synchronised = false;                            ///< see setSynchronised
+    bool _allOrNothing = false;                            ///< see setAllOrNothing
     bool _propertyPass = false;                            ///< nodes are being asked for their properties
     bool _binaryPass = false;                              ///< nodes are being asked for their data
     std::string _sessionId;                                ///< of the record being written, or last written

@@ -117,10 +117,17 @@ public:
         }
         else if (!isGood || !_stream->takeItemBack())
         {
-            _stream->abandon();
             _writer._failed = true;
-            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_fileName)
-                      << " failed; the file was cut back to its last whole item and closed\n";
+            if (_writer._allOrNothing)
+            {
+                _stream->abandonAll();
+            }
+            else
+            {
+                _stream->abandon();
+            }
+            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_fileName) << " failed; the file was cut back to "
+                      << (_writer._allOrNothing ? "what it held before" : "its last whole item") << " and closed\n";
         }
     }
 
