@@ -3,6 +3,7 @@
 #include "ReadBudget.h"
 #include "RecordWalk.h"
 
+#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Index.h"
 #include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/Positions.h"
@@ -92,7 +93,7 @@ private:
             add(FilePiece::UnknownTag, tagEnd, std::move(tag));
             return;
         }
-        const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(_in, tag, tagEnd, _fileSize);
+        const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(tag, tagEnd);
         if (!end)
         {
             add(FilePiece::Unfinished, nextItem(tagEnd), std::move(tag));

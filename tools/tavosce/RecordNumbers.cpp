@@ -30,9 +30,7 @@ constexpr std::uint64_t LEAST_RECORD = 200;
 /// Whether what was never finished is no record that counted: a thumbnail, or its writer died, or gave it up, before.
 bool neverCounted(const Properties& tag)
 {
-    return tag.getString(key::DATA_FIELD) == field::THUMBNAIL ||
-           sdb::detail::isBeyondAnyFile(tag.getString(key::LENGTH)) || sdb::hexFromProp(tag, key::LENGTH) == 0 ||
-           sdb::hexFromProp(tag, key::BINARY_DATA) == 0;
+    return tag.getString(key::DATA_FIELD) == field::THUMBNAIL || sdb::detail::isPending(tag);
 }
 
 class Numbering

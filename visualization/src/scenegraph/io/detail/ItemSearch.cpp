@@ -20,8 +20,7 @@ bool isInItsPlace(const std::string& text, std::uint64_t begin)
 {
     const Properties tag(text);
     const std::uint64_t tagEnd = begin + text.size();
-    const std::optional<std::uint64_t> end = extentEnd(tag);
-    if (!end.has_value() || *end < tagEnd)
+    if (!finishedEnd(tag, tagEnd))
     {
         return false;
     }
@@ -101,32 +100,6 @@ bool beginsAsItem(const std::string& text)
                            const std::size_t common = std::min(begin.size(), text.size());
                            return text.compare(0, common, begin, 0, common) == 0;
                        });
-}
-
-std::uint64_t pixelBytes(const Properties& tag)
-{
-    const int width = tag.getInt(key::WIDTH);
-    const int height = tag.getInt(key::HEIGHT);
-    return width > 0 && height > 0 ? 3 * std::uint64_t(width) * std::uint64_t(height) : 0;
-}
-
-std::optional<std::uint64_t> finishedEnd(std::istream& in, const Properties& tag, std::uint64_t tagEnd,
-                                         std::uint64_t fileSize)
-{
-    const std::optional<std::uint64_t> end = extentEnd(tag);
-    if (!end.has_value() || *end < tagEnd)
-    {
-        return std::nullopt;
-    }
-    const bool isRecord = tag.getString(key::DATA_FIELD) == field::HEADER;
-    const bool isPartial = isRecord ? tag.hasName(key::BINARY_DATA) && hexFromProp(tag, key::BINARY_DATA) == 0
-                                    : hexFromProp(tag, key::LENGTH) < pixelBytes(tag);
-    if (isPartial && *end < fileSize)
-    {
-        seekTo(in, end);
-        return in.peek() == '{' ? end : std::nullopt;
-    }
-    return end;
 }
 
 std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from)

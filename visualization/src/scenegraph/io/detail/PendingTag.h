@@ -21,8 +21,9 @@ void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length,
 /// crash can tear a byte.
 std::string beyondAnyFile(std::uint64_t position);
 
-/// Whether digits are of that kind.
-bool isBeyondAnyFile(const std::string& position);
+/// Whether the number of an item's tag that says that the item is finished is one that a writer leaves there until
+/// then: zero, or beyond any file. Any other in an unfinished item is damaged.
+bool isPending(const Properties& tag);
 
 /// A tag written with zero positions and rewritten in place once the payload behind it is known. If it is not
 /// committed, the zeros stay in the file: such an item was never finished.
