@@ -63,8 +63,7 @@ private:
         case FilePiece::Thumbnail:
             return checkThumbnail(piece);
         case FilePiece::Unfinished:
-            return add(isThumbnail(piece.tag) ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished,
-                       piece.begin);
+            return add(unfinishedCode(piece), piece.begin);
         case FilePiece::UnknownTag:
             return checkUnknownTag(piece);
         case FilePiece::StrayTag:
@@ -82,9 +81,14 @@ private:
         add(isLost ? FindingCode::RecordLost : FindingCode::TagUnknown, piece.begin);
     }
 
-    static bool isThumbnail(const Properties& tag)
+    static FindingCode unfinishedCode(const FilePiece& piece)
     {
-        return tag.getString(key::DATA_FIELD) == sdb::detail::field::THUMBNAIL;
+        if (wasFinished(piece))
+        {
+            return FindingCode::PositionDamaged;
+        }
+        const bool isThumbnail = piece.tag.getString(key::DATA_FIELD) == sdb::detail::field::THUMBNAIL;
+        return isThumbnail ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished;
     }
 
     /// Readers pass over bytes without a brace, and come to what is behind them.

@@ -16,6 +16,8 @@ const std::vector<FindingKind> KINDS = {
     {Code::HeaderRepeated, "header-repeated", Severity::Warning, "another file header"},
     {Code::RecordUnfinished, "record-unfinished", Severity::Warning, "a record that was never finished"},
     {Code::ThumbnailUnfinished, "thumbnail-unfinished", Severity::Warning, "a thumbnail that was never finished"},
+    {Code::PositionDamaged, "position-damaged", Severity::Error,
+     "the positions of a record or thumbnail are damaged, and readers take it for unfinished"},
     {Code::TagStray, "tag-stray", Severity::Error, "a tag that is neither file header, record nor thumbnail"},
     {Code::TagUnknown, "tag-unknown", Severity::Warning, "a tag of no known kind between the items"},
     {Code::Gap, "gap", Severity::Warning, "bytes that belong to nothing"},

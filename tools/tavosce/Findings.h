@@ -26,6 +26,7 @@ enum class FindingCode
     HeaderRepeated,
     RecordUnfinished,
     ThumbnailUnfinished,
+    PositionDamaged,
     TagStray,
     TagUnknown,
     Gap,

@@ -6,6 +6,7 @@
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Index.h"
 #include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -214,6 +215,11 @@ private:
 };
 
 } // namespace
+
+bool wasFinished(const FilePiece& piece)
+{
+    return !piece.tag.empty() && !sdb::detail::isPending(piece.tag);
+}
 
 std::vector<FilePiece> scanPieces(std::istream& in, std::uint64_t fileSize)
 {

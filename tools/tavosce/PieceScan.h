@@ -35,6 +35,9 @@ struct FilePiece
     std::uint64_t faultPosition = 0; ///< of a Record with a fault: where that is
 };
 
+/// Whether a piece that is Unfinished was complete once: its tag is whole, but no writer leaves such positions there.
+bool wasFinished(const FilePiece& piece);
+
 /// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.
 /// Unlike the library's walk this does not end at damage, but goes on at the next record header or thumbnail tag that
 /// stands where it says that it stands; and a record whose tags do not lead to its end is not believed about where that

@@ -37,14 +37,14 @@ void write(std::ostream& out, const std::string& text)
 }
 
 /// Why a piece that is no record and no thumbnail is left out.
-const char* reasonOf(FilePiece::Kind kind)
+const char* reasonOf(const FilePiece& piece)
 {
-    switch (kind)
+    switch (piece.kind)
     {
     case FilePiece::FileHeader:
         return "another file header";
     case FilePiece::Unfinished:
-        return "never finished";
+        return wasFinished(piece) ? "its positions are damaged" : "never finished";
     case FilePiece::UnknownTag:
     case FilePiece::StrayTag:
         return "a tag of no known kind";
@@ -128,7 +128,7 @@ std::vector<Rescue> Recovery::run()
         }
         else
         {
-            rescue.reason = reasonOf(piece.kind);
+            rescue.reason = reasonOf(piece);
         }
     }
     return res;

@@ -143,6 +143,11 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {ContainerBytes(shares.str()).raw(ContainerBytes().str()).str(), "header-repeated"},
         {ContainerBytes(shares.str()).record("b", {}, position("Length", 0)).str(), "record-unfinished"},
         {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0), "").str(), "thumbnail-unfinished"},
+        {ContainerBytes(shares.str()).record("b", {}, position("Length", 3)).str(), "position-damaged"},
+        {ContainerBytes(shares.str()).record("b", {}, text("Length", "f")).record("c").str(), "position-damaged"},
+        {ContainerBytes(shares.str()).record("b", {}, position("Length", 0xf000000000000123)).str(),
+         "record-unfinished"},
+        {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0x8000000000000123)).str(), "position-damaged"},
         {shares.str() + "{}", "tag-stray"},
         {shares.str() + R"({"DataField":"Other"})", "tag-unknown"},
         {shares.str() + "junk", "gap"},
@@ -210,7 +215,8 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
     write("d/tsg/lost2.dataArray", chars("2"));
     write("d/tsg/lost3.dataArray", chars("3"));
     write("d/tsg/lost4.dataArray", chars("2") + "cd");
-    write("d/tsg/more.polyData", "{\"ObjectKey\":\"N\",\"Tag\":2}\nno polydata");
+    const std::string polys = bytes("d/tsg/PolyDataNode_1.polyData");
+    write("d/tsg/more.polyData", polys.substr(0, polys.find_last_not_of(" \n") + 1)); // perhaps in its last number
     std::filesystem::create_directory(path("d/tsg/folder"));
     write("d/scene.tsg",
           bytes("d/scene.tsg") + R"({"ObjectKey":"SceneNode_1","Properties":{}}junk{"x":1})" + "\n{\"a\n");
