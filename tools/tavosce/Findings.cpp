@@ -25,6 +25,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::ItemHidden, "item-hidden", Severity::Error, "whole, but readers do not get here, as damage is before it"},
     {Code::RecordLost, "record-lost", Severity::Error, "the tags of a record whose header is destroyed"},
     {Code::RecordBroken, "record-broken", Severity::Error, "the tags do not lead to the record's end"},
+    {Code::RecordLength, "record-length", Severity::Error, "the header gives the record another length"},
     {Code::RecordVersion, "record-version", Severity::Error, "a version of records that is not known"},
     {Code::RecordTag, "record-tag", Severity::Error, "a tag of no known kind, or one too many, in the record"},
     {Code::RecordOrder, "record-order", Severity::Warning, "a tag that stands where no writer puts it"},

@@ -34,6 +34,7 @@ enum class FindingCode
     ItemHidden,
     RecordLost,
     RecordBroken,
+    RecordLength,
     RecordVersion,
     RecordTag,
     RecordOrder,

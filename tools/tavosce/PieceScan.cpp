@@ -90,7 +90,6 @@ private:
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind != field::HEADER && kind != field::THUMBNAIL)
         {
-            accuseRecordOf(tag);
             add(FilePiece::UnknownTag, tagEnd, std::move(tag));
             return;
         }
@@ -106,17 +105,6 @@ private:
         else
         {
             takeThumbnail(std::move(tag), tagEnd, *end);
-        }
-    }
-
-    /// A tag that stands in records only, and right behind one, is what a "Length" that is too short has left out.
-    void accuseRecordOf(const Properties& tag)
-    {
-        const bool isBehindRecord = !_pieces.empty() && _pieces.back().kind == FilePiece::Record;
-        if (isTagOfRecord(tag) && isBehindRecord && _pieces.back().fault.empty())
-        {
-            _pieces.back().fault = "the record goes on behind its end";
-            _pieces.back().faultPosition = _position;
         }
     }
 
@@ -136,7 +124,12 @@ private:
         {
             contents = walkRecord(_in, header, _fileSize);
         }
-        if (!contents.fault.empty())
+        if (contents.fault.empty())
+        {
+            end = contents.end;
+            _budget.pay(std::max(contents.readTo, end) - end);
+        }
+        else
         {
             _budget.pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
             end = std::min(end, nextItem(tagEnd));

@@ -77,9 +77,14 @@ void RecordCheck::checkHeader(const Properties& header, const RecordContents& co
     {
         add(FindingCode::RecordRoot, begin, "the root " + shown(root) + " is no node of the record", root);
     }
+    if (!contents.lengthIsRight)
+    {
+        add(FindingCode::RecordLength, begin,
+            "the record ends at " + hexadecimal(contents.end) + ", and the header says " +
+                hexadecimal(begin + sdb::hexFromProp(header, key::LENGTH)));
+    }
     const std::uint64_t blocks = sdb::hexFromProp(header, key::BINARY_DATA);
-    const std::uint64_t first =
-        contents.blocks.empty() ? begin + sdb::hexFromProp(header, key::LENGTH) : contents.blocks.front().tagPosition;
+    const std::uint64_t first = contents.blocks.empty() ? contents.end : contents.blocks.front().tagPosition;
     if (blocks != first)
     {
         add(FindingCode::RecordBlocks, begin,

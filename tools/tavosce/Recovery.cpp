@@ -75,11 +75,12 @@ std::vector<const Stored*> inOrder(const std::vector<Stored>& all)
     return res;
 }
 
-/// Why a record cannot be loaded as a whole; empty if it can.
+/// What of a record is lost; empty if nothing is. Its length is written anew.
 std::string faultOf(const std::vector<Finding>& findings)
 {
-    const auto found = std::find_if(findings.begin(), findings.end(),
-                                    [](const Finding& finding) { return finding.kind().severity == Severity::Error; });
+    const auto isLoss = [](const Finding& finding)
+    { return finding.kind().severity == Severity::Error && finding.code != FindingCode::RecordLength; };
+    const auto found = std::find_if(findings.begin(), findings.end(), isLoss);
     return found == findings.end() ? std::string() : found->text();
 }
 

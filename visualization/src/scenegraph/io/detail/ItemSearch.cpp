@@ -125,4 +125,29 @@ std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from)
     }
 }
 
+bool isItemAt(std::istream& in, std::uint64_t position)
+{
+    constexpr std::uint64_t MOST_BYTES = 65536;
+    in.clear();
+    seekTo(in, position);
+    Candidate candidate;
+    for (std::uint64_t taken = 1; taken <= MOST_BYTES; ++taken)
+    {
+        const int next = in.get();
+        if (next == std::istream::traits_type::eof())
+        {
+            return false;
+        }
+        if (candidate.take(static_cast<char>(next)))
+        {
+            return isInItsPlace(candidate.text(), position);
+        }
+        if (candidate.text().size() != taken)
+        {
+            return false; // something else, or it begins later
+        }
+    }
+    return false;
+}
+
 } // namespace sdb::detail

@@ -20,4 +20,8 @@ bool beginsAsItem(const std::string& text);
 /// passed over. Clears the whole stream state before; position and state afterwards are unspecified.
 std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from);
 
+/// Whether such an item begins at `position`. One with a tag of more than 64 KiB is not recognised, so that a look
+/// costs little. Position and state of the stream afterwards are unspecified.
+bool isItemAt(std::istream& in, std::uint64_t position);
+
 } // namespace sdb::detail
