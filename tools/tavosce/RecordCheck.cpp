@@ -26,7 +26,7 @@ std::string decodedForm(const StoredBlock& block)
     std::string res;
     for (const char* const part : {key::FILE_POS, key::LENGTH})
     {
-        res += block.tag.getString(part) + ' ';
+        res += std::to_string(sdb::hexFromProp(block.tag, part)) + ' ';
     }
     for (const char* const part : {key::TAG, key::DATA_TYPE, key::NUMBER_OF_COMPONENTS, key::NUMBER_OF_TUPLES})
     {

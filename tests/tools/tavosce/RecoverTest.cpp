@@ -3,6 +3,7 @@
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
+#include <iomanip>
 #include <map>
 #include <set>
 
@@ -316,6 +317,59 @@ TEST_F(RecoverTest, aRecordEndsWhereItsTagsLead)
             EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
         }
     }
+}
+
+TEST_F(RecoverTest, tagsOfOtherWritersAreCopiedAsTheyAre)
+{
+    const auto hex = [](std::size_t value)
+    {
+        std::ostringstream out;
+        out << std::uppercase << std::hex << std::setfill('0') << std::setw(3) << value; // not 16 digits
+        return out.str();
+    };
+    const std::string fileHeader = ContainerBytes().str();
+    std::string file = "{ " + fileHeader.substr(1, fileHeader.size() - 2) + "\r\n";
+    const std::string payload("\0abc", 4);
+    std::size_t shared = 0;
+    for (const char* const title : {"1", "2"})
+    {
+        const auto header = [&](std::size_t length, std::size_t blocks)
+        {
+            return R"({"Length" : ")" + hex(length) + R"(", "SessionID":"{}\u007d","Title": "caf\u00e9 )" + title +
+                   R"(","Version":2,"RootNodeKey":"N_1", "FilePos":"0","File\u0050os":")" + hex(file.size()) +
+                   R"(","BinaryData":")" + hex(blocks) + R"(","Frame": 0,"DataField":"Header" })";
+        };
+        const std::string node = R"({"Properties" : { },"ObjectKey":"N_1", "DataField":"Node"})";
+        const std::size_t blocks = file.size() + header(0, 0).size() + node.size();
+        const auto block = [&](std::size_t filePos)
+        {
+            return R"({"DataType":3,"NumberOfTuples":3,"NumberOfComponents":1,"Name":"T", "Length":"4","FilePos":")" +
+                   hex(filePos) + R"(","Tag":1,"ObjectKey":"N_1","DataField":"BinaryData"})";
+        };
+        const bool isFirst = shared == 0;
+        shared = isFirst ? blocks + block(0).size() : shared;
+        const std::string contents = node + block(shared) + (isFirst ? payload : "");
+        file += header(header(0, 0).size() + contents.size(), blocks) + contents;
+    }
+    const auto thumbnail = [&](std::size_t filePos)
+    {
+        return R"({"FilePos":")" + hex(filePos) + R"(", "Length":"C","Height":2,"Width":2,"RecordIndex" : 1 ,)" +
+               R"("DataField":"Thumbnail"})";
+    };
+    file += thumbnail(file.size() + thumbnail(0).size()) + std::string(12, 'p');
+    write("x.sce", file);
+    EXPECT_EQ(run("verify @x.sce").code, 0) << run("verify @x.sce").out;
+    EXPECT_EQ(run("recover @x.sce -o @out.sce").code, 0);
+    EXPECT_EQ(bytes("out.sce"), file);
+
+    // Where the first record is dropped only numbers are exchanged.
+    file[file.find("Properties")] = '\n';
+    write("x.sce", file);
+    EXPECT_EQ(run("recover --force @x.sce -o @out.sce").code, 1);
+    EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
+    EXPECT_THAT(bytes("out.sce"),
+                HasSubstr(R"("Title": "caf\u00e9 2","Version":2,"RootNodeKey":"N_1", "FilePos":"0",)"));
+    EXPECT_THAT(bytes("out.sce"), HasSubstr(R"("Height":2,"Width":2,"RecordIndex" : 0 ,"DataField":"Thumbnail"})"));
 }
 
 TEST_F(RecoverTest, whatOnlyLooksWholeIsNotTakenForIt)
