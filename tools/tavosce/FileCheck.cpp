@@ -24,7 +24,8 @@ class Check
 public:
     Check(const std::string& path, CheckDepth depth, const Progress& progress)
         : _file(path)
-        , _records(_file.stream(), _file.size(), depth)
+        , _depth(depth)
+        , _records(_file.stream(), _file.size(), depth, &_unchecked)
         , _progress(progress)
     {
     }
@@ -42,6 +43,10 @@ public:
             throwIfInterrupted();
             _progress(static_cast<double>(_file.pieces()[i].begin) / static_cast<double>(_file.size()));
             checkPiece(i);
+        }
+        if (_depth == CheckDepth::Everything)
+        {
+            _res.unchecked = _unchecked;
         }
         return std::move(_res);
     }
@@ -167,7 +172,11 @@ private:
         {
             add(FindingCode::ItemHidden, piece.begin);
         }
-        if (!piece.fault.empty())
+        if (piece.fault.empty())
+        {
+            _unchecked.add(piece.end - piece.tagEnd);
+        }
+        else
         {
             add(FindingCode::ThumbnailDamaged, piece.begin,
                 counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
@@ -189,6 +198,8 @@ private:
     }
 
     ScannedFile _file;
+    CheckDepth _depth;
+    UncheckedData _unchecked;
     RecordCheck _records;
     const Progress& _progress;
     sdb::detail::FileIndex _index;

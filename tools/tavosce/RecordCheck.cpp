@@ -37,10 +37,11 @@ std::string decodedForm(const StoredBlock& block)
 
 } // namespace
 
-RecordCheck::RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth)
+RecordCheck::RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth, UncheckedData* unchecked)
     : _in(in)
     , _fileSize(fileSize)
     , _depth(depth)
+    , _unchecked(unchecked)
 {
 }
 
@@ -168,6 +169,10 @@ void RecordCheck::checkPayload(const StoredBlock& block)
         _sound.insert(form);
     }
     _findings.insert(_findings.end(), found.begin(), found.end());
+    if (_unchecked != nullptr && gravest(found) != Severity::Error && _counted.insert(block.filePos).second)
+    {
+        _unchecked->add(uncheckedBytes(_in, block));
+    }
 }
 
 void RecordCheck::add(FindingCode code, std::uint64_t byte, const std::string& detail, const std::string& objectKey)

@@ -265,6 +265,25 @@ TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)
     EXPECT_EQ(run("verify --json @missing.sce @note.sce").json()["files"].Size(), 2U);
 }
 
+TEST_F(VerifyTest, whatHasNoChecksumIsSummedUp)
+{
+    ContainerBytes file;
+    file.record("a", {array("T", ABC), array("Z", aZlibBlock(), number("NumberOfTuples", 99)), array("bad", "\7abc")});
+    file.record("b", {array("none", ""), array("U", ABC)});
+    write("x.sce", file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0).str());
+    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":3,"bytes":18})");
+    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 3 payloads, 18 bytes, stored without a checksum"));
+    EXPECT_EQ(at(run("verify --quick --json @x.sce").json(), "/files/0/unchecked"), "null");
+    EXPECT_THAT(run("verify --quick @x.sce").out, Not(HasSubstr("checksum")));
+
+    std::filesystem::create_directories(path("d/tsg"));
+    write("d/scene.tsg", R"({"ObjectKey":"N","Properties":{}})");
+    write("d/tsg/good", R"({"ObjectKey":"N","DataType":3,"Size":2,"Tag":0})"
+                        "\nab");
+    write("d/tsg/bad", "junk");
+    EXPECT_THAT(run("verify @d").out, HasSubstr("d: 2 payloads, 83 bytes, stored without"));
+}
+
 TEST_F(VerifyTest, theCatalogueListsEveryCode)
 {
     const std::string page = bytesOf(TAVO_DOCS_DIR "/findings.md");
