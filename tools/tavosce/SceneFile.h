@@ -62,7 +62,7 @@ public:
     /// The same as notes, where the question was about something that is whole.
     void noteEnd(Report& report) const;
 
-    /// Warns of what ended the walk of a record, if it is not its end.
+    /// Warns of what ended the walk of a record, if it is not the end that its header says.
     void reportFault(Report& report, std::size_t record, const RecordContents& contents) const;
 
     /// How messages name a record, and a byte in it.

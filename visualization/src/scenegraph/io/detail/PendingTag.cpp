@@ -1,6 +1,7 @@
 #include "scenegraph/io/detail/PendingTag.h"
 
 #include "core/Error.h"
+#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
@@ -57,9 +58,12 @@ std::string beyondAnyFile(std::uint64_t position)
     return digits;
 }
 
-bool isBeyondAnyFile(const std::string& position)
+bool isPending(const Properties& tag)
 {
-    return !position.empty() && position.front() == BEYOND_ANY_FILE;
+    const bool isRecord = tag.getString(key::DATA_FIELD) == field::HEADER;
+    const char* const last = isRecord ? key::LENGTH : key::FILE_POS;
+    const std::string& digits = tag.getString(last);
+    return digits == hexPosition(0) || digits == beyondAnyFile(hexFromProp(tag, last));
 }
 
 TagStream::TagStream(std::ostream& stream)

@@ -24,8 +24,9 @@ void rewriteTag(const TagStream& stream, std::uint64_t position, std::uint64_t l
 /// crash can tear a byte.
 std::string beyondAnyFile(std::uint64_t position);
 
-/// Whether digits are of that kind.
-bool isBeyondAnyFile(const std::string& position);
+/// Whether the number of an item's tag that says that the item is finished is one that a writer leaves there until
+/// then: zero, or beyond any file. Any other in an unfinished item is damaged.
+bool isPending(const Properties& tag);
 
 /// A stream, and the ways in which whoever writes tags to it flushes and moves it.
 struct TagStream

@@ -1,6 +1,6 @@
 #include "scenegraph/io/SDB.h"
 
-#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/Positions.h"
