@@ -56,6 +56,7 @@ const std::vector<FindingKind> KINDS = {
     {Code::ThumbnailRecord, "thumbnail-record", Severity::Note, "a thumbnail of a record that is not there"},
     {Code::SceneDamaged, "scene-damaged", Severity::Error, "the scene file, or a record of it, cannot be read"},
     {Code::SceneOdd, "scene-odd", Severity::Warning, "no record of a scene file"},
+    {Code::FileIncomplete, "file-incomplete", Severity::Warning, "the data file does not hold all that it announces"},
     {Code::FileRefused, "file-refused", Severity::Error, "the data file cannot be loaded"},
     {Code::FileSize, "file-size", Severity::Error, "the file does not hold the values of which its header tells"},
     {Code::FileRepeated, "file-repeated", Severity::Warning, "the same data as that of another file"},

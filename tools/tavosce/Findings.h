@@ -63,6 +63,7 @@ enum class FindingCode
     ThumbnailRecord,
     SceneDamaged,
     SceneOdd,
+    FileIncomplete,
     FileRefused,
     FileSize,
     FileRepeated,

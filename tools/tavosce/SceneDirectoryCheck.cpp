@@ -184,7 +184,7 @@ private:
     void checkFile(const std::string& path, const std::string& name)
     {
         VtkMessages vtk;
-        const LibraryLog log;
+        LibraryLog log;
         Owner owner;
         try
         {
@@ -203,6 +203,10 @@ private:
                 return;
             }
             ++_res.readable;
+            if (const std::string words = joined(log.take()); !words.empty())
+            {
+                add(FindingCode::FileIncomplete, 0, shown(words), name);
+            }
             _unchecked.add(file.size());
             checkHeader(file, name);
         }

@@ -60,7 +60,7 @@ NewFile::NewFile(const std::wstring& path)
     }
     const std::string target = posix::followLinks(*name);
     std::tie(_folder, _name) = posix::openFolderOf(target);
-    if (_folder != -1 && (openUnnamed() || openNamed()))
+    if (_folder != -1 && isFreeOrRegular() && (openUnnamed() || openNamed()))
     {
         const std::string leading = pathOf(_descriptor);
         _path = toWide(!leading.empty() ? leading : target.substr(0, target.rfind('/') + 1) + _temporary);
@@ -80,6 +80,14 @@ NewFile::~NewFile()
             posix::closeQuietly(descriptor);
         }
     }
+}
+
+/// Whether there is nothing at the name, or a regular file.
+bool NewFile::isFreeOrRegular() const
+{
+    struct stat present = {};
+    return fstatat(_folder, _name.c_str(), &present, AT_SYMLINK_NOFOLLOW) != 0 ? errno == ENOENT
+                                                                               : posix::checkRegular(present.st_mode);
 }
 
 bool NewFile::openUnnamed()

@@ -23,7 +23,8 @@ public:
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    /// False if the file could not be made; everything below fails then.
+    /// False if the file could not be made, or if something that is no regular file has its name; everything below
+    /// fails then.
     bool isOpen() const { return _descriptor != -1; }
 
     /// A path that leads to the file as long as this object lives, for whoever is to fill it; empty if it is not open.
@@ -47,6 +48,7 @@ public:
     [[nodiscard]] bool synchroniseName();
 
 private:
+    bool isFreeOrRegular() const;
     bool openUnnamed();
     bool openNamed();
     bool giveName(const std::string& name);

@@ -5,6 +5,7 @@
 #include "scenegraph/io/detail/BlockText.h"
 #include "scenegraph/io/detail/ConnectivityList.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
+#include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TextValues.h"
 #include "scenegraph/io/detail/VtkReport.h"
@@ -94,6 +95,7 @@ std::ostream* SceneGraphDataWriter::OpenVTKFile()
     this->OpenedFile.clear();
     this->RefusedCells = false;
     this->LeftOut = false;
+    this->ArrayCount = 0;
     if (this->WriteToOStream == 1)
     {
         return this->OStream;
@@ -206,17 +208,33 @@ bool SceneGraphDataWriter::Refuse(vtkDataArray& array, std::int64_t values)
     {
         return false;
     }
-    this->LeftOut = true;
     if (hasWord)
     {
-        detail::reportError(*this, REFUSED_ARRAY,
-                            '"' + std::string(detail::firstNonEmpty({array.GetName()})) + "\": " + refusal);
+        this->LeaveOut(&array, refusal);
     }
     else
     {
+        this->LeftOut = true;
         detail::reportError(*this, UNSUPPORTED_TYPE);
     }
     return true;
+}
+
+bool SceneGraphDataWriter::RefuseForNumber(vtkDataArray* array)
+{
+    if (++this->ArrayCount <= sdb::detail::MAX_TEXT_ARRAYS)
+    {
+        return false;
+    }
+    this->LeaveOut(array, "no more than " + std::to_string(sdb::detail::MAX_TEXT_ARRAYS) + " arrays are read back");
+    return true;
+}
+
+void SceneGraphDataWriter::LeaveOut(vtkDataArray* array, const std::string& reason)
+{
+    this->LeftOut = true;
+    const char* const name = array != nullptr ? array->GetName() : nullptr;
+    detail::reportError(*this, REFUSED_ARRAY, '"' + std::string(detail::firstNonEmpty({name})) + "\": " + reason);
 }
 
 void SceneGraphDataWriter::WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const

@@ -34,8 +34,10 @@ struct TypeWord;
 ///
 /// Operations that take a stream answer 1 or 0, and 0 for a null stream. A stream found failed after a section sets the
 /// error code vtkErrorCode::OutOfDiskSpaceError and answers 0. An array that the format cannot hold (types it has no
-/// word for, values beyond 4 bytes, 2 GiB, fewer values than its section asks for) is reported by one error and left
-/// out before anything of it is written. Nothing is thrown but what the stream of a caller throws.
+/// word for, values beyond 4 bytes, 2 GiB, fewer values than its section asks for, more components or more arrays than
+/// are read back) is reported by one error and left out before anything of it is written. What the stream of a caller
+/// throws passes through, and std::bad_alloc may be thrown; an output that was opened is then closed, and a file
+/// deleted.
 class TAVO_EXPORT SceneGraphDataWriter : public vtkWriter
 {
 public:
@@ -113,7 +115,8 @@ public:
     /// and more is refused with an error and the error code FileFormatError.
     virtual void CloseVTKFile(std::ostream* fp);
 
-    /// Whether this write, or the last one, has left out something that the format cannot hold.
+    /// Whether this write, or the last one, has left out something that the format cannot hold, or that it has no
+    /// record for: pedigree ids, edge flags, and arrays that are not numeric.
     bool HasLeftOut() const { return this->LeftOut; }
 
     /// Identification, title and file type.
@@ -192,6 +195,9 @@ private:
 
     /// Whether there is a reason against writing that many values of the array, which is then reported.
     bool Refuse(vtkDataArray& array, std::int64_t values);
+    /// Counts an array of a field or an attribute; whether it is one more than are read back, which is reported.
+    bool RefuseForNumber(vtkDataArray* array);
+    void LeaveOut(vtkDataArray* array, const std::string& reason);
     /// Header line and values of an array that is not refused.
     int WriteRecord(std::ostream* fp, vtkDataArray& array, const std::string& format, std::int64_t values);
     void WriteValues(std::ostream& out, vtkDataArray& array, std::int64_t count) const;
@@ -217,6 +223,7 @@ private:
     std::string OpenedFile;          ///< of the present or last write; empty if that went elsewhere
     bool RefusedCells = false;       ///< see HasRefusedCells
     bool LeftOut = false;            ///< see HasLeftOut
+    int ArrayCount = 0;              ///< arrays of fields and attributes that this write has come to
 };
 
 } // namespace tsg

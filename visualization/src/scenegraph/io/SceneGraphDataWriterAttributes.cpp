@@ -29,16 +29,25 @@ struct SceneGraphDataWriter::AttributeKind
 namespace
 {
 
-/// Behind an array, VTK's reader takes a line that begins with this word for what later versions store there: the first
-/// letter of such a name is written as an escape.
+/// A name that VTK's reader would take for something else gets its first letter written as an escape.
 std::string fieldArrayName(const std::string& encoded)
 {
-    constexpr std::string_view METADATA_WORD = "METADATA";
-    if (!detail::beginsWith(encoded, METADATA_WORD))
+    if (!detail::beginsWith(encoded, detail::METADATA_WORD) && encoded != detail::MISSING_ARRAY)
     {
         return encoded;
     }
-    return detail::cutToToken((encoded[0] == 'M' ? "%4D" : "%6D") + encoded.substr(1));
+    constexpr char HEXADECIMAL[] = "0123456789ABCDEF";
+    const auto first = static_cast<unsigned char>(encoded[0]);
+    const std::string escape{'%', HEXADECIMAL[first >> 4], HEXADECIMAL[first & 15]};
+    return detail::cutToToken(escape + encoded.substr(1));
+}
+
+/// Whether there is an attribute with values that these files have no record for.
+bool hasForeignAttributes(vtkDataSetAttributes& attributes)
+{
+    vtkAbstractArray* const pedigreeIds = attributes.GetPedigreeIds();
+    return detail::hasTuples(attributes.GetAttribute(vtkDataSetAttributes::EDGEFLAG)) ||
+           (pedigreeIds != nullptr && pedigreeIds->GetNumberOfTuples() > 0);
 }
 
 } // namespace
@@ -85,6 +94,7 @@ int SceneGraphDataWriter::WriteAttributes(std::ostream* fp, const std::string& k
     {
         return 1;
     }
+    this->LeftOut = this->LeftOut || hasForeignAttributes(*attributes);
     detail::writeText(*fp, keyword + ' ' + std::to_string(num) + '\n');
     const int tuples = static_cast<int>(num);
     if (detail::hasTuples(attributes->GetScalars()) && this->WriteScalarData(fp, attributes->GetScalars(), tuples) == 0)
@@ -113,7 +123,7 @@ int SceneGraphDataWriter::WriteAttribute(std::ostream* fp, const AttributeKind& 
     const bool tensors = kind.format.attribute == vtkDataSetAttributes::TENSORS;
     const auto values = tensors ? detail::withNineComponents(*array) : vtkSmartPointer<vtkDataArray>(array);
     const std::int64_t count = std::int64_t{num} * components;
-    if (this->Refuse(*values, count))
+    if (this->Refuse(*values, count) || this->RefuseForNumber(array))
     {
         return 1;
     }
@@ -156,7 +166,7 @@ int SceneGraphDataWriter::WriteScalarData(std::ostream* fp, vtkDataArray* scalar
         return fp == nullptr ? 0 : 1;
     }
     const int components = scalars->GetNumberOfComponents();
-    if (this->Refuse(*scalars, std::int64_t{num} * components))
+    if (this->Refuse(*scalars, std::int64_t{num} * components) || this->RefuseForNumber(scalars))
     {
         return 1;
     }
@@ -218,7 +228,10 @@ std::vector<vtkDataArray*> SceneGraphDataWriter::FieldArrays(vtkFieldData& field
     for (const int i : detail::ordinaryArrays(fieldData))
     {
         vtkDataArray* const array = fieldData.GetArray(i);
-        if (array == nullptr || !this->Refuse(*array, array->GetNumberOfTuples() * array->GetNumberOfComponents()))
+        this->LeftOut = this->LeftOut || array == nullptr;
+        const bool isStorable =
+            array == nullptr || !this->Refuse(*array, array->GetNumberOfTuples() * array->GetNumberOfComponents());
+        if (isStorable && !this->RefuseForNumber(array))
         {
             arrays.push_back(array);
         }
@@ -230,7 +243,7 @@ int SceneGraphDataWriter::WriteFieldArray(std::ostream* fp, vtkDataArray* array)
 {
     if (array == nullptr)
     {
-        detail::writeText(*fp, "NULL_ARRAY\n");
+        detail::writeText(*fp, std::string(detail::MISSING_ARRAY) + '\n');
         return this->FinishSection(fp);
     }
     const std::int64_t num = array->GetNumberOfTuples();

@@ -47,12 +47,26 @@ int SceneGraphPolyDataWriter::FillInputPortInformation(int, vtkInformation* info
 
 void SceneGraphPolyDataWriter::WriteData()
 {
-    vtkPolyData* const input = this->GetInput();
     std::ostream* const fp = this->OpenVTKFile();
     if (fp == nullptr)
     {
         return;
     }
+    try
+    {
+        this->WriteFile(fp);
+    }
+    catch (...)
+    {
+        this->CloseVTKFile(fp);
+        this->DeleteOpenedFile();
+        throw;
+    }
+}
+
+void SceneGraphPolyDataWriter::WriteFile(std::ostream* fp)
+{
+    vtkPolyData* const input = this->GetInput();
     if (this->WriteHeader(fp) == 0)
     {
         this->Abandon(fp, true);

@@ -33,6 +33,7 @@ protected:
     void WriteData() override;
 
 private:
+    void WriteFile(std::ostream* fp);
     int WriteBody(std::ostream* fp, vtkPolyData& input);
     void Abandon(std::ostream* fp, bool inHeader);
 };

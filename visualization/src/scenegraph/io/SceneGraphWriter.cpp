@@ -3,8 +3,10 @@
 #include "core/ClassVersions.h"
 #include "core/Error.h"
 #include "platform/FileStreams.h"
+#include "platform/NewFile.h"
 #include "platform/Platform.h"
 #include "scenegraph/SceneNode.h"
+#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/SceneGraphPolyDataWriter.h"
 #include "scenegraph/io/detail/NodeCollection.h"
 #include "scenegraph/io/detail/PendingTag.h"
@@ -15,6 +17,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iostream>
+#include <list>
 #include <utility>
 #include <vector>
 
@@ -100,6 +103,80 @@ void writeZeros(std::ostream& out, std::int64_t count)
     }
 }
 
+/// The stream into a new file, never null; not open if that could not be made.
+std::unique_ptr<std::ofstream> openForWriting(const OS::NewFile& file, OS::LineEnds lineEnds)
+{
+    return file.isOpen() ? OS::openForWriting(file.path(), lineEnds) : std::make_unique<std::ofstream>();
+}
+
+/// Lets go of a scene file, whichever way a save ends.
+class OpenScene
+{
+public:
+    /// `member` refers to the stream meanwhile, and copies of its owner may.
+    OpenScene(std::shared_ptr<std::ofstream>& member, std::shared_ptr<std::ofstream> stream)
+        : _member(member)
+        , _stream(std::move(stream))
+    {
+        _member = _stream;
+    }
+
+    ~OpenScene()
+    {
+        _stream->close();
+        _member.reset();
+    }
+
+    OpenScene(const OpenScene&) = delete;
+    OpenScene& operator=(const OpenScene&) = delete;
+
+private:
+    std::shared_ptr<std::ofstream>& _member;
+    std::shared_ptr<std::ofstream> _stream;
+};
+
+/// What the name of an array's file gets if another array has it.
+std::string kindSuffix(int tag)
+{
+    return "." + std::to_string(tag);
+}
+
+/// The name of an array's file without the extension; empty for other files.
+std::string nameOfArrayFile(const std::string& file)
+{
+    const std::string extension = detail::DATA_ARRAY_EXTENSION;
+    const bool isArrayFile = file.size() > extension.size() &&
+                             file.compare(file.size() - extension.size(), extension.size(), extension) == 0;
+    return isArrayFile ? file.substr(0, file.size() - extension.size()) : "";
+}
+
+/// Whether a name is one of `names` with suffixes for kinds.
+bool mayBeOfOneOf(const std::set<std::string>& names, std::string name)
+{
+    constexpr std::size_t SUFFIX_BYTES = 2;
+    for (; names.count(name) == 0; name.resize(name.size() - SUFFIX_BYTES))
+    {
+        const std::size_t dot = name.size() < SUFFIX_BYTES ? std::string::npos : name.size() - SUFFIX_BYTES;
+        if (dot == std::string::npos || name[dot] != '.' || name[dot + 1] < '0' || name[dot + 1] > '7')
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Which data a file says that it is of: kind, object key, name of the array.
+std::tuple<int, std::string, std::string> ownerOf(const std::wstring& path)
+{
+    const auto in = OS::openForReading(path);
+    Properties header;
+    if (!in->is_open() || !sdb::getNextProperty(*in, header))
+    {
+        return {-1, "", ""};
+    }
+    return {header.getInt(key::TAG), header.getString(key::OBJECT_KEY), header.getString(key::NAME)};
+}
+
 } // namespace
 
 SceneGraphWriter::SceneGraphWriter() = default;
@@ -130,22 +207,24 @@ bool SceneGraphWriter::save(const std::string& directory, SceneNode& root)
 {
     collectAllNodes(root);
     _arrayFiles.clear();
+    _written.clear();
     _failed = false;
     _dataDirectory = directory + detail::DATA_DIRECTORY;
     (void)Platform::filesystem().createDirectory(OS::toWide(_dataDirectory)); // a failure shows in its files
     _directory = directory;
+    OS::NewFile file(OS::toWide(directory + detail::SCENE_FILE));
     // A node may do anything to this writer while it is asked for its data.
-    const std::shared_ptr<std::ofstream> stream =
-        OS::openForWriting(OS::toWide(directory + detail::SCENE_FILE), OS::LineEnds::OfThePlatform);
-    _sceneStream = stream;
-    if (!stream->good())
+    const std::shared_ptr<std::ofstream> stream = openForWriting(file, OS::LineEnds::OfThePlatform);
+    if (!stream->is_open())
     {
         _failed = true;
         return false;
     }
+    const OpenScene scene(_sceneStream, stream);
     writeScene(*stream);
-    closeFile(*stream);
-    _sceneStream.reset();
+    stream->close();
+    _failed = !stream->good() || !file.replace() || _failed;
+    removeEarlierFiles();
     return true;
 }
 
@@ -194,18 +273,22 @@ bool SceneGraphWriter::writePolys(const std::string& name, vtkPolyData* polys, T
     vtkNew<SceneGraphPolyDataWriter> writer;
     writer->WriteToOutputStringOn();
     writer->SetInputData(polys);
-    _failed = writer->Write() == 0 || writer->HasLeftOut() || _failed;
+    const bool isComplete = writer->Write() != 0 && !writer->HasLeftOut();
     writer->Update();
-    Properties header;
-    header.set(key::OBJECT_KEY, name);
-    header.set(key::TAG, static_cast<int>(TagPolyData));
-    const auto file = openDataFile(name + detail::POLY_DATA_EXTENSION, OS::LineEnds::OfThePlatform);
-    if (file->is_open())
+    if (!isComplete)
     {
-        writeLine(*file, header);
-        file->write(writer->GetOutputString(), writer->GetOutputStringLength());
-        closeFile(*file);
+        reportLoss("the polydata of " + name + " cannot be stored as a whole");
     }
+    const auto write = [&](std::ostream& out)
+    {
+        Properties header;
+        header.set(key::OBJECT_KEY, name);
+        header.set(key::TAG, static_cast<int>(TagPolyData));
+        writeLine(out, header);
+        out.write(writer->GetOutputString(), writer->GetOutputStringLength());
+    };
+    (void)writeDataFile(Owner(TagPolyData, name, ""), name + detail::POLY_DATA_EXTENSION, OS::LineEnds::OfThePlatform,
+                        write);
     return true;
 }
 
@@ -244,55 +327,98 @@ bool SceneGraphWriter::writeDataInternal(const std::string& name, vtkDataArray* 
     std::string refusal = refusalOf(*array, shape);
     const detail::StoredValues values(*array, refusal.empty() ? shape.used() : 0);
     refusal = refusal.empty() ? values.refusal() : refusal;
+    const std::string arrayName = array->GetName() != nullptr ? array->GetName() : "";
+    const std::string subject = "array \"" + arrayName + "\" of " + name;
     if (!refusal.empty())
     {
-        const char* const arrayName = array->GetName() != nullptr ? array->GetName() : "";
-        std::cerr << "SceneGraphWriter: array \"" << arrayName << "\" of " << name << " cannot be stored: " << refusal
-                  << '\n';
-        _failed = true;
+        reportLoss(subject + " cannot be stored: " + refusal);
         return false;
     }
-    const auto file = openDataFile(arrayFileName(name, array->GetName(), tag), OS::LineEnds::AsWritten);
-    if (!file->is_open())
+    if (shape.width == 0 && shape.used() > 0)
     {
-        return false;
+        reportLoss("the values of " + subject + " cannot be stored: there is no room for bits");
     }
-    writeLine(*file, arrayHeader(name, *array, shape, tag));
-    file->write(values.data(), static_cast<std::streamsize>(values.size()));
-    writeZeros(*file, shape.capacity * shape.width - static_cast<std::int64_t>(values.size()));
-    closeFile(*file);
-    return true;
+    const auto write = [&](std::ostream& out)
+    {
+        writeLine(out, arrayHeader(name, *array, shape, tag));
+        out.write(values.data(), static_cast<std::streamsize>(values.size()));
+        writeZeros(out, shape.capacity * shape.width - static_cast<std::int64_t>(values.size()));
+    };
+    const Owner owner(tag, name, arrayName);
+    return writeDataFile(owner, arrayFileName(owner), OS::LineEnds::AsWritten, write);
 }
 
 /// Object keys and array names may be such that the files of different data would have one name: point and cell data
 /// of the same name, or "a" with "b.c" and "a.b" with "c". The later one gets its kind into its name.
-std::string SceneGraphWriter::arrayFileName(const std::string& objectKey, const std::string& arrayName,
-                                            SceneGraphWriterTags tag)
+std::string SceneGraphWriter::arrayFileName(const Owner& owner)
 {
-    const Owner owner(tag, objectKey, arrayName);
+    const auto& [tag, objectKey, arrayName] = owner;
     std::string name = objectKey + "." + arrayName;
     while (_arrayFiles.emplace(name, owner).first->second != owner)
     {
-        name += "." + std::to_string(tag);
+        name += kindSuffix(tag);
     }
     return name + detail::DATA_ARRAY_EXTENSION;
 }
 
-/// Never null; not open for a name that no file in the data directory can have, or if it cannot be opened.
-std::unique_ptr<std::ofstream> SceneGraphWriter::openDataFile(const std::string& fileName, OS::LineEnds lineEnds)
+/// Writes a data file, which takes its name when it is complete. False for a name that no file in the data directory
+/// can have, or if the file cannot be opened.
+template <class Write>
+bool SceneGraphWriter::writeDataFile(const Owner& owner, const std::string& fileName, OS::LineEnds lineEnds,
+                                     const Write& write)
 {
-    std::unique_ptr<std::ofstream> file =
-        Platform::filesystem().isFileName(OS::toWide(fileName))
-            ? OS::openForWriting(OS::toWide(_dataDirectory + "/" + fileName), lineEnds)
-            : std::make_unique<std::ofstream>();
-    _failed = _failed || !file->is_open();
-    return file;
+    if (!Platform::filesystem().isFileName(OS::toWide(fileName)))
+    {
+        _failed = true;
+        return false;
+    }
+    OS::NewFile file(OS::toWide(_dataDirectory + "/" + fileName));
+    const auto stream = openForWriting(file, lineEnds);
+    if (!stream->is_open())
+    {
+        _failed = true;
+        return false;
+    }
+    write(*stream);
+    stream->close();
+    if (!stream->good() || !file.replace())
+    {
+        _failed = true;
+    }
+    else if (!_written.insert(owner).second)
+    {
+        reportLoss(fileName + " holds the last of several data of one kind, key and name");
+    }
+    return true;
 }
 
-void SceneGraphWriter::closeFile(std::ofstream& file)
+void SceneGraphWriter::reportLoss(const std::string& what)
 {
-    file.close();
-    _failed = _failed || !file.good();
+    std::cerr << "SceneGraphWriter: " << what << '\n';
+    _failed = true;
+}
+
+/// Data that an earlier save has put under another name, since there was more that asked for the same one, would be
+/// loaded beside the new.
+void SceneGraphWriter::removeEarlierFiles()
+{
+    std::set<std::string> names;
+    for (const auto& entry : _arrayFiles)
+    {
+        names.insert(std::get<1>(entry.second) + "." + std::get<2>(entry.second));
+    }
+    std::list<std::wstring> directories;
+    std::list<std::wstring> files;
+    (void)Platform::filesystem().listDirectory(directories, files, OS::toWide(_dataDirectory));
+    for (const std::wstring& file : files)
+    {
+        const std::string name = nameOfArrayFile(OS::toNarrow(file));
+        const std::wstring path = OS::toWide(_dataDirectory + "/") + file;
+        if (_arrayFiles.count(name) == 0 && mayBeOfOneOf(names, name) && _written.count(ownerOf(path)) != 0)
+        {
+            (void)Platform::filesystem().markForDeletion(path);
+        }
+    }
 }
 
 } // namespace tsg

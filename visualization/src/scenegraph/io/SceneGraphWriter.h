@@ -53,17 +53,20 @@ public:
     ~SceneGraphWriter() override;
 
     /// Writes everything that can be reached from `root` into a directory (UTF-8, or any bytes that the system takes),
-    /// which is made if it is missing. Files of the same names are replaced; other files in the directory stay, and are
-    /// part of what is loaded from it.
+    /// which is made if it is missing. Each file takes its name when it is complete, in place of an earlier one. Where
+    /// the data of an earlier save is in a file of another name, that is removed at the end. All other files in the
+    /// directory stay, and are part of what is loaded from it.
     ///   true  - the scene file is written; hasFailed() tells whether all data is there
     ///   false - the scene file cannot be created; nothing is written
     /// Raises InternalError, with nothing written, for a reference that is empty or no node; the nodes of this call are
-    /// forgotten. What a node or one of the operations below raises passes through as well; the files are then
-    /// incomplete.
+    /// forgotten. What a node or one of the operations below raises passes through as well; the scene file is then the
+    /// earlier one, and of the data files those that came first are new.
     bool save(const std::string& directory, SceneNode& root);
 
     /// Whether something of the last `save` is not in its files: a file that could not be opened or not be written to
-    /// its end, or an array that cannot be stored.
+    /// its end (one that was there is the earlier one then), an array or part of a polydata that cannot be stored, the
+    /// values of an array of bits, which these files have no room for, or data of which there was more under the same
+    /// kind, key and name. One line on standard error tells of each but the first.
     bool hasFailed() const { return _failed; }
 
 private:
@@ -88,15 +91,18 @@ private:
     void collectAllNodes(Node& node);
     void writeScene(std::ostream& out);
     bool writeDataInternal(const std::string& name, vtkDataArray* array, SceneGraphWriterTags tag);
-    std::string arrayFileName(const std::string& objectKey, const std::string& arrayName, SceneGraphWriterTags tag);
-    std::unique_ptr<std::ofstream> openDataFile(const std::string& fileName, OS::LineEnds lineEnds);
-    void closeFile(std::ofstream& file);
+    std::string arrayFileName(const Owner& owner);
+    template <class Write>
+    bool writeDataFile(const Owner& owner, const std::string& fileName, OS::LineEnds lineEnds, const Write& write);
+    void reportLoss(const std::string& what);
+    void removeEarlierFiles();
 
     std::string _directory;                      ///< of the last save
     std::string _dataDirectory;                  ///< below it
     std::shared_ptr<std::ofstream> _sceneStream; ///< null outside of `save`; one object for all copies
     std::set<Node*> _nodes;                      ///< of all saves; borrowed
     std::map<std::string, Owner> _arrayFiles;    ///< of the last save, by name without extension
+    std::set<Owner> _written;                    ///< the data of which the last save has completed a file
     bool _failed = false;                        ///< see hasFailed
 };
 

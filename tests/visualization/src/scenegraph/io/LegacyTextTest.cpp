@@ -3,6 +3,7 @@
 #include "scenegraph/io/detail/Limits.h"
 #include "support/Datasets.h"
 #include "support/ForeignNumbers.h"
+#include "support/LogCapture.h"
 #include "support/Testing.h"
 #include "support/TouchEverything.h"
 
@@ -141,12 +142,11 @@ TEST(LegacyTextTest, whatVtkCouldNotBeTrustedWithIsRefused)
         "POINTS 1 int\n1 2 nan\n", "POINTS 1 float\n1 2 nano\n", "POINTS 1 short\n1 2 32768\n",
         std::string("POINTS 1 float\n1 2\0 3\n", 22),
         // arrays
-        POINTS + "FIELD F 2000000000\n", POINTS + "FIELD F 1\n", POINTS + "FIELD F 1\na 1 2000000000 int\n1\n",
-        POINTS + "FIELD F 1\na 2000000000 2000000000 int\n1\n", POINTS + "FIELD F 1\na -1 1 int\n1\n",
-        POINTS + "FIELD F 1\na 0 1 int\n1\n", POINTS + "FIELD F 1\na 1048577 0 int\n\n",
-        POINTS + "FIELD F 1\na 1 1 variant\n1\n", POINTS + "FIELD F 1\na 1 1 int 5\n",
-        POINTS + "FIELD F 1\n" + std::string(256, 'n') + " 1 1 int\n5\n", POINTS + "FIELD F 1\na\1 1 1 int\n5\n",
-        POINTS + "FIELD F 2\na 1 1 int\n5\nmetadata_of_a 1 1 int\n5\n",
+        POINTS + "FIELD F 1\na 1 2000000000 int\n1\n", POINTS + "FIELD F 1\na 2000000000 2000000000 int\n1\n",
+        POINTS + "FIELD F 1\na -1 1 int\n1\n", POINTS + "FIELD F 1\na 0 1 int\n1\n",
+        POINTS + "FIELD F 1\na 1048577 0 int\n\n", POINTS + "FIELD F 1\na 1 1 variant\n1\n",
+        POINTS + "FIELD F 1\na 1 1 int 5\n", POINTS + "FIELD F 1\n" + std::string(256, 'n') + " 1 1 int\n5\n",
+        POINTS + "FIELD F 1\na\1 1 1 int\n5\n", POINTS + "FIELD F 2\na 1 1 int\n5\nmetadata_of_a 1 1 int\n5\n",
         POINTS + "FIELD F 16385\n" + repeated("a 1 0 int\n\n", 16385),
         POINTS + "FIELD F 1000\n" + repeated("a 1048576 0 int\n\n", 1000),
         // point and cell data
@@ -170,6 +170,28 @@ TEST(LegacyTextTest, whatVtkCouldNotBeTrustedWithIsRefused)
         EXPECT_EQ(read(header + rest), nullptr) << header;
     }
     EXPECT_EQ(read("# vtk DataFile Version 3.0\nt\nASCII\nDATASET UNSTRUCTURED_GRID\n" + POINTS), nullptr);
+}
+
+/// Some writers count arrays that they have left out.
+TEST(LegacyTextTest, aFieldSectionMayEndBeforeItsCountAndThatIsLogged)
+{
+    const std::string array = "a 1 1 int\n5\n";
+    const std::pair<std::string, const char*> cases[] = {
+        {"FIELD F 2000000000\n" + array + POINTS, "1999999999"},
+        {POINTS + "FIELD F 12\n" + array + "NULL_ARRAY\n", "10"},
+        {"FIELD F 3\n" + array + POINTS + "POINT_DATA 3\nFIELD f 4\na 1 3 int\n5 6 7\nVECTORS 1 float\n" +
+             repeated("1 2 3 ", 3) + "\n",
+         "5"}};
+    for (const auto& [body, missing] : cases)
+    {
+        const LogCapture log;
+        const auto data = readBody(body);
+        ASSERT_NE(data, nullptr) << body;
+        EXPECT_THAT(log.entries, ElementsAre(HasSubstr(std::string(missing) + " arrays that a polydata counts")));
+        EXPECT_EQ(data->GetFieldData()->GetArray("a")->GetTuple1(0), 5);
+        const bool hasPointData = data->GetPointData()->GetNumberOfArrays() > 0;
+        EXPECT_TRUE(!hasPointData || (data->GetPointData()->GetArray("a") && data->GetPointData()->GetArray("1")));
+    }
 }
 
 TEST(LegacyTextTest, memoryIsBoundedByTheBudget)

@@ -11,6 +11,7 @@
 #include <clocale>
 
 #include <vtkErrorCode.h>
+#include <vtkFloatArray.h>
 #include <vtkPolyDataReader.h>
 #include <vtkPolyDataWriter.h>
 #include <vtkSOADataArrayTemplate.h>
@@ -228,6 +229,36 @@ TEST(SceneGraphPolyDataWriterTest, neitherLocaleNorFlagsOfTheStreamShow)
     std::locale::global(before);
     EXPECT_EQ(out.str(), text);
     EXPECT_EQ(std::setlocale(LC_NUMERIC, nullptr), numbers);
+}
+
+/// Values that memory does not suffice for, once they are looked at.
+struct LastStraw : vtkFloatArray
+{
+    static LastStraw* New() { VTK_STANDARD_NEW_BODY(LastStraw); }
+
+    void* GetVoidPointer(vtkIdType) override { throw std::bad_alloc(); }
+};
+
+TEST(SceneGraphPolyDataWriterTest, anExceptionLeavesNoOpenFileAndNoPartOfOne)
+{
+    const TemporaryDirectory directory;
+    auto data = onePoint();
+    const vtkNew<LastStraw> array;
+    array->SetName("a");
+    array->InsertNextValue(1);
+    data->GetPointData()->AddArray(array);
+    const auto openFiles = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = openFiles();
+    for (const int toString : {0, 1})
+    {
+        const vtkNew<Writer> writer;
+        writer->SetFileName(directory.file("f.vtk").narrow.c_str());
+        writer->SetWriteToOutputString(toString);
+        writer->SetInputData(data);
+        EXPECT_THROW(writer->Write(), std::bad_alloc);
+        EXPECT_EQ(openFiles(), before);
+        EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+    }
 }
 
 TEST(SceneGraphPolyDataWriterTest, theStreamComesBeforeTheStringAndTheStringBeforeTheFile)

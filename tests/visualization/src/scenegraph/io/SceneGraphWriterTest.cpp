@@ -1,5 +1,6 @@
 #include "scenegraph/io/SceneGraphWriter.h"
 
+#include "scenegraph/io/detail/Limits.h"
 #include "support/Golden.h"
 #include "support/RaisedError.h"
 #include "support/SceneDirectories.h"
@@ -8,6 +9,8 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+#include <vtkStringArray.h>
 
 namespace
 {
@@ -149,10 +152,12 @@ TEST_F(SceneGraphWriterTest, whatCannotBeStoredHasNoFile)
     EXPECT_TRUE(saveCalls([](NodeStream& out) { EXPECT_FALSE(out.writePolys("N_1", nullptr, tsg::TimeStamp())); }));
     EXPECT_FALSE(writer.hasFailed());
     EXPECT_TRUE(std::filesystem::is_empty(directory + "/tsg"));
-    EXPECT_TRUE(saveCalls(
-        [&](NodeStream& out) {
-            EXPECT_TRUE(out.writeCellData("N_1", nullptr, arrayOf(VTK_BIT, "b", 1, {1, 0, 1})));
-        }));
+    const auto saveBits = [](NodeStream& out) {
+        EXPECT_TRUE(out.writeCellData("N_1", nullptr, arrayOf(VTK_BIT, "b", 1, {1, 0, 1})));
+    };
+    EXPECT_EQ(stderrOf([&] { EXPECT_TRUE(saveCalls(saveBits)); }),
+              "SceneGraphWriter: the values of array \"b\" of N_1 cannot be stored: there is no room for bits\n");
+    EXPECT_TRUE(writer.hasFailed());
     EXPECT_EQ(header("N_1.b.dataArray") + "\n", bytesOfFile("tsg/N_1.b.dataArray")) << "bits have no bytes";
 }
 
@@ -180,19 +185,26 @@ TEST_F(SceneGraphWriterTest, namesThatNoFileCanHaveMakeNoFile)
 
 TEST_F(SceneGraphWriterTest, differentDataNeverShareAFile)
 {
-    EXPECT_TRUE(saveCalls(
-        [](NodeStream& out)
+    const std::string words = stderrOf(
+        [&]
         {
-            for (int round = 0; round < 2; ++round) // writing again takes the same files
-            {
-                out.writePointData("N_1", nullptr, floats("U", {1}));
-                out.writeCellData("N_1", nullptr, floats("U", {2}));
-                out.writePointData("N_1", nullptr, floats("U.1", {3}));
-                out.writeBinaryNodeData("N_1", floats("U", {4}), NodeStream::DataTag7);
-                out.writePointData("N_1.U", nullptr, floats("1", {5}));
-                out.writePolys("N_1.U", onePoint(), tsg::TimeStamp());
-            }
-        }));
+            EXPECT_TRUE(saveCalls(
+                [](NodeStream& out)
+                {
+                    for (int round = 0; round < 2; ++round) // writing again takes the same files
+                    {
+                        out.writePointData("N_1", nullptr, floats("U", {1}));
+                        out.writeCellData("N_1", nullptr, floats("U", {2}));
+                        out.writePointData("N_1", nullptr, floats("U.1", {3}));
+                        out.writeBinaryNodeData("N_1", floats("U", {4}), NodeStream::DataTag7);
+                        out.writePointData("N_1.U", nullptr, floats("1", {5}));
+                        out.writePolys("N_1.U", onePoint(), tsg::TimeStamp());
+                    }
+                }));
+        });
+    EXPECT_TRUE(writer.hasFailed());
+    EXPECT_EQ(std::count(words.begin(), words.end(), '\n'), 6);
+    EXPECT_THAT(words, HasSubstr("N_1.U.polyData holds the last of several data of one kind, key and name\n"));
     EXPECT_THAT(paths(), UnorderedElementsAre("dir", "dir/scene.tsg", "dir/tsg", "dir/tsg/N_1.U.polyData",
                                               "dir/tsg/N_1.U.dataArray", "dir/tsg/N_1.U.1.dataArray",
                                               "dir/tsg/N_1.U.1.0.dataArray", "dir/tsg/N_1.U.3.dataArray",
@@ -206,6 +218,99 @@ TEST_F(SceneGraphWriterTest, differentDataNeverShareAFile)
     {
         EXPECT_THAT(valuesOf(stream.arrays[call]), ElementsAre(value)) << call;
     }
+}
+
+TEST_F(SceneGraphWriterTest, nothingOfAnEarlierSaveIsLoadedInPlaceOfNewData)
+{
+    const auto save = [&](const std::vector<int>& kinds, double value)
+    {
+        EXPECT_TRUE(saveCalls(
+            [&](NodeStream& out)
+            {
+                for (const int kind : kinds)
+                {
+                    const auto array = floats("U", {value});
+                    kind == TagPointData ? out.writePointData("N_1", nullptr, array)
+                                         : out.writeCellData("N_1", nullptr, array);
+                }
+            }));
+        EXPECT_FALSE(writer.hasFailed());
+    };
+    save({TagPointData, TagCellData}, 1);
+    writeBytes(directory + "/tsg/N_1.U.1.1.dataArray", bytesOfFile("tsg/N_1.U.1.dataArray"));
+    writeBytes(directory + "/tsg/N_1.U.0.dataArray", R"({"ObjectKey":"N_1.U","Name":"0","Tag":1})");
+    writeBytes(directory + "/tsg/N_1.U.3.dataArray", "no data of a scene");
+    save({TagCellData}, 2);
+    EXPECT_THAT(paths(), UnorderedElementsAre("dir", "dir/scene.tsg", "dir/tsg", "dir/tsg/N_1.U.dataArray",
+                                              "dir/tsg/N_1.U.0.dataArray", "dir/tsg/N_1.U.3.dataArray"));
+    EXPECT_TRUE(load());
+    EXPECT_THAT(valuesOf(stream.arrays["cell N_1/U"]), ElementsAre(2));
+    save({TagPointData}, 3);
+    save({TagCellData, TagPointData}, 4);
+    EXPECT_TRUE(load());
+    EXPECT_THAT(valuesOf(stream.arrays["cell N_1/U"]), ElementsAre(4));
+    EXPECT_THAT(valuesOf(stream.arrays["point N_1/U"]), ElementsAre(4));
+}
+
+TEST_F(SceneGraphWriterTest, aSaveThatEndsByAnExceptionLeavesTheEarlierSceneFile)
+{
+    EXPECT_TRUE(saveCalls([](NodeStream&) {}));
+    const std::string before = bytesOfFile("scene.tsg");
+    const auto openFiles = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto open = openFiles();
+    std::vector<tsg::SceneGraphWriter> copies;
+    const auto fail = [&](NodeStream& out)
+    {
+        out.write("N_1", {});
+        copies.push_back(writer);
+        throw std::runtime_error("node");
+    };
+    EXPECT_THROW(saveCalls(fail), std::runtime_error);
+    EXPECT_EQ(openFiles(), open);
+    for (NodeStream& copy : copies)
+    {
+        copy.write("N_2", {});
+    }
+    copies.clear();
+    EXPECT_EQ(bytesOfFile("scene.tsg"), before);
+    EXPECT_THAT(paths(), UnorderedElementsAre("dir", "dir/scene.tsg", "dir/tsg"));
+}
+
+TEST_F(SceneGraphWriterTest, whatThePolydataFormatHasNoPlaceForIsTold)
+{
+    const auto fails = [&](const vtkSmartPointer<vtkPolyData>& data)
+    {
+        (void)stderrOf(
+            [&] { EXPECT_TRUE(saveCalls([&](NodeStream& out) { out.writePolys("N_1", data, tsg::TimeStamp()); })); });
+        EXPECT_TRUE(load());
+        EXPECT_EQ(stream.polys.count("N_1"), 1U) << "what is written is read";
+        return writer.hasFailed();
+    };
+    const auto withArray = [](vtkAbstractArray* array)
+    {
+        auto data = onePoint();
+        data->GetPointData()->AddArray(array);
+        return data;
+    };
+    const auto wide = arrayOf(VTK_CHAR, "wide", sdb::detail::MAX_COMPONENTS + 1,
+                              std::vector<double>(sdb::detail::MAX_COMPONENTS + 1));
+    const vtkNew<vtkStringArray> words;
+    words->InsertNextValue("w");
+    auto pedigree = onePoint(), edges = onePoint();
+    pedigree->GetPointData()->SetPedigreeIds(floats("ids", {1}));
+    edges->GetPointData()->SetAttribute(floats("edges", {1}), vtkDataSetAttributes::EDGEFLAG);
+    EXPECT_TRUE(fails(pedigree));
+    EXPECT_TRUE(fails(edges));
+    EXPECT_TRUE(fails(withArray(words)));
+    EXPECT_TRUE(fails(withArray(wide)));
+    auto many = onePoint();
+    for (int i = 0; i < sdb::detail::MAX_TEXT_ARRAYS + 6; ++i)
+    {
+        many->GetFieldData()->AddArray(arrayOf(VTK_CHAR, std::to_string(i).c_str(), 1, {1}));
+    }
+    EXPECT_TRUE(fails(many));
+    EXPECT_FALSE(fails(withArray(floats("NULL_ARRAY", {7}))));
+    EXPECT_THAT(valuesOf(stream.polys["N_1"]->GetPointData()->GetArray("NULL_ARRAY")), ElementsAre(7));
 }
 
 TEST_F(SceneGraphWriterTest, filesThatCannotBeWrittenAreTold)

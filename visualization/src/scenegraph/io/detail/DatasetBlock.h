@@ -52,6 +52,14 @@ constexpr std::string_view TRIANGLE_STRIPS_WORD = "TRIANGLE_STRIPS";
 constexpr std::string_view CELL_DATA_WORD = "CELL_DATA";
 constexpr std::string_view POINT_DATA_WORD = "POINT_DATA";
 
+// --- What VTK's reader takes for something else than the name of an array, in files of text
+// ---------------------------
+
+/// A line of its own in place of an array that cannot be stored.
+constexpr std::string_view MISSING_ARRAY = "NULL_ARRAY";
+/// Whatever begins a line so behind an array is taken for what later versions of the format store there.
+constexpr std::string_view METADATA_WORD = "METADATA";
+
 // --- Attribute records -----------------------------------------------------------------------------------------------
 
 /// One kind of attribute that a point-data or cell-data section stores.

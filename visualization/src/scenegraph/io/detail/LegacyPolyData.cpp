@@ -3,6 +3,7 @@
 #include "scenegraph/io/detail/LegacyTextCheck.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/StoredArray.h"
+#include "scenegraphcommon/Logger.h"
 
 #include <clocale>
 #include <cstdint>
@@ -22,6 +23,8 @@ namespace tsg::detail
 
 namespace
 {
+
+LogSite missingArrays(Logger::Warning, "visualization/src/scenegraph/io/SceneGraphReader", 241);
 
 /// Bytes that are taken for each byte of text while it is read: VTK copies it more than once, and values that are no
 /// numbers, four bytes of text, are remembered apart.
@@ -124,6 +127,11 @@ vtkSmartPointer<vtkPolyData> readLegacyPolyData(std::string text, sdb::detail::M
         data->GetNumberOfCells() != check.cellCount())
     {
         return nullptr;
+    }
+    if (check.missingArrays() > 0)
+    {
+        missingArrays.log("SceneGraphReader: " + std::to_string(check.missingArrays()) +
+                          " arrays that a polydata counts are not in its text");
     }
     for (const ReplacedValues& replaced : check.replaced())
     {

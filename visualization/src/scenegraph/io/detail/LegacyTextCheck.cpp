@@ -18,9 +18,6 @@ constexpr std::string_view VERSION_PREFIX = "# vtk DataFile Version ";
 constexpr char FIRST_UNKNOWN_VERSION = '5';
 /// VTK reads lines into 256 bytes with the terminator.
 constexpr std::size_t MAX_TITLE_BYTES = 255;
-constexpr std::string_view MISSING_ARRAY = "NULL_ARRAY";
-/// Whatever begins a line so behind an array is taken for what later versions of the format store there.
-constexpr std::string_view METADATA_WORD = "METADATA";
 constexpr std::string_view SIX_TENSORS_WORD = "TENSORS6";
 constexpr std::string_view PEDIGREE_IDS_WORD = "PEDIGREE_IDS";
 constexpr std::string_view EDGE_FLAGS_WORD = "EDGE_FLAGS";
@@ -181,14 +178,20 @@ bool LegacyTextCheck::passCells()
 bool LegacyTextCheck::passFields(ArrayPlace place)
 {
     std::int64_t count = 0;
-    if (_tokens.word().empty() || !_tokens.count(0, count) || !_tokens.endLine() ||
-        count > sdb::detail::MAX_TEXT_ARRAYS)
+    const bool isNamed = !_tokens.word().empty();
+    const std::string_view digits = LegacyTokens(_tokens).word();
+    if (!isNamed || !_tokens.count(0, count) || !_tokens.endLine())
     {
         return false;
     }
-    for (; count > 0; --count)
+    std::int64_t passed = 0;
+    for (; passed < count && nextIsFieldArray(); ++passed)
     {
         Array array{place, _tokens.firstWord(), 0, 0};
+        if (!countArray())
+        {
+            return false;
+        }
         if (array.name == MISSING_ARRAY)
         {
             continue;
@@ -199,7 +202,28 @@ bool LegacyTextCheck::passFields(ArrayPlace place)
             return false;
         }
     }
+    if (passed < count)
+    {
+        _tokens.replaceCount(digits, passed);
+        _missingArrays += count - passed;
+    }
     return true;
+}
+
+/// Whether the next line describes an array of a field section. Some writers count arrays that they have left out.
+bool LegacyTextCheck::nextIsFieldArray() const
+{
+    LegacyTokens tokens = _tokens;
+    const std::string_view name = tokens.firstWord();
+    std::int64_t components = 0;
+    std::int64_t tuples = 0;
+    return name == MISSING_ARRAY || (!name.empty() && tokens.count(1, components) && tokens.count(0, tuples) &&
+                                     findLegacyValues(tokens.word()) != nullptr);
+}
+
+bool LegacyTextCheck::countArray()
+{
+    return ++_arrayCount <= sdb::detail::MAX_TEXT_ARRAYS;
 }
 
 /// The point or cell data that begins with `keyword`, and what follows of either.
@@ -241,7 +265,8 @@ bool LegacyTextCheck::passAttribute(std::string_view keyword, ArrayPlace place, 
         return passFields(place);
     }
     Array array{place, _tokens.word(), 1, tuples};
-    if (array.name.empty())
+    const bool isTable = sameWord(keyword, LOOKUP_TABLE_WORD); // a part of its scalars
+    if (array.name.empty() || (!isTable && !countArray()))
     {
         return false;
     }
@@ -260,7 +285,7 @@ bool LegacyTextCheck::passAttribute(std::string_view keyword, ArrayPlace place, 
         (void)seeFirst(seen, SCALARS_KIND);
         return _tokens.count(1, array.components) && passColours(array.components, tuples);
     }
-    if (sameWord(keyword, LOOKUP_TABLE_WORD))
+    if (isTable)
     {
         return _tokens.count(0, array.tuples) && passColours(COLOR_BYTES, array.tuples);
     }
@@ -311,8 +336,7 @@ bool LegacyTextCheck::passColours(std::int64_t components, std::int64_t tuples)
 bool LegacyTextCheck::charge(std::int64_t components, std::int64_t tuples, std::int64_t width)
 {
     const std::int64_t most = (_tokens.left() + 1) / 2;
-    if (components > sdb::detail::MAX_COMPONENTS || tuples > most / components ||
-        ++_arrayCount > sdb::detail::MAX_TEXT_ARRAYS)
+    if (components > sdb::detail::MAX_COMPONENTS || tuples > most / components)
     {
         return false;
     }

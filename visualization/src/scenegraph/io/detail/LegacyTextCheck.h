@@ -39,7 +39,8 @@ struct ReplacedValues
 ///   - has cells that fill their list exactly and refer to points that exist
 ///   - has as many point and cell data as points and cells, and arrays of numbers only
 ///   - needs no more memory than the budget has, which stays charged for what the polydata takes
-/// Values that are no numbers or infinite are replaced by zeros and remembered. Texts with array metadata, which
+/// Values that are no numbers or infinite are replaced by zeros and remembered; a field section that ends before its
+/// count says so gets the right count. Texts with array metadata, which
 /// version 3.0 does not have, count as not sound.
 class LegacyTextCheck
 {
@@ -54,6 +55,9 @@ public:
     std::int64_t pointCount() const { return _pointCount; }
 
     std::int64_t cellCount() const { return _cellCount; }
+
+    /// How many arrays field sections count that are not there.
+    std::int64_t missingArrays() const { return _missingArrays; }
 
     const std::vector<ReplacedValues>& replaced() const { return _replaced; }
 
@@ -77,6 +81,8 @@ private:
     bool passPoints();
     bool passCells();
     bool passFields(ArrayPlace place);
+    bool nextIsFieldArray() const;
+    bool countArray();
     bool passAttributes(std::string_view keyword);
     bool passAttribute(std::string_view keyword, ArrayPlace place, std::int64_t tuples, Seen& seen);
     bool passScalars(Array array);
@@ -93,7 +99,8 @@ private:
     std::int64_t _cellCount = 0;
     std::int64_t _lowestId = 0;
     std::int64_t _highestId = -1;
-    std::int64_t _arrayCount = 0;
+    std::int64_t _arrayCount = 0; ///< of fields and attributes
+    std::int64_t _missingArrays = 0;
     std::vector<ReplacedValues> _replaced;
 };
 

@@ -252,6 +252,14 @@ bool LegacyTokens::count(std::int64_t least, std::int64_t& number)
     return error == std::errc() && end == digits.data() + digits.size() && number >= least;
 }
 
+void LegacyTokens::replaceCount(std::string_view digits, std::int64_t number)
+{
+    const std::string text = std::to_string(number);
+    char* const end = _end + (digits.data() + digits.size() - _end);
+    std::fill(end - digits.size(), end, '0');
+    std::copy(text.rbegin(), text.rend(), std::make_reverse_iterator(end));
+}
+
 template <class T>
 bool LegacyTokens::real(std::int64_t index, std::vector<ReplacedValue>& replaced)
 {

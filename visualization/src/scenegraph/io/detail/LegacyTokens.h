@@ -53,6 +53,9 @@ public:
     /// The next number of the line, which is at least `least`.
     bool count(std::int64_t least, std::int64_t& number);
 
+    /// Puts a smaller number, 0 or more, in the place of one that `count` has found, whose digits were these.
+    void replaceCount(std::string_view digits, std::int64_t number);
+
     /// The next integer, on this line or a later one. It fits T, and nothing but white space follows it.
     template <class T>
     bool integer(T& value)

@@ -99,6 +99,10 @@ std::string countRefusal(vtkDataArray& array, std::int64_t valueCount)
     {
         return "values of type " + std::to_string(type) + " are not stored";
     }
+    if (array.GetNumberOfComponents() > sdb::detail::MAX_COMPONENTS)
+    {
+        return std::to_string(array.GetNumberOfComponents()) + " components are more than are read back";
+    }
     // The values of a last tuple that is not full do not count.
     const std::int64_t held = array.GetNumberOfTuples() * array.GetNumberOfComponents();
     if (valueCount < 0 || held < valueCount)

@@ -35,8 +35,8 @@ constexpr std::int32_t wrappedProduct(std::int32_t left, std::int32_t right)
 constexpr std::int64_t MAX_STORED = INT32_MAX;
 
 /// Why the first `valueCount` values (components counted) of an array cannot be stored; empty if they can. Reasons: a
-/// type code that is not stored, fewer values in the array, 2 GiB or more, or a value that does not fit its stored
-/// width.
+/// type code that is not stored, more components than are read, fewer values in the array, 2 GiB or more, or a value
+/// that does not fit its stored width.
 std::string storingRefusal(vtkDataArray& array, std::int64_t valueCount);
 
 /// The bytes of an array's values in stored form.
