@@ -48,4 +48,29 @@ private:
     Buffer _buffer;
 };
 
+/// An input stream that cannot seek.
+class OneWayStream : public std::istream
+{
+public:
+    explicit OneWayStream(std::string bytes)
+        : std::istream(&_buffer)
+        , _buffer(std::move(bytes))
+    {
+    }
+
+private:
+    struct Buffer : std::streambuf
+    {
+        explicit Buffer(std::string content)
+            : bytes(std::move(content))
+        {
+            setg(bytes.data(), bytes.data(), bytes.data() + bytes.size());
+        }
+
+        std::string bytes;
+    };
+
+    Buffer _buffer;
+};
+
 } // namespace test

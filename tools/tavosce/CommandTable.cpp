@@ -6,7 +6,6 @@
 #include "Text.h"
 
 #include "core/Error.h"
-#include "core/TavoVersion.h"
 
 #include <algorithm>
 #include <cctype>
@@ -56,7 +55,7 @@ Run parse(CLI::App& app, const std::vector<std::string>& arguments)
 {
     Run chosen;
     app.require_subcommand(1);
-    app.set_version_flag("--version", "tavosce " + TavoVersion::_releaseNumber);
+    app.set_version_flag("--version", "tavosce " TAVOSCE_VERSION);
     app.footer(FOOTER);
     for (const Command& command : COMMANDS)
     {

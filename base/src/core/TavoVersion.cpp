@@ -43,7 +43,7 @@ bool isSmaller(const std::string& left, const std::string& right)
 
 } // namespace
 
-const std::string TavoVersion::_releaseNumber = TAVO_RELEASE_NUMBER;
+const std::string TavoVersion::_releaseNumber = "1.0.0";
 
 const TavoVersion& TavoVersion::getSingleton()
 {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// The version of the running application.
+/// The release of the application, as it goes into its files.
 class TAVO_EXPORT TavoVersion
 {
 public:
@@ -16,7 +16,8 @@ public:
     ///   false - a newer release, or text that is no dotted decimal number
     bool compatibleVersion(const std::string& releaseNumber) const;
 
-    /// The running application's release number: the version of this project.
+    /// The release number that goes into files. It is raised only when older releases cannot read what is written, not
+    /// with each version of this project: readers refuse files of newer releases.
     static const std::string _releaseNumber;
 
 private:

@@ -68,6 +68,9 @@ TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, static_cast<CompressionMethods>(2)));
     EXPECT_EQ(out.str(), "\2");
     EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: unknown compression method"));
+    out.str("");
+    EXPECT_FALSE(sdb::writeCompressed(out, "a", std::uint64_t{1} << 32, CompressionMethods::Zlib));
+    EXPECT_EQ(out.str(), "\1") << "lengths have 32 bits";
     out.setstate(std::ios::badbit);
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::None));
     EXPECT_FALSE(sdb::writeCompressed(out, "a", 1, CompressionMethods::Zlib));

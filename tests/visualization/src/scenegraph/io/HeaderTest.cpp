@@ -3,20 +3,19 @@
 #include "core/TavoVersion.h"
 #include "support/Golden.h"
 
-#include <regex>
-
 namespace
 {
 
 using namespace test;
 
-TEST(HeaderTest, headerIsTheOneOfTheFormatPageWithThisRelease)
+/// A release that rises with the version of this project would make files that its last version refuses.
+TEST(HeaderTest, headerIsTheOneOfTheFormatPageWhateverTheVersionOfTheProject)
 {
     const std::string example = golden("two-records.sce").substr(0, golden("two-records.sce").find('\n') + 1);
     std::ostringstream out;
     out.width(200);
     sdb::writeHeader(out);
-    EXPECT_EQ(out.str(), std::regex_replace(example, std::regex("1\\.0\\.0"), TavoVersion::_releaseNumber));
+    EXPECT_EQ(out.str(), example);
 }
 
 TEST(HeaderTest, whatIsNoFormatIsRefusedWithOneLine)

@@ -68,6 +68,15 @@ TEST(IndexTest, onlyWhoeverAsksForBlocksGetsAWalkOverThem)
     EXPECT_EQ(sdb::detail::indexRecords(in, NO_TAG, NO_TAG).lastItemEnd, file.size());
 }
 
+TEST(IndexTest, eachRecordHasABlockCallbackOfItsOwn)
+{
+    std::vector<int> counts;
+    const auto onBlock = [&counts, count = 0](unsigned, const Properties&) mutable { counts.push_back(++count); };
+    std::istringstream in(ContainerBytes().record("a", {{"T", "x"}, {"U", "y"}}).record("b", {{"T", "x"}}).str());
+    sdb::indexRecords(in, NO_TAG, onBlock, NO_TAG);
+    EXPECT_THAT(counts, ElementsAre(1, 2, 1));
+}
+
 TEST(IndexTest, callbacksMayMoveTheStreamAndThrow)
 {
     std::istringstream in(ContainerBytes().record("a", {{"T", "abc"}, {"U", "d"}}).thumbnail(0).record("b").str());

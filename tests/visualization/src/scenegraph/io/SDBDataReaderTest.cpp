@@ -179,13 +179,13 @@ TEST(SDBDataReaderTest, colorsInTextAreFractionsThatStayWithinBytes)
 
 TEST(SDBDataReaderTest, aTableGoesToTheScalarsThatAnnouncedIt)
 {
-    // colors: of the table; 0 if the scalars have none
+    // colors: of the table; -1 if the scalars have none
     const std::string two = " 2\n" + block<unsigned char>({255, 0, 0, 255, 0, 0, 255, 128}) + "\n";
     const std::string scalars = "SCALARS s int\nLOOKUP_TABLE lut\n" + block<int>({1}) + "LOOKUP_TABLE ";
     const std::tuple<const char*, std::string, int> cases[] = {{nullptr, "lut" + two, 2},
-                                                               {nullptr, "other" + two, 0},
+                                                               {nullptr, "other" + two, -1},
                                                                {"lut", "lut" + two, 2},
-                                                               {"mine", "lut" + two, 0},
+                                                               {"mine", "lut" + two, -1},
                                                                {nullptr, "lut 0\n", 0}};
     for (const auto& [wanted, record, colors] : cases)
     {
@@ -194,7 +194,7 @@ TEST(SDBDataReaderTest, aTableGoesToTheScalarsThatAnnouncedIt)
                       [wanted = wanted](auto& reader) { reader.SetLookupTableName(wanted); });
         vtkLookupTable* const table = reading.pointData().GetScalars()->GetLookupTable();
         EXPECT_THAT(reading.messages, IsEmpty());
-        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : 0, colors) << record;
+        EXPECT_EQ(table != nullptr ? table->GetNumberOfTableValues() : -1, colors) << record;
         EXPECT_NE(reading.pointData().GetVectors(), nullptr) << record;
     }
     expectMessages({{pointData("LOOKUP_TABLE lut 2\n" + block<char>({1, 2})),
@@ -216,6 +216,14 @@ TEST(SDBDataReaderTest, namesAreDecodedToTheBytesTheyStandFor)
         reader->DecodeArrayName(result, encoded);
         EXPECT_EQ(std::string(result), name) << encoded;
     }
+    std::string escapes;
+    for (int i = 0; i < 300; ++i)
+    {
+        escapes += "%41";
+    }
+    char result[256];
+    reader->DecodeArrayName(result, escapes.c_str());
+    EXPECT_EQ(result, std::string(255, 'A')) << "the result is cut, not what it stands for";
 }
 
 TEST(SDBDataReaderTest, linesAndWordsAreCutTo255Bytes)

@@ -1,6 +1,7 @@
 #include "scenegraph/io/SDBPolyDataReader.h"
 
 #include "support/BlockReading.h"
+#include "support/FullDisk.h"
 #include "support/Golden.h"
 #include "support/RaisedError.h"
 
@@ -160,6 +161,28 @@ BlockReading readThrowing(vtkSmartPointer<tsg::SDBPolyDataReader>& reader)
                          reader = &used;
                          used.AddObserver(vtkCommand::ProgressEvent, *thrower);
                      });
+}
+
+TEST(SDBPolyDataReaderTest, streamsThatCannotSeekAreReadAsFarAsTheyGo)
+{
+    const std::vector<float> values(5000000, 1.5F);
+    for (const auto method : {tsg::CompressionMethods::None, tsg::CompressionMethods::Zlib})
+    {
+        OneWayStream in(header() + points(1) + "FIELD f 1\nlarge 1 5000000 float\n" + block(values, method));
+        const vtkNew<tsg::SDBPolyDataReader> reader;
+        reader->SetIStream(&in);
+        reader->Update();
+        vtkDataArray* const array = reader->GetOutput()->GetFieldData()->GetArray("large");
+        ASSERT_NE(array, nullptr);
+        EXPECT_EQ(array->GetTuple1(4999999), 1.5);
+    }
+    const LogCapture log;
+    OneWayStream lie(header() + "POINTS 500000000 float\n" + std::string(1, '\0') + "few bytes");
+    const vtkNew<tsg::SDBPolyDataReader> reader;
+    const ReportedErrors reported(*reader);
+    reader->SetIStream(&lie);
+    reader->Update();
+    EXPECT_EQ(reader->GetOutput()->GetNumberOfPoints(), 0);
 }
 
 TEST(SDBPolyDataReaderTest, onlyForeignExceptionsLeaveARun)

@@ -3,6 +3,7 @@
 #include "scenegraph/Attributes.h"
 #include "scenegraph/PolyDataNode.h"
 #include "scenegraph/io/SDBReader.h"
+#include "scenegraph/io/detail/StoredArray.h"
 #include "support/ContainerBytes.h"
 #include "support/RaisedError.h"
 #include "support/RecordingStream.h"
@@ -224,6 +225,56 @@ TEST_F(SDBWriterTest, valuesBeyond32BitsAreRefusedAndTheRecordGoesOn)
     EXPECT_FALSE(stored);
     ASSERT_EQ(blocks().size(), 1U);
     EXPECT_EQ(blocks()[0].getString("Name"), "T");
+
+    Scene other("SceneNode_2");
+    other.afterSerialize = [&](tsg::NodeStream& out)
+    {
+        auto lost = triangle();
+        lost->SetPoints(pointsOf(VTK_ID_TYPE, {0, 0, 4294967296.0}));
+        stored = out.writePolys("SceneNode_2", lost, tsg::TimeStamp());
+        out.writePolys("SceneNode_2", triangle(), tsg::TimeStamp());
+    };
+    EXPECT_THAT(stderrOf([&] { EXPECT_EQ(add(writer, other), 1); }),
+                HasSubstr("the points of SceneNode_2 cannot be stored: value 4294967296 does not fit 4 bytes\n"));
+    EXPECT_FALSE(stored);
+    EXPECT_EQ(load(1)->polys.at("SceneNode_2")->GetNumberOfPolys(), 1) << "what comes behind is stored";
+}
+
+/// The most compressible data there is, of every type and kind.
+TEST_F(SDBWriterTest, whateverIsWrittenLoads)
+{
+    constexpr vtkIdType VALUES = 4000000;
+    Scene scene;
+    for (int type = 0; type <= VTK_UNSIGNED_LONG_LONG; ++type)
+    {
+        if (tsg::detail::isStorable(type))
+        {
+            auto array = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(type));
+            array->SetName(std::to_string(type).c_str());
+            array->SetNumberOfTuples(VALUES);
+            array->Fill(1);
+            scene.with(array);
+        }
+    }
+    auto polys = onePoint();
+    const vtkNew<vtkCellArray> vertices;
+    vertices->AllocateExact(VALUES / 4, VALUES / 4);
+    for (vtkIdType i = 0; i < VALUES / 4; ++i)
+    {
+        vertices->InsertNextCell({0});
+    }
+    polys->SetVerts(vertices);
+    const auto ids = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(VTK_ID_TYPE));
+    ids->SetNumberOfTuples(VALUES / 4);
+    ids->Fill(3);
+    polys->GetCellData()->AddArray(ids);
+    scene.with(polys);
+    EXPECT_EQ(add(writer, scene), 0);
+    const auto loaded = load(0);
+    EXPECT_EQ(loaded->arrays.size(), 15U);
+    ASSERT_EQ(loaded->polys.size(), 1U);
+    EXPECT_EQ(loaded->polys.begin()->second->GetNumberOfVerts(), VALUES / 4);
+    EXPECT_EQ(loaded->polys.begin()->second->GetCellData()->GetArray(0)->GetTuple1(VALUES / 4 - 1), 3);
 }
 
 TEST_F(SDBWriterTest, dataOperationsOutsideTheirPassDoNothing)

@@ -1,5 +1,6 @@
 #include "scenegraph/io/SceneGraphReader.h"
 
+#include "support/FullDisk.h"
 #include "support/SceneDirectories.h"
 #include "support/Unprivileged.h"
 
@@ -157,6 +158,22 @@ TEST_F(SceneGraphReaderTest, headersThatLieTakeNoMemory)
             EXPECT_EQ(valuesOf(stream.arrays["point /"]), values) << type;
         }
     }
+}
+
+TEST_F(SceneGraphReaderTest, streamsThatCannotSeekAreReadToTheirEnd)
+{
+    Properties header;
+    header.set("DataType", VTK_FLOAT);
+    header.set("NumberOfComponents", 1);
+    header.set("Size", 5000000);
+    OneWayStream array(header.toString() + '\n' + std::string(20000000, '\0'));
+    OneWayStream polys("{\"ObjectKey\":\"N_1\",\"Tag\":2}\n# vtk DataFile Version 3.0\nt\nASCII\nDATASET POLYDATA\n"
+                       "POINTS 1 float\n1 2 3\n");
+    tsg::SceneGraphReader reader(stream);
+    EXPECT_TRUE(reader.loadVtkDataFromInputStream(array));
+    EXPECT_TRUE(reader.loadVtkDataFromInputStream(polys));
+    EXPECT_EQ(stream.arrays["point /"]->GetNumberOfValues(), 5000000);
+    EXPECT_EQ(stream.polys["N_1"]->GetNumberOfPoints(), 1);
 }
 
 TEST_F(SceneGraphReaderTest, directoriesWithoutASceneFileAreRefused)

@@ -191,6 +191,25 @@ TEST_F(WriterCrashTest, aHeaderThatIsTornWhileItIsRewrittenFinishesNoRecord)
     EXPECT_GT(torn, 5U);
 }
 
+TEST_F(WriterCrashTest, derivedWritersSeeTheStepsOfBlocksAndThumbnails)
+{
+    Scene empty, one;
+    add(writer, empty);
+    writer.close();
+    const auto stepsOf = [this](const auto& addTo)
+    {
+        WatchedWriter watched(file.narrow);
+        EXPECT_EQ(watched.open(path, true, false), FileIoStatus::Success);
+        watched.states.clear();
+        addTo(watched);
+        return watched.states.size();
+    };
+    one.with(floats("T", {1, 2, 3}));
+    const std::size_t stepsOfRecord = stepsOf([&](SDBWriter& to) { add(to, empty); });
+    EXPECT_GE(stepsOf([&](SDBWriter& to) { add(to, one); }), stepsOfRecord + 2) << "back to the tag, and to the end";
+    EXPECT_GE(stepsOf([&](SDBWriter& to) { to.addThumbnail(0, tsg::Bitmap<3>()); }), 3U) << "the same, and a flush";
+}
+
 TEST_F(WriterCrashTest, readersMayComeAtAnyMoment)
 {
     Scene scene;

@@ -3,6 +3,7 @@
 #include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
 #include "support/DatasetBlocks.h"
+#include "support/FileSizeLimit.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/Testing.h"
@@ -223,6 +224,95 @@ TEST_F(WriterTransactionTest, textsThatANodeChangesAreWrittenAsTheyWereGiven)
     EXPECT_EQ(load(index)->calls.size(), 2U);
     const Properties& header = reader.getRecords().at(0);
     EXPECT_EQ(header.getString("Title") + header.getString("Description") + header.getString("SessionID"), "tds");
+}
+
+/// Remembers what it hears, and may throw at a percentage.
+struct Progress : Observer
+{
+    void update(const Properties& event) override
+    {
+        EXPECT_EQ(event.getString("Message"), "Writing record");
+        values.push_back(event.getInt("PercentComplete"));
+        if (values.back() >= limit)
+        {
+            throw std::runtime_error("stop");
+        }
+    }
+
+    std::vector<int> values;
+    int limit = 101;
+};
+
+TEST_F(WriterTransactionTest, progressComesByBytesAndWhateverItThrowsTakesTheRecordBack)
+{
+    Scene scene;
+    scene.with(counting(VTK_DOUBLE, "large", 1 << 20, 1)).with(triangle());
+    Progress progress;
+    writer.attach(progress);
+    EXPECT_EQ(add(writer, scene), 0);
+    EXPECT_THAT(progress.values, ElementsAre(0, 12, 24, 37, 49, 62, 74, 87, 99, 100));
+    const std::string before = bytes();
+    for (const int limit : {0, 49, 100})
+    {
+        progress.limit = limit;
+        EXPECT_THROW(add(writer, scene, "other"), std::runtime_error);
+        EXPECT_EQ(bytes(), before);
+        EXPECT_FALSE(writer.hasFailed());
+    }
+    writer.detach(progress);
+    int checks = 0;
+    writer.setStopCheck(
+        [&]
+        {
+            if (++checks == 5)
+            {
+                throw std::runtime_error("stop");
+            }
+        });
+    EXPECT_THROW(add(writer, scene, "other"), std::runtime_error);
+    EXPECT_EQ(bytes(), before);
+    writer.setStopCheck({});
+    EXPECT_EQ(add(writer, scene, "other"), 1);
+    EXPECT_EQ(load(1)->arrays.size(), 1U);
+}
+
+TEST_F(WriterTransactionTest, whatWasAddedSinceOpeningCanBeTakenBack)
+{
+    Scene scene;
+    scene.with(triangle());
+    add(writer, scene);
+    writer.close();
+    const std::string before = bytes();
+    EXPECT_FALSE(writer.rollBack()) << "no file is open";
+
+    ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
+    add(writer, scene);
+    add(writer, scene);
+    EXPECT_TRUE(writer.rollBack());
+    EXPECT_EQ(bytes(), before);
+
+    writer.setAllOrNothing(true);
+    ASSERT_EQ(writer.open(path, true, false), FileIoStatus::Success);
+    add(writer, scene);
+    {
+        const FileSizeLimit limit(bytes().size() + 300);
+        scene.with(counting(VTK_DOUBLE, "large", 1000, 1));
+        EXPECT_THAT(stderrOf([&] { EXPECT_EQ(add(writer, scene), -1); }), HasSubstr("cut back to what it held before"));
+    }
+    EXPECT_TRUE(writer.hasFailed());
+    EXPECT_EQ(bytes(), before);
+}
+
+TEST_F(WriterTransactionTest, forgottenNodesAreNotRepeated)
+{
+    Scene second("SceneNode_2");
+    {
+        Scene first;
+        add(writer, first);
+        writer.forgetNodes();
+    }
+    add(writer, second);
+    EXPECT_THAT(load(1)->calls, ElementsAre("node SceneNode_2"));
 }
 
 TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
