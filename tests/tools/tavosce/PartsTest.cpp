@@ -94,12 +94,18 @@ TEST(DatasetComparisonTest, everyDifferenceOfArraysCounts)
 {
     const auto colored = counting(VTK_FLOAT, "a", 6, 2);
     colored->SetLookupTable(tableOf({{0, 0, 0, 0}}));
+    const auto named = counting(VTK_FLOAT, "a", 6, 2), alike = counting(VTK_FLOAT, "a", 6, 2);
+    named->SetComponentName(1, "x");
+    alike->SetComponentName(1, "y");
     const std::tuple<vtkSmartPointer<vtkDataArray>, vtkSmartPointer<vtkDataArray>, bool> cases[] = {
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "a", 6, 2), true},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "b", 6, 2), false},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "a", 4, 3), false},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_INT, "a", 6, 2), false},
         {counting(VTK_FLOAT, "a", 6, 2), colored, false},
+        {counting(VTK_FLOAT, "a", 6, 2), named, false},
+        {named, named, true},
+        {named, alike, false},
         {floats("a", {1, 2, 3}), floats("a", {1, 2, 4}), false},
         {counting(VTK_BIT, "a", 9, 1), counting(VTK_BIT, "a", 9, 1), true},
         {counting(VTK_BIT, "a", 9, 1), arrayOf(VTK_BIT, "a", 1, {1, 0, 0, 1, 0, 0, 1, 0, 1}), false},
