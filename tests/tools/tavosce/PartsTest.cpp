@@ -31,6 +31,8 @@ TEST(TextTest, whatComesFromFilesIsEscaped)
     EXPECT_EQ(tavosce::inQuotes("a\"\\\n"), R"("a\"\\\n")");
     EXPECT_EQ(tavosce::shownJson("\"\\u001b\x7f\""), R"("\u001b\x7f")");
     const std::string cut = std::string(99, 'x') + "\xc3\xa4";
+    EXPECT_EQ(tavosce::shownJsonStart(std::string(999, 'x') + "\xc3\xa4"), std::string(999, 'x') + "...");
+    EXPECT_EQ(tavosce::shownJsonStart(std::string(998, '{') + "\xc3\xa4"), std::string(998, '{') + "\xc3\xa4");
     EXPECT_EQ(tavosce::suggestion("y", {cut, "z"}, "has"), "has \"" + cut.substr(0, 99) + "\"... and \"z\"");
     EXPECT_EQ(tavosce::stemOf("/x.y/.a.b.VTP"), ".a.b");
     EXPECT_EQ(tavosce::stemOf("x/.hidden"), ".hidden");
