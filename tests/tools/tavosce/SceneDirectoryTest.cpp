@@ -239,6 +239,29 @@ TEST_F(SceneDirectoryVerbTest, damagedDirectoriesAreReportedAndTheRestIsImported
     EXPECT_EQ(bytes("scene/scene.tsg"), before);
 }
 
+TEST_F(SceneDirectoryVerbTest, classesThatTheToolKnowsOtherwiseAreWarnedOf)
+{
+    const std::string warning =
+        "warning: SceneNode is stored with version 9, and this program knows version 1: what is "
+        "new in it is not understood\n";
+    Scene root;
+    root.setClassVersion(9);
+    writeDatabase("a.sce", root);
+    writeScene("{\"DataField\":\"ClassVersions\",\"Versions\":{\"SceneNode\":9}}\n"
+               "{\"ObjectKey\":\"SceneNode_1\",\"Properties\":{}}\n");
+    const std::pair<const char*, std::string> cases[] = {
+        {"export @a.sce:0 -o @out", "@a.sce: record 0 \"t\" (byte 0x7d): "},
+        {"import @scene -o @b.sce", "@scene/scene.tsg: "},
+        {"diff @scene @b.sce", "@scene/scene.tsg: "},
+    };
+    for (const auto& [line, place] : cases)
+    {
+        const auto done = run(line);
+        EXPECT_EQ(done.code, 1);
+        EXPECT_EQ(done.err, "tavosce: " + placed(place) + warning);
+    }
+}
+
 TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)
 {
     Scene first, second;
