@@ -102,8 +102,10 @@ std::string refusal(vtkAbstractArray& array)
     {
         return std::string("it holds ") + array.GetDataTypeAsString() + "s, neither numbers nor strings";
     }
-    const bool isWide = array.GetNumberOfComponents() > ArrayList::MAX_COMPONENTS;
-    return isWide ? "it has more than " + counted(ArrayList::MAX_COMPONENTS, "component") : "";
+    const std::int64_t most = ArrayList::maxComponents(array.GetNumberOfValues());
+    return array.GetNumberOfComponents() <= most
+               ? ""
+               : "it has more than " + std::to_string(most) + " components, and fewer strings";
 }
 
 /// Replaces an array by a wider one that can be stored. False if there is none.

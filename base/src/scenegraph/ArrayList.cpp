@@ -28,7 +28,8 @@ bool ArrayList::canHold(vtkAbstractArray* array) const
         return vtkDataArray::SafeDownCast(array) != nullptr;
     }
     const bool isReplaced = array->GetName() && vtkStringArray::SafeDownCast(find(array->GetName()));
-    return array->GetNumberOfComponents() <= MAX_COMPONENTS && (isReplaced || roomForStrings() > 0);
+    return array->GetNumberOfComponents() <= maxComponents(array->GetNumberOfValues()) &&
+           (isReplaced || roomForStrings() > 0);
 }
 
 std::size_t ArrayList::roomForStrings() const

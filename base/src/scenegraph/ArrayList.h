@@ -29,13 +29,18 @@ public:
         vtkSmartPointer<vtkStringArray> array;
     };
 
-    /// Most components of strings; numbers have a limit of their own where they are stored.
-    static constexpr int MAX_COMPONENTS = 1048576;
+    /// Most components of an array of so many strings. VTK's writers look at each component, and a number takes nothing
+    /// to say: so many have to be there. Numbers have a limit of their own where they are stored.
+    static constexpr std::int64_t maxComponents(std::int64_t strings)
+    {
+        constexpr std::int64_t ANY = 1024;
+        return strings > ANY ? strings : ANY;
+    }
 
     /// Most arrays of strings, which take little to say: VTK compares the name of each array with those of all before.
-    static constexpr std::size_t MAX_STRINGS = 4096;
+    static constexpr std::size_t MAX_STRINGS = 1024;
 
-    /// True for numbers, and for strings of no more than MAX_COMPONENTS while there is room for them.
+    /// True for numbers, and for strings of no more than maxComponents while there is room for them.
     bool canHold(vtkAbstractArray* array) const;
     /// How many arrays of strings may be added.
     std::size_t roomForStrings() const;

@@ -166,7 +166,7 @@ TEST_F(PolyDataNodeTest, arraysThatCannotBeHeldAreRefusedAndNothingChanges)
 {
     const Offered before(*node);
     const auto unnamed = floats(nullptr, {}), renamed = floats("other", {1});
-    const auto wide = stringsOf("wide", {}, ArrayList::MAX_COMPONENTS + 1);
+    const auto wide = stringsOf("wide", {"a"}, 1025);
     EXPECT_THROW(node->setPolyData(nullptr), InternalError);
     EXPECT_THROW(node->setArray(POINTS, nullptr), InternalError);
     EXPECT_THROW(node->setArray(POINTS, unnamed), InternalError);
@@ -198,6 +198,7 @@ TEST_F(PolyDataNodeTest, arraysMayGoAndActiveOnesChange)
     EXPECT_EQ(Offered(*node).properties.getProperties("ActivePointData").toString(),
               R"({"Scalars":"T","PedigreeIds":"who","Tangents":"along"})");
     EXPECT_EQ(Offered(*node).properties.kind("PointStringArrays"), Properties::Kind::None);
+    node->setArray(POINTS, stringsOf("wide", std::vector<std::string>(1025), 1025));
     node->setActive(POINTS, SCALARS, "words");
     node->setArray(POINTS, stringsOf("words", {"a", "b", "c"}));
     EXPECT_FALSE(node->assemble()->GetPointData()->GetAbstractAttribute(SCALARS)) << "strings are no scalars";
@@ -220,9 +221,9 @@ TEST_F(PolyDataNodeTest, stringsGoToTheirPlacesAsFarAsThereIsRoom)
     PolyDataNode& full = of(loaded);
     const ArrayList& arrays = full.getArrays(POINTS);
     ASSERT_EQ(arrays.size(), ArrayList::MAX_STRINGS + 1);
-    EXPECT_EQ(arrays.nameAt(0) + arrays.nameAt(4094) + arrays.nameAt(4095) + arrays.nameAt(4096), "20T1");
-    EXPECT_EQ(full.getProperties().getProperties("PointStringArrays").names(), std::vector<std::string>{"4096"});
-    EXPECT_EQ(full.assemble()->GetPointData()->GetNumberOfArrays(), 4097);
+    EXPECT_EQ(arrays.nameAt(0) + arrays.nameAt(1022) + arrays.nameAt(1023) + arrays.nameAt(1024), "20T1");
+    EXPECT_EQ(full.getProperties().getProperties("PointStringArrays").names(), std::vector<std::string>{"1024"});
+    EXPECT_EQ(full.assemble()->GetPointData()->GetNumberOfArrays(), 1025);
     EXPECT_THROW(full.setArray(POINTS, stringsOf("more", {})), InternalError);
     full.setArray(POINTS, stringsOf("7", {"a"}));
     EXPECT_EQ(full.findStrings(POINTS, "7")->GetNumberOfValues(), 1);
@@ -234,7 +235,7 @@ TEST_F(PolyDataNodeTest, dataThatDoesNotFitIsKeptForTheNextSaveAndOutOfThePolyda
         R"({"PointBitArrays":{"T":1,"gone":1},"PointLookupTables":{"T":{"Table":"falling","Range":"2 1"},)"
         R"("c":{"Table":"none","Range":"0 1"},"x":5},"CellLookupTables":"odd","ActivePointData":{"Scalars":"gone"},)"
         R"("PointStringArrays":{"T":{"Place":0,"Components":1,"Values":{}},"x":{"Place":-1,"Components":1,"Values":{}},)"
-        R"("y":{"Place":0,"Components":0,"Values":{}},"z":{"Place":0,"Components":1048577,"Values":{}},)"
+        R"("y":{"Place":0,"Components":0,"Values":{}},"z":{"Place":0,"Components":1025,"Values":{}},)"
         R"("1":{"Place":0,"Components":1,"Values":{"1":"x"}},"2":{"Place":0,"Components":1,"Values":{"0":"x","1":7}},)"
         R"("3":{"Place":0,"Components":1,"Values":{},"More":1},"4":{"Place":"0","Components":1,"Values":{}},)"
         R"("5\u0000":{"Place":0,"Components":1,"Values":{}},"6":{"Place":0,"Components":1,"Values":7},"7":{}},)"

@@ -94,8 +94,8 @@ bool isStringsEntry(const std::string& name, const Properties& entry)
 {
     const std::int64_t components = entry.getLong(COMPONENTS);
     return isName(name) && entry.size() == 3 && entry.kind(PLACE) == Properties::Kind::Integer &&
-           entry.getLong(PLACE) >= 0 && components > 0 && components <= ArrayList::MAX_COMPONENTS &&
-           entry.kind(VALUES) == Properties::Kind::Record;
+           entry.getLong(PLACE) >= 0 && components > 0 && entry.kind(VALUES) == Properties::Kind::Record &&
+           components <= ArrayList::maxComponents(static_cast<std::int64_t>(entry.getProperties(VALUES).size()));
 }
 
 } // namespace
