@@ -29,7 +29,7 @@ using tsg::PolyDataNode;
 /// A copy of an array, of numbers one that shares them.
 vtkSmartPointer<vtkAbstractArray> copyOf(vtkAbstractArray& array)
 {
-    const auto res = vtkSmartPointer<vtkAbstractArray>::Take(array.NewInstance());
+    auto res = vtkSmartPointer<vtkAbstractArray>::Take(array.NewInstance());
     if (auto* const numbers = vtkDataArray::SafeDownCast(&array))
     {
         vtkDataArray::SafeDownCast(res)->ShallowCopy(numbers);
@@ -145,7 +145,7 @@ void prepareArrays(const Section& section, NodeDataset& dataset)
 /// The name of the pedigree ids if they are strings; they are not active then.
 std::string takeStringIds(vtkDataSetAttributes& attributes)
 {
-    const std::string res = arrayName(vtkStringArray::SafeDownCast(attributes.GetPedigreeIds()));
+    std::string res = arrayName(vtkStringArray::SafeDownCast(attributes.GetPedigreeIds()));
     if (!res.empty())
     {
         attributes.SetActiveAttribute(-1, vtkDataSetAttributes::PEDIGREEIDS);
