@@ -1,8 +1,47 @@
-// A whole scene database: every record and every thumbnail is loaded and looked at.
+// A whole scene database: every record and every thumbnail is loaded and looked at, and geometry nodes are rebuilt.
 
 #include "Delivery.h"
 #include "FuzzTarget.h"
 #include "MemoryWatch.h"
+
+#include "scenegraph/PolyDataNode.h"
+
+#include <utility>
+
+namespace
+{
+
+/// A geometry node that is made of properties and of the data under its key.
+Properties described(const std::string& objectKey, Properties properties, const fuzz::Delivery& delivery)
+{
+    tsg::PolyDataNode node(objectKey);
+    node.restoreProperties(std::move(properties));
+    for (const fuzz::Delivery::Piece& piece : delivery.data)
+    {
+        if (piece.objectKey == objectKey)
+        {
+            node.addData(piece.data);
+        }
+    }
+    node.interpretData();
+    (void)node.assemble();
+    return node.describe();
+}
+
+/// What geometry nodes say of themselves is the same when they are made of it.
+void rebuild(const fuzz::Delivery& delivery)
+{
+    for (const fuzz::Delivery::Record& record : delivery.nodes)
+    {
+        if (tsg::classNameOf(record.objectKey) == tsg::PolyDataNode::getClassName())
+        {
+            const Properties once = described(record.objectKey, record.properties, delivery);
+            fuzz::require(described(record.objectKey, once, delivery) == once, "a geometry node is stable");
+        }
+    }
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -22,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             fuzz::load(reader, i, delivery);
         }
         delivery.touch();
+        rebuild(delivery);
     }
     for (const Properties& tag : reader.getThumbnails())
     {

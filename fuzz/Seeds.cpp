@@ -34,6 +34,9 @@ public:
     SeedScene()
     {
         _mesh.setPolyData(test::triangle());
+        _mesh.setArray(tsg::PolyDataNode::Points, test::stringsOf("words", {"a", "", "{"}));
+        _mesh.setArray(tsg::PolyDataNode::Points, test::counting(VTK_BIT, "on", 3, 1));
+        _mesh.findArray(tsg::PolyDataNode::Points, "on")->SetComponentName(0, "name");
         _mesh.addData(tsg::NodeData::ofPoints(test::counting(VTK_DOUBLE, "p", 3, 2)));
         _mesh.addData(tsg::NodeData::ofCells(test::counting(VTK_ID_TYPE, "c", 1, 1)));
         _mesh.addData(tsg::NodeData::ofNode(test::counting(VTK_BIT, "bits", 9, 1), tsg::NodeStream::DataTag7, {}));

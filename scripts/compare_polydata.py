@@ -2,10 +2,10 @@
 """Compares polydata files by value, with nothing but VTK's own readers.
 
 Compared are the cells of all four kinds by their connectivity, the point coordinates, every point, cell and field
-array by name, type, components and values (NaN equals NaN), and the active attributes. Point coordinates may come back
+array by name, type, components with their names, and values (NaN equals NaN), and the active attributes. Point coordinates may come back
 as float where every coordinate keeps its value as a float: databases store such points in half the space. With
---point-digits they may also be what is left of them in a text of so many significant digits. Names of components and
-lookup tables are not compared.
+--point-digits they may also be what is left of them in a text of so many significant digits. Lookup tables are not
+compared.
 
 Exit code: 0 equal, 1 differences, 2 wrong usage, 3 a file that VTK cannot read.
 """
@@ -16,7 +16,7 @@ import os
 import sys
 from collections import namedtuple
 
-from vtkmodules.vtkCommonCore import vtkDataArray
+from vtkmodules.vtkCommonCore import vtkDataArray, vtkStringArray
 from vtkmodules.vtkCommonDataModel import vtkDataSetAttributes
 from vtkmodules.vtkIOGeometry import vtkOBJReader, vtkSTLReader
 from vtkmodules.vtkIOLegacy import vtkPolyDataReader
@@ -133,7 +133,7 @@ def arrays_by_name(fields):
 
 def why_unstorable(data, tuples):
     """Why polydata files and databases cannot carry an array as it is; empty when they can."""
-    if not isinstance(data, vtkDataArray):
+    if not isinstance(data, (vtkDataArray, vtkStringArray)):
         return f"is a {data.GetClassName()}"
     if isinstance(data.GetName(), bytes):  # what is no UTF-8 comes as bytes
         return "has a name that is no UTF-8"
@@ -146,10 +146,18 @@ def shape(data):
     return f"{data.GetDataTypeAsString()} {data.GetNumberOfTuples()} x {data.GetNumberOfComponents()}"
 
 
+def component_names(data):
+    if not data.HasAComponentName():
+        return []
+    return [data.GetComponentName(i) for i in range(data.GetNumberOfComponents())]
+
+
 def array_difference(left, right):
     """What differs between two arrays; empty when nothing does."""
     if shape(left) != shape(right):
         return f"{shape(left)} became {shape(right)}"
+    if component_names(left) != component_names(right):
+        return f"components {component_names(left)} became {component_names(right)}"
     if isinstance(left, vtkDataArray):
         equal = same_values(flat(left), flat(right))
     else:

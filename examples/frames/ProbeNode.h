@@ -13,6 +13,8 @@
 class ProbeNode : public tsg::DataNode
 {
 public:
+    static constexpr int VERSION = 1; ///< of the class: rises when what its properties mean changes
+
     static const std::string& getClassName()
     {
         static const std::string NAME = "ProbeNode";
@@ -20,7 +22,7 @@ public:
     }
 
     explicit ProbeNode(std::string objectKey)
-        : DataNode(std::move(objectKey), getClassName(), /*classVersion*/ 1)
+        : DataNode(std::move(objectKey), getClassName(), VERSION)
         , _samples(vtkSmartPointer<vtkFloatArray>::New())
     {
         _samples->SetName("Samples");

@@ -109,8 +109,9 @@ bool writeScene(const std::wstring& path)
 void registerClasses(tsg::NodeRegistry& registry)
 {
     tsg::registerStandardNodes(registry);
-    registry.registerClass(ProbeNode::getClassName(),
-                           [](const std::string& objectKey) { return std::make_unique<ProbeNode>(objectKey); });
+    registry.registerClass(
+        ProbeNode::getClassName(), [](const std::string& objectKey) { return std::make_unique<ProbeNode>(objectKey); },
+        ProbeNode::VERSION);
 }
 
 //! [register]

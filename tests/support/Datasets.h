@@ -13,6 +13,7 @@
 #include <vtkPoints.h>
 #include <vtkPolyData.h>
 #include <vtkSmartPointer.h>
+#include <vtkStringArray.h>
 #include <vtkVariant.h>
 
 namespace test
@@ -38,6 +39,20 @@ inline vtkSmartPointer<vtkDataArray> floats(const char* name, const std::vector<
     return arrayOf(VTK_FLOAT, name, 1, values);
 }
 
+/// An array of strings, tuple by tuple.
+inline vtkSmartPointer<vtkStringArray> stringsOf(const char* name, const std::vector<std::string>& values,
+                                                 int components = 1)
+{
+    auto array = vtkSmartPointer<vtkStringArray>::New();
+    array->SetName(name);
+    array->SetNumberOfComponents(components);
+    for (const std::string& value : values)
+    {
+        array->InsertNextValue(value);
+    }
+    return array;
+}
+
 /// An array whose values count from `first` on and begin again after a hundred; every third bit is set.
 inline vtkSmartPointer<vtkDataArray> counting(int type, const std::string& name, vtkIdType tuples, int components,
                                               double first = 1)
@@ -48,6 +63,28 @@ inline vtkSmartPointer<vtkDataArray> counting(int type, const std::string& name,
         values.push_back(type == VTK_BIT ? i % 3 == 0 : first + i % 100);
     }
     return arrayOf(type, name.c_str(), components, values);
+}
+
+/// The names of arrays in order, each with those of its components ("-" for none), and strings with their values.
+inline std::string namesIn(vtkFieldData& fields)
+{
+    std::string res;
+    for (int i = 0; i < fields.GetNumberOfArrays(); ++i)
+    {
+        vtkAbstractArray& array = *fields.GetAbstractArray(i);
+        auto* const strings = vtkStringArray::SafeDownCast(&array);
+        res += array.GetName();
+        for (int c = 0; array.HasAComponentName() && c < array.GetNumberOfComponents(); ++c)
+        {
+            res += std::string(".") + (array.GetComponentName(c) ? array.GetComponentName(c) : "-");
+        }
+        for (vtkIdType value = 0; strings && value < strings->GetNumberOfValues(); ++value)
+        {
+            res += (value % array.GetNumberOfComponents() == 0 ? "=" : ",") + strings->GetValue(value);
+        }
+        res += ' ';
+    }
+    return res;
 }
 
 /// All values of an array; none for a null array.

@@ -135,9 +135,9 @@ class Directory : public ComparedScenes
 public:
     Directory(const std::string& path, Report& report)
     {
-        const std::size_t warnings = report.warnings();
-        _graph = loadSceneDirectory(path, report);
-        if (report.warnings() > warnings)
+        LoadedScene scene = loadSceneDirectory(path, report);
+        _graph = std::move(scene.graph);
+        if (!scene.isWhole)
         {
             report.error(shown(path), "some of it cannot be loaded, and is compared as if it were not there",
                          TooDamaged);

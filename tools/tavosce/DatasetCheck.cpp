@@ -3,8 +3,11 @@
 #include "DatasetArrays.h"
 #include "Text.h"
 
+#include "scenegraph/PolyDataNode.h"
+#include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/StoredArray.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -18,6 +21,7 @@
 #include <vtkNew.h>
 #include <vtkPoints.h>
 #include <vtkSmartPointer.h>
+#include <vtkStringArray.h>
 #include <vtkUnsignedLongArray.h>
 #include <vtkUnsignedLongLongArray.h>
 
@@ -26,6 +30,8 @@ namespace tavosce
 
 namespace
 {
+
+using tsg::ArrayList;
 
 constexpr std::int64_t MAX_BYTES = std::numeric_limits<std::int32_t>::max();
 
@@ -67,6 +73,7 @@ vtkSmartPointer<vtkDataArray> widened(Narrow& array)
         res->SetValue(i, array.GetValue(i));
     }
     res->SetLookupTable(array.GetLookupTable());
+    res->CopyComponentNames(&array);
     return res;
 }
 
@@ -84,15 +91,21 @@ vtkSmartPointer<vtkDataArray> withRoom(vtkDataArray& array)
     return nullptr;
 }
 
-/// Why an array cannot be stored; empty if it can.
-std::string refusal(vtkAbstractArray& abstract)
+/// Why an array cannot be stored, whatever else is; empty if it can.
+std::string refusal(vtkAbstractArray& array)
 {
-    auto* const array = vtkDataArray::SafeDownCast(&abstract);
-    if (array == nullptr)
+    if (auto* const numbers = vtkDataArray::SafeDownCast(&array))
     {
-        return std::string("it holds ") + abstract.GetDataTypeAsString() + "s, not numbers";
+        return tsg::detail::StoredValues(*numbers, numbers->GetNumberOfValues()).refusal();
     }
-    return tsg::detail::StoredValues(*array, array->GetNumberOfValues()).refusal();
+    if (vtkStringArray::SafeDownCast(&array) == nullptr)
+    {
+        return std::string("it holds ") + array.GetDataTypeAsString() + "s, neither numbers nor strings";
+    }
+    const std::int64_t most = ArrayList::maxComponents(array.GetNumberOfValues());
+    return array.GetNumberOfComponents() <= most
+               ? ""
+               : "it has more than " + std::to_string(most) + " components, and fewer strings";
 }
 
 /// Replaces an array by a wider one that can be stored. False if there is none.
@@ -108,29 +121,88 @@ bool storeWidened(vtkFieldData& fields, vtkAbstractArray& abstract)
     return true;
 }
 
+/// The room that a node has for what is stored as properties: strings, and names of components.
+class PropertyRoom
+{
+public:
+    /// What follows are the arrays of another section.
+    void beginSection() { _strings = 0; }
+
+    /// Takes the room for an array. Why there is not enough, or empty.
+    std::string take(vtkAbstractArray& array)
+    {
+        auto* const strings = vtkStringArray::SafeDownCast(&array);
+        if (strings != nullptr && _strings == ArrayList::MAX_STRINGS)
+        {
+            return "there are " + std::to_string(_strings) + " arrays of strings besides, and no room for more";
+        }
+        const std::uint64_t bytes = strings != nullptr || array.HasAComponentName() ? bytesOf(array, strings) : 0;
+        if (bytes > _left)
+        {
+            return (strings != nullptr ? "its strings take " : "the names of its components take ") +
+                   counted(bytes, "byte") + " or more, and the node's properties have room for " +
+                   std::to_string(_left);
+        }
+        _left -= bytes;
+        _strings += strings != nullptr ? 1 : 0;
+        return {};
+    }
+
+private:
+    /// What the properties say of an array, or less if that is too much already. `strings` may be null.
+    std::uint64_t bytesOf(vtkAbstractArray& array, vtkStringArray* strings) const
+    {
+        constexpr std::uint64_t LEAST = 7; // number, quotes, colon and comma: "0":"",
+        std::uint64_t least = 0;
+        for (vtkIdType i = 0; strings != nullptr && i < strings->GetNumberOfValues(); ++i)
+        {
+            least += LEAST + strings->GetValue(i).size();
+        }
+        if (least > _left)
+        {
+            return least;
+        }
+        tsg::PolyDataNode node("PolyDataNode_1");
+        node.setArray(tsg::PolyDataNode::Points, &array);
+        return node.describe().toString().size();
+    }
+
+    static constexpr std::uint64_t ALL_ELSE = std::uint64_t{1} << 20; ///< that stands in a property tag
+
+    std::uint64_t _left = sdb::detail::MAX_TAG_BYTES - ALL_ELSE;
+    std::size_t _strings = 0; ///< arrays of the present section
+};
+
+/// Why an array cannot be stored and no wider one in its place; empty if one of them can.
+std::string refusalAt(vtkFieldData& fields, int place, PropertyRoom& room)
+{
+    vtkAbstractArray& array = *fields.GetAbstractArray(place);
+    const std::string reason = refusal(array);
+    const bool fits = reason.empty() || storeWidened(fields, array);
+    return fits ? room.take(*fields.GetAbstractArray(place)) : reason;
+}
+
 /// How many arrays of the section cannot be stored and are not skipped.
-int checkArrays(const Section& section, const std::string& place, bool skip, Report& report)
+int checkArrays(const Section& section, const std::string& place, bool skip, PropertyRoom& room, Report& report)
 {
     int res = 0;
-    for (int i = section.fields->GetNumberOfArrays() - 1; i >= 0; --i)
+    room.beginSection();
+    for (int i = 0; i < section.fields->GetNumberOfArrays();)
     {
-        vtkAbstractArray& array = *section.fields->GetAbstractArray(i);
-        std::string name = describe(section, array);
-        const std::string reason = refusal(array);
-        if (reason.empty() || storeWidened(*section.fields, array))
-        {
-            continue;
-        }
-        if (skip)
+        std::string name = describe(section, *section.fields->GetAbstractArray(i));
+        const std::string reason = refusalAt(*section.fields, i, room);
+        if (!reason.empty() && skip)
         {
             report.note(place, name.append(" is left out: ").append(reason));
             section.fields->RemoveArray(i);
+            continue;
         }
-        else
+        if (!reason.empty())
         {
             report.error(place, name.append(" cannot be stored: ").append(reason), NotStorable);
             ++res;
         }
+        ++i;
     }
     return res;
 }
@@ -198,10 +270,11 @@ void makeStorable(vtkPolyData& dataset, const std::string& place, bool skipUnsup
 {
     checkGeometry(dataset, place);
     int refused = 0;
+    PropertyRoom room;
     for (const Section& section : sectionsOf(dataset))
     {
         nameArrays(section, place, report);
-        refused += checkArrays(section, place, skipUnsupported, report);
+        refused += checkArrays(section, place, skipUnsupported, room, report);
     }
     if (refused > 0)
     {

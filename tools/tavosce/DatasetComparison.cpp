@@ -51,6 +51,18 @@ bool sameValues(vtkDataArray& left, vtkDataArray& right)
     return bytes == 0 || std::memcmp(left.GetVoidPointer(0), right.GetVoidPointer(0), bytes) == 0;
 }
 
+bool sameComponentNames(vtkAbstractArray& left, vtkAbstractArray& right)
+{
+    const bool any = left.HasAComponentName() || right.HasAComponentName();
+    bool res = true;
+    for (int i = 0; any && res && i < left.GetNumberOfComponents(); ++i)
+    {
+        const char *const one = left.GetComponentName(i), *const other = right.GetComponentName(i);
+        res = one == nullptr || other == nullptr ? one == other : std::strcmp(one, other) == 0;
+    }
+    return res;
+}
+
 bool sameTable(vtkLookupTable* left, vtkLookupTable* right)
 {
     if (left == nullptr || right == nullptr || left == right)
@@ -116,7 +128,7 @@ bool sameGeometry(vtkPolyData& left, vtkPolyData& right)
 
 bool sameArray(vtkDataArray& left, vtkDataArray& right)
 {
-    return arrayName(&left) == arrayName(&right) && sameValues(left, right) &&
+    return arrayName(&left) == arrayName(&right) && sameValues(left, right) && sameComponentNames(left, right) &&
            sameTable(left.GetLookupTable(), right.GetLookupTable());
 }
 

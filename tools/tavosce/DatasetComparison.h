@@ -10,7 +10,7 @@ namespace tavosce
 /// do not count.
 bool sameGeometry(vtkPolyData& left, vtkPolyData& right);
 
-/// Whether two arrays have the same type, name, shape, values (bit for bit) and lookup table.
+/// Whether two arrays have the same type, name, shape, names of components, values (bit for bit) and lookup table.
 bool sameArray(vtkDataArray& left, vtkDataArray& right);
 
 } // namespace tavosce

@@ -1,6 +1,5 @@
 #include "ExportFolder.h"
 
-#include "NodeDataset.h"
 #include "RecordJson.h"
 #include "Text.h"
 #include "VtkMessages.h"
@@ -33,6 +32,15 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     if (!out)
     {
         throw cannotWrite(place, systemReason());
+    }
+}
+
+/// Adds to the beginning of a section which of its arrays is the pedigree ids, if one is.
+void addPedigreeIds(std::string& text, const std::string& section, const std::string& array)
+{
+    if (!array.empty())
+    {
+        text.insert(text.find(section) + section.size(), " PedigreeIds=\"" + array + '"');
     }
 }
 
@@ -92,12 +100,15 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
             continue;
         }
         const std::string name = baseOf(objectKey) + ".vtp";
-        for (const std::string& array : dataset.renamed)
+        for (const std::string& change : dataset.changes)
         {
-            _report.note(shown(folder + name),
-                         "the array " + inQuotes(array) + " is written as " + inQuotes(xmlNameOf(array)));
+            _report.note(shown(folder + name), change);
         }
-        writeDataset(*dataset.polys, folder + name);
+        for (const std::string& loss : dataset.losses)
+        {
+            _report.warning(shown(folder + name), loss);
+        }
+        writeDataset(dataset, folder + name);
         res.files.emplace(objectKey, name);
         if (dataset.hasGeometry)
         {
@@ -108,13 +119,13 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
     return res;
 }
 
-void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
+void ExportFolder::writeDataset(const NodeDataset& dataset, const std::string& name)
 {
     // VTK's writer does not notice every full disk: so it writes into memory.
     VtkMessages messages;
     const vtkNew<vtkXMLPolyDataWriter> writer;
     writer->WriteToOutputStringOn();
-    writer->SetInputData(&dataset);
+    writer->SetInputData(dataset.polys);
     writer->EncodeAppendedDataOff();
     const bool written = writer->Write() == 1;
     const std::vector<std::string> errors = messages.takeErrors();
@@ -122,7 +133,9 @@ void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
     {
         throw cannotWrite(shown(name), shown(joined(errors)));
     }
-    const std::string text = writer->GetOutputString();
+    std::string text = writer->GetOutputString();
+    addPedigreeIds(text, "<PointData", dataset.pointIds);
+    addPedigreeIds(text, "<CellData", dataset.cellIds);
     writeText(_output.fileFor(name), shown(name),
               [&](std::ostream& out) { out.write(text.data(), static_cast<std::streamsize>(text.size())); });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Json.h"
+#include "NodeDataset.h"
 #include "OutputFile.h"
 #include "RecordWalk.h"
 #include "SceneFile.h"
@@ -12,8 +13,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-#include <vtkPolyData.h>
 
 namespace tavosce
 {
@@ -52,7 +51,7 @@ public:
 private:
     /// The name without extension for what belongs to a key: the same in every record, and no other key's.
     const std::string& baseOf(const std::string& objectKey);
-    void writeDataset(vtkPolyData& dataset, const std::string& name);
+    void writeDataset(const NodeDataset& dataset, const std::string& name);
     void writeRecordJson(const RecordContents& contents, const ExportedRecord& record);
 
     const SceneFile& _file;

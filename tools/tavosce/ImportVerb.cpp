@@ -118,7 +118,7 @@ void acknowledge(const ImportOptions& options, const ImportTarget& target, std::
 
 void addSceneDirectory(const ImportOptions& options, const std::string& input, ImportTarget& target, Report& report)
 {
-    tsg::SceneGraph graph = loadSceneDirectory(input, report);
+    tsg::SceneGraph graph = loadSceneDirectory(input, report).graph;
     makeStorable(graph, SceneForm::Database, shown(input), options.skipUnsupported, report);
     const std::size_t end = input.find_last_not_of('/') + 1; // "scene/" is "scene"
     target.addScene(titleOf(options), descriptionOf(options, nameOf(input.substr(0, end))), graph);

@@ -143,7 +143,7 @@ void printRecord(std::ostream& out, std::size_t index, const Properties& header,
     out << "  " << counted(contents.nodes.size(), "node") << '\n';
     for (const StoredNode& node : contents.nodes)
     {
-        out << "    " << shown(node.objectKey) << ' ' << shownJson(node.properties.toString()) << '\n';
+        out << "    " << shown(node.objectKey) << ' ' << shownJsonStart(node.properties.toString()) << '\n';
     }
     out << "  " << counted(contents.blocks.size(), "block") << '\n';
     for (const StoredBlock& block : contents.blocks)

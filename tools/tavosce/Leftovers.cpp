@@ -22,4 +22,12 @@ tsg::SceneGraph takeAll(tsg::GraphBuilder& builder)
     return graph;
 }
 
+void warnOfVersionGaps(const tsg::GraphBuilder& builder, const std::string& place, Report& report)
+{
+    for (const tsg::VersionGap& gap : builder.getVersionGaps())
+    {
+        report.warning(place, gap.describe());
+    }
+}
+
 } // namespace tavosce

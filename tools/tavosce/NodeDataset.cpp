@@ -9,11 +9,14 @@
 #include <set>
 #include <string>
 
+#include <vtkCellData.h>
 #include <vtkDataArray.h>
 #include <vtkFieldData.h>
 #include <vtkLookupTable.h>
 #include <vtkNew.h>
+#include <vtkPointData.h>
 #include <vtkPoints.h>
+#include <vtkStringArray.h>
 
 namespace tavosce
 {
@@ -23,16 +26,31 @@ namespace
 
 using tsg::PolyDataNode;
 
+/// A copy of an array, of numbers one that shares them.
+vtkSmartPointer<vtkAbstractArray> copyOf(vtkAbstractArray& array)
+{
+    auto res = vtkSmartPointer<vtkAbstractArray>::Take(array.NewInstance());
+    if (auto* const numbers = vtkDataArray::SafeDownCast(&array))
+    {
+        vtkDataArray::SafeDownCast(res)->ShallowCopy(numbers);
+        res->CopyComponentNames(&array);
+    }
+    else
+    {
+        res->DeepCopy(&array);
+    }
+    return res;
+}
+
 /// Adds an array under its name, or the first free name made of it.
-void addField(vtkFieldData& fields, vtkDataArray& array, const std::string& wanted)
+void addField(vtkFieldData& fields, vtkAbstractArray& array, const std::string& wanted)
 {
     std::string name = wanted;
     for (int i = 2; fields.HasArray(name.c_str()) != 0; ++i)
     {
         name = wanted + '_' + std::to_string(i);
     }
-    const auto copy = vtkSmartPointer<vtkDataArray>::Take(array.NewInstance());
-    copy->ShallowCopy(&array);
+    const auto copy = copyOf(array);
     copy->SetName(name.c_str());
     fields.AddArray(copy);
 }
@@ -45,7 +63,7 @@ void addMisfits(const PolyDataNode& node, PolyDataNode::Association association,
         association == PolyDataNode::Points ? vtkDataObject::POINT : vtkDataObject::CELL);
     for (std::size_t i = 0; i < arrays.size(); ++i)
     {
-        vtkDataArray& array = *arrays.at(i);
+        vtkAbstractArray& array = *arrays.at(i);
         if (attached.HasArray(array.GetName()) == 0)
         {
             addField(*dataset.GetFieldData(), array, arrayName(&array));
@@ -61,7 +79,8 @@ void addTables(const PolyDataNode& node, vtkFieldData& fields)
         const tsg::ArrayList& arrays = node.getArrays(association);
         for (std::size_t i = 0; i < arrays.size(); ++i)
         {
-            vtkLookupTable* const table = arrays.at(i)->GetLookupTable();
+            vtkDataArray* const array = arrays.numbersAt(i);
+            vtkLookupTable* const table = array == nullptr ? nullptr : array->GetLookupTable();
             if (table != nullptr && added.insert(table).second)
             {
                 addField(fields, *table->GetTable(), arrayName(arrays.at(i)));
@@ -70,22 +89,66 @@ void addTables(const PolyDataNode& node, vtkFieldData& fields)
     }
 }
 
-std::vector<std::string> prepareNames(vtkPolyData& dataset)
+/// A name as XML can hold it, escaped: the writer does not do that. A change beyond that is remembered.
+std::string prepared(const std::string& name, const std::string& of, std::vector<std::string>& changes)
 {
-    std::vector<std::string> res;
-    for (const Section& section : sectionsOf(dataset))
+    const std::string fit = xmlNameOf(name);
+    if (fit != name)
     {
-        for (int i = 0; i < section.fields->GetNumberOfArrays(); ++i)
+        changes.push_back("the " + of + ' ' + inQuotes(name) + " is written as " + inQuotes(fit));
+    }
+    return xmlText(fit);
+}
+
+void prepareNames(vtkAbstractArray& array, std::vector<std::string>& changes)
+{
+    for (int i = 0; array.HasAComponentName() && i < array.GetNumberOfComponents(); ++i)
+    {
+        if (array.GetComponentName(i) != nullptr)
         {
-            vtkAbstractArray& array = *section.fields->GetAbstractArray(i);
-            const std::string name = arrayName(&array);
-            const std::string fit = xmlNameOf(name);
-            if (fit != name)
-            {
-                res.push_back(name);
-            }
-            array.SetName(xmlText(fit).c_str()); // the writer does not escape names
+            const std::string of = "component of " + inQuotes(arrayName(&array));
+            array.SetComponentName(i, prepared(array.GetComponentName(i), of, changes).c_str());
         }
+    }
+    array.SetName(prepared(arrayName(&array), "array", changes).c_str());
+}
+
+bool hasZeroByte(vtkAbstractArray& array)
+{
+    auto* const strings = vtkStringArray::SafeDownCast(&array);
+    bool res = false;
+    for (vtkIdType i = 0; strings != nullptr && !res && i < strings->GetNumberOfValues(); ++i)
+    {
+        res = strings->GetValue(i).find('\0') != std::string::npos;
+    }
+    return res;
+}
+
+/// Makes arrays fit for the writer.
+void prepareArrays(const Section& section, NodeDataset& dataset)
+{
+    for (int i = 0; i < section.fields->GetNumberOfArrays();)
+    {
+        vtkAbstractArray& array = *section.fields->GetAbstractArray(i);
+        if (hasZeroByte(array))
+        {
+            dataset.losses.push_back(std::string(section.noun) + ' ' + inQuotes(arrayName(&array)) +
+                                     " is left out: its strings have zero bytes, which only record.json can hold");
+            section.fields->RemoveArray(i);
+            continue;
+        }
+        prepareNames(array, dataset.changes);
+        ++i;
+    }
+}
+
+/// The name of the pedigree ids if they are strings; they are not active then.
+std::string takeStringIds(vtkDataSetAttributes& attributes)
+{
+    std::string res = arrayName(vtkStringArray::SafeDownCast(attributes.GetPedigreeIds()));
+    if (!res.empty())
+    {
+        attributes.SetActiveAttribute(-1, vtkDataSetAttributes::PEDIGREEIDS);
     }
     return res;
 }
@@ -118,7 +181,14 @@ NodeDataset compose(const PolyDataNode& node)
             addField(*res->GetFieldData(), *piece.array, arrayName(piece.array));
         }
     }
-    return {res, node.getGeometry() != nullptr, prepareNames(*res)};
+    NodeDataset dataset{res, node.getGeometry() != nullptr, {}, {}, {}, {}};
+    for (const Section& section : sectionsOf(*res))
+    {
+        prepareArrays(section, dataset);
+    }
+    dataset.pointIds = takeStringIds(*res->GetPointData());
+    dataset.cellIds = takeStringIds(*res->GetCellData());
+    return dataset;
 }
 
 } // namespace

@@ -67,6 +67,11 @@ public:
 
     void postUpgradeNodeProperties(const ClassVersions&) override { _builders.postUpgradeNodeProperties(_versions); }
 
+    std::vector<tsg::VersionGap> findVersionGaps(const ClassVersions& stored) const override
+    {
+        return _builders.findVersionGaps(stored);
+    }
+
 private:
     tsg::NodeRegistry& _builders;
     ClassVersions _versions;
@@ -192,7 +197,9 @@ tsg::SceneGraph RecordLoader::load(std::size_t record, const RecordContents& con
         fail(record, contents, delivery, error.message());
     }
     warn(record, contents, delivery);
-    return takeAll(builder);
+    tsg::SceneGraph graph = takeAll(builder);
+    warnOfVersionGaps(builder, _file.placeOf(record), _report);
+    return graph;
 }
 
 void RecordLoader::fail(std::size_t record, const RecordContents& contents, Delivery& delivery,

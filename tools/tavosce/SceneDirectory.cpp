@@ -3,6 +3,7 @@
 #include "InputFile.h"
 #include "Interrupt.h"
 #include "Leftovers.h"
+#include "LibraryLog.h"
 #include "Text.h"
 #include "VtkMessages.h"
 
@@ -90,8 +91,9 @@ bool isSceneDirectory(const std::string& path)
     return Platform::filesystem().fileExists(OS::toWide(path + tsg::detail::SCENE_FILE));
 }
 
-tsg::SceneGraph loadSceneDirectory(const std::string& path, Report& report)
+LoadedScene loadSceneDirectory(const std::string& path, Report& report)
 {
+    const std::size_t warnings = report.warnings();
     tsg::NodeRegistry registry;
     tsg::registerStandardNodes(registry);
     tsg::GraphBuilder builder(registry);
@@ -100,16 +102,18 @@ tsg::SceneGraph loadSceneDirectory(const std::string& path, Report& report)
     {
         InputFile file(sceneFile);
         checkRecords(file.stream(), sceneFile, report);
+        const LibraryLog log; // version gaps are told below
         reader.loadSceneFileFromInputStream(file.stream());
     }
     loadData(reader, path, report);
-    tsg::SceneGraph graph = takeAll(builder);
+    LoadedScene res{takeAll(builder), report.warnings() == warnings};
+    warnOfVersionGaps(builder, shown(sceneFile), report);
     std::string problem;
-    if (!graph.chooseRoot("", problem))
+    if (!res.graph.chooseRoot("", problem))
     {
         throw Failure(TooDamaged, shown(path), "the root of the scene cannot be told: " + shown(problem));
     }
-    return graph;
+    return res;
 }
 
 void saveSceneDirectory(const tsg::SceneGraph& graph, const std::string& directory, const std::string& place)

@@ -91,11 +91,7 @@ private:
 std::string quotedStart(const std::string& name)
 {
     constexpr std::size_t MOST_BYTES = 100;
-    std::size_t end = MOST_BYTES;
-    while (end > 0 && end < name.size() && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80)
-    {
-        --end; // a character is not split
-    }
+    const std::size_t end = beginningOf(name, MOST_BYTES);
     return inQuotes(name.substr(0, end)) + (end < name.size() ? "..." : "");
 }
 

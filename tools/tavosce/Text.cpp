@@ -144,6 +144,23 @@ std::string shownJson(const std::string& json)
     return visible(json, Backslashes::Kept);
 }
 
+std::string shownJsonStart(const std::string& json)
+{
+    constexpr std::size_t MOST_BYTES = 1000;
+    const std::size_t end = beginningOf(json, MOST_BYTES);
+    return shownJson(json.substr(0, end)) + (end < json.size() ? "..." : "");
+}
+
+std::size_t beginningOf(const std::string& text, std::size_t most)
+{
+    std::size_t end = std::min(most, text.size());
+    while (end > 0 && end < text.size() && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+    {
+        --end;
+    }
+    return end;
+}
+
 std::string inQuotes(const std::string& text)
 {
     std::string res = shown(text); // its backslashes are doubled already

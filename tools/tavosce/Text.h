@@ -17,6 +17,12 @@ std::string shown(const std::string& text);
 /// The same of a JSON text, whose backslashes are escapes already.
 std::string shownJson(const std::string& json);
 
+/// The same of the first thousand bytes, with "..." behind them if there are more.
+std::string shownJsonStart(const std::string& json);
+
+/// The length of the longest beginning of a text that has no more than `most` bytes and splits no character.
+std::size_t beginningOf(const std::string& text, std::size_t most);
+
 /// What `shown` gives between double quotes, with a backslash in front of those in it.
 std::string inQuotes(const std::string& text);
 

@@ -85,7 +85,7 @@ void printLine(std::ostream& out, const RecordTree& record, const NodeTree::Line
         out << (line.occurrence == NodeTree::Cycle ? " (cycle)\n" : " (see above)\n");
         return;
     }
-    out << (node.properties.empty() ? "" : ' ' + shownJson(node.properties.toString())) << '\n';
+    out << (node.properties.empty() ? "" : ' ' + shownJsonStart(node.properties.toString())) << '\n';
     for (const StoredBlock* const block : record.data[line.node])
     {
         printBlock(out, indent + "  - ", *block, false);
@@ -109,7 +109,7 @@ void printText(std::ostream& out, const RecordTree& record)
     for (const std::size_t node : record.tree.repeated)
     {
         out << "one more node with the key " << shown(record.contents.nodes[node].objectKey) << ' '
-            << shownJson(record.contents.nodes[node].properties.toString()) << '\n';
+            << shownJsonStart(record.contents.nodes[node].properties.toString()) << '\n';
     }
     for (const StoredBlock* const block : record.strayData)
     {

@@ -3,7 +3,9 @@
 #include "core/Error.h"
 #include "scenegraph/detail/StoredForms.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace tsg
@@ -15,10 +17,28 @@ namespace
 constexpr const char* SOURCE = "base/src/scenegraph/ArrayList";
 constexpr Invariant ARRAY_EXPECTED{"A node's array can't be null", "array", SOURCE, 43};
 constexpr Invariant NAME_EXPECTED{"The array's name must be specified", "array->GetName()", SOURCE, 44};
+constexpr Invariant KIND_EXPECTED{"Only numbers and some strings can be held", "canHold(array)", SOURCE, 45};
 
 } // namespace
 
-void ArrayList::set(vtkDataArray* array)
+bool ArrayList::canHold(vtkAbstractArray* array) const
+{
+    if (!vtkStringArray::SafeDownCast(array))
+    {
+        return vtkDataArray::SafeDownCast(array) != nullptr;
+    }
+    const bool isReplaced = array->GetName() && vtkStringArray::SafeDownCast(find(array->GetName()));
+    return array->GetNumberOfComponents() <= maxComponents(array->GetNumberOfValues()) &&
+           (isReplaced || roomForStrings() > 0);
+}
+
+std::size_t ArrayList::roomForStrings() const
+{
+    const auto isStrings = [](const Entry& entry) { return vtkStringArray::SafeDownCast(entry.array) != nullptr; };
+    return MAX_STRINGS - static_cast<std::size_t>(std::count_if(_entries.begin(), _entries.end(), isStrings));
+}
+
+void ArrayList::set(vtkAbstractArray* array)
 {
     if (!array)
     {
@@ -27,6 +47,10 @@ void ArrayList::set(vtkDataArray* array)
     if (!array->GetName())
     {
         raise(NAME_EXPECTED);
+    }
+    if (!canHold(array))
+    {
+        raise(KIND_EXPECTED);
     }
     const std::string name = array->GetName();
     const auto found = _places.find(name);
@@ -38,6 +62,27 @@ void ArrayList::set(vtkDataArray* array)
     else if (at(found->second) != array)
     {
         _entries[found->second] = {name, array, nullptr, 0};
+    }
+}
+
+void ArrayList::insert(std::vector<Placed> arrays)
+{
+    std::stable_sort(arrays.begin(), arrays.end(), [](const Placed& a, const Placed& b) { return a.place < b.place; });
+    std::vector<Entry> entries;
+    auto old = _entries.begin();
+    for (const Placed& placed : arrays)
+    {
+        const std::int64_t before = placed.place - static_cast<std::int64_t>(entries.size());
+        const auto upTo = old + std::clamp<std::ptrdiff_t>(before, 0, _entries.end() - old);
+        std::move(old, upTo, std::back_inserter(entries));
+        old = upTo;
+        entries.push_back({placed.array->GetName(), placed.array, nullptr, 0});
+    }
+    std::move(old, _entries.end(), std::back_inserter(entries));
+    _entries = std::move(entries);
+    for (std::size_t place = 0; place < _entries.size(); ++place)
+    {
+        _places[_entries[place].name] = place;
     }
 }
 
@@ -70,10 +115,10 @@ bool ArrayList::remove(const std::string& name)
     return true;
 }
 
-void ArrayList::assign(const std::vector<vtkDataArray*>& arrays)
+void ArrayList::assign(const std::vector<vtkAbstractArray*>& arrays)
 {
     ArrayList next;
-    for (vtkDataArray* array : arrays)
+    for (vtkAbstractArray* array : arrays)
     {
         next.set(array);
     }
@@ -88,7 +133,7 @@ void ArrayList::assign(const std::vector<vtkDataArray*>& arrays)
     *this = std::move(next);
 }
 
-vtkDataArray* ArrayList::find(const std::string& name) const
+vtkAbstractArray* ArrayList::find(const std::string& name) const
 {
     const auto found = _places.find(name);
     return found == _places.end() ? nullptr : _entries[found->second].array.Get();
@@ -105,7 +150,7 @@ vtkDataArray* ArrayList::stored(std::size_t place) const
     auto* bits = vtkBitArray::SafeDownCast(entry.array);
     if (!bits)
     {
-        return entry.array;
+        return numbersAt(place);
     }
     if (!entry.bytes || entry.bytesTime != bits->GetMTime())
     {

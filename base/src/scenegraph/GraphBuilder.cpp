@@ -44,6 +44,19 @@ public:
         _application.postUpgradeNodeProperties(versions);
     }
 
+    std::vector<VersionGap> findVersionGaps(const ClassVersions& stored) const override
+    {
+        ClassVersions upgraded;
+        for (const auto& [className, version] : stored.getVersions())
+        {
+            if (_application.isKnown(className))
+            {
+                upgraded.setClassVersion(className, version);
+            }
+        }
+        return _application.findVersionGaps(upgraded);
+    }
+
 private:
     NodeRegistry& _application;
     ClassVersions _versions;
@@ -148,7 +161,8 @@ void GraphBuilder::placeEarlyData()
     }
 }
 
-/// Gives opaque nodes the versions of their classes, and the versions of classes without a node to the graph.
+/// Gives opaque nodes the versions of their classes, and the versions of classes without a node to the graph; compares
+/// the others with what the application knows.
 void GraphBuilder::restoreVersions()
 {
     const ClassVersions learnt = _registry->takeVersions();
@@ -164,15 +178,13 @@ void GraphBuilder::restoreVersions()
             entry.second->setClassVersion(version->second);
         }
     }
-    ClassVersions kept;
+    ClassVersions kept, ofNodes;
     for (const auto& [className, version] : versions)
     {
-        if (present.count(className) == 0)
-        {
-            kept.setClassVersion(className, version);
-        }
+        (present.count(className) == 0 ? kept : ofNodes).setClassVersion(className, version);
     }
     _graph.keepClassVersions(kept);
+    _versionGaps = _registry->findVersionGaps(ofNodes);
 }
 
 } // namespace tsg

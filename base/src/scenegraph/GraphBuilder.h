@@ -64,6 +64,10 @@ public:
     /// What the graph taken last left behind.
     const Leftovers& getLeftovers() const { return _leftovers; }
 
+    /// Classes of nodes in the graph taken last that are not what they were stored as, in name order. Nodes that were
+    /// kept opaque are.
+    const std::vector<VersionGap>& getVersionGaps() const { return _versionGaps; }
+
 private:
     class LearningRegistry;
 
@@ -78,6 +82,7 @@ private:
     std::vector<Leftovers::Record> _duplicates;
     std::vector<Leftovers::Data> _earlyData; ///< whose node has not come yet
     Leftovers _leftovers;
+    std::vector<VersionGap> _versionGaps;
 };
 
 } // namespace tsg

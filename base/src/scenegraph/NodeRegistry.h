@@ -7,12 +7,25 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tsg
 {
 
 class Node;
+
+/// A class whose stored nodes do not become what the application knows.
+struct TAVO_EXPORT VersionGap
+{
+    std::string className;
+    int stored; ///< version that the nodes were stored with
+    int known;  ///< version of the class in the application: older, or newer and no steps lead to it
+
+    /// The gap as a sentence for people.
+    std::string describe() const;
+};
 
 /// The node classes that an application knows: how to make one, and how to bring older properties up to date.
 class TAVO_EXPORT NodeRegistry
@@ -27,8 +40,9 @@ public:
     NodeRegistry();
     virtual ~NodeRegistry();
 
-    /// Makes a class known under its name; an earlier factory of that name is replaced.
-    void registerClass(const std::string& className, Factory factory);
+    /// Makes a class known under its name, with its present version if that is told; an earlier factory and version of
+    /// that name are replaced.
+    void registerClass(const std::string& className, Factory factory, std::optional<int> version = std::nullopt);
     /// Adds the step that takes a class from version `from` to version `to`; `to` has to be greater (InternalError).
     void addUpgradeStep(const std::string& className, int from, int to, UpgradeStep step);
     /// Sets what runs once after the nodes of a scene have been upgraded.
@@ -44,6 +58,10 @@ public:
     virtual void upgradeNodeProperties(const std::string& objectKey, Properties& properties,
                                        const ClassVersions& versions);
     virtual void postUpgradeNodeProperties(const ClassVersions& versions);
+    /// Of classes of stored nodes, with the versions they were stored with, those that are newer than what the
+    /// application knows, or older while the steps do not lead up to that. What it knows is the version that the class
+    /// was registered with, else the newest that a step leads to; a class without either has no gap.
+    virtual std::vector<VersionGap> findVersionGaps(const ClassVersions& stored) const;
 
 private:
     struct Step
@@ -52,8 +70,14 @@ private:
         UpgradeStep run;
     };
 
+    using Steps = std::map<int, Step>; ///< by the version that a step starts from
+
+    static int followSteps(const Steps& steps, int version, const std::function<void(const Step&)>& visit);
+    std::optional<VersionGap> gapOf(const std::string& className, int stored) const;
+
     std::map<std::string, Factory> _factories;
-    std::map<std::string, std::map<int, Step>> _steps; ///< class name, then the version that a step starts from
+    std::map<std::string, int> _versions; ///< of classes that were registered with one
+    std::map<std::string, Steps> _steps;
     PostUpgradeStep _postUpgrade;
 };
 

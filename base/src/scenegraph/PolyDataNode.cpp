@@ -17,6 +17,7 @@ namespace tsg
 using detail::arrayCount;
 using detail::ASSOCIATIONS;
 using detail::fieldsOf;
+using detail::pieceOf;
 using detail::POLY_DATA_KEYS;
 using detail::setRecord;
 
@@ -25,9 +26,6 @@ namespace
 
 constexpr const char* SOURCE = "base/src/scenegraph/PolyDataNode";
 constexpr Invariant POLYS_EXPECTED{"A polydata is expected", "polys", SOURCE, 31};
-constexpr Invariant NUMERIC_EXPECTED{"Only numeric arrays can be held", "vtkDataArray::SafeDownCast(array)", SOURCE,
-                                     32};
-constexpr Invariant NAME_EXPECTED{"The array's name must be specified", "array->GetName()", SOURCE, 33};
 constexpr Invariant NAMES_DIFFER{"Two arrays have the same name", "names.insert(array->GetName()).second", SOURCE, 34};
 
 /// The property name of the active attributes, null where there are none of the type.
@@ -37,27 +35,18 @@ const char* activeKey(PolyDataNode::Association association, int attributeType)
     return known ? POLY_DATA_KEYS[association].active : nullptr;
 }
 
-/// The arrays of an association; raises InternalError when a node cannot hold all of them.
-std::vector<vtkDataArray*> numericArrays(vtkPolyData& polys, PolyDataNode::Association association)
+/// The arrays of an association; raises InternalError when two have the same name.
+std::vector<vtkAbstractArray*> arraysOf(vtkPolyData& polys, PolyDataNode::Association association)
 {
-    std::vector<vtkDataArray*> res;
+    std::vector<vtkAbstractArray*> res;
     std::unordered_set<std::string> names;
     for (int i = 0; i < arrayCount(polys, association); ++i)
     {
-        auto* array = vtkDataArray::SafeDownCast(fieldsOf(polys, association)->GetAbstractArray(i));
-        if (!array)
-        {
-            raise(NUMERIC_EXPECTED);
-        }
-        if (!array->GetName())
-        {
-            raise(NAME_EXPECTED);
-        }
-        if (!names.insert(array->GetName()).second)
+        res.push_back(fieldsOf(polys, association)->GetAbstractArray(i));
+        if (res.back()->GetName() && !names.insert(res.back()->GetName()).second)
         {
             raise(NAMES_DIFFER);
         }
-        res.push_back(array);
     }
     return res;
 }
@@ -78,25 +67,11 @@ void attach(const ArrayList& arrays, vtkFieldData& target, vtkIdType tuples, std
     }
 }
 
-/// An array as the piece of data that it is stored as.
-NodeData pieceOf(PolyDataNode::Association association, vtkDataArray* array)
-{
-    switch (association)
-    {
-    case PolyDataNode::Points:
-        return NodeData::ofPoints(array);
-    case PolyDataNode::Cells:
-        return NodeData::ofCells(array);
-    case PolyDataNode::Fields:
-        break;
-    }
-    return NodeData::ofNode(array, NodeStream::DataTag7, TimeStamp(array->GetMTime()));
-}
-
-/// An array that is not there is not activated.
+/// An array that is not there is not activated, and strings only as what they can be.
 void activate(vtkDataSetAttributes& attributes, const std::string& name, int type)
 {
-    if (!name.empty() && attributes.HasArray(name.c_str()))
+    vtkAbstractArray* array = name.empty() ? nullptr : attributes.GetAbstractArray(name.c_str());
+    if (array && (type == vtkDataSetAttributes::PEDIGREEIDS || vtkDataArray::SafeDownCast(array)))
     {
         attributes.SetActiveAttribute(name.c_str(), type);
     }
@@ -174,14 +149,14 @@ void PolyDataNode::setPolyData(vtkPolyData* polys, Geometry geometry)
     {
         raise(POLYS_EXPECTED);
     }
-    std::array<std::vector<vtkDataArray*>, 3> arrays;
+    std::array<ArrayList, 3> arrays = _arrays;
     for (const Association association : ASSOCIATIONS)
     {
-        arrays[association] = numericArrays(*polys, association);
+        arrays[association].assign(arraysOf(*polys, association));
     }
+    _arrays = std::move(arrays);
     for (const Association association : ASSOCIATIONS)
     {
-        _arrays[association].assign(arrays[association]);
         setActives(association, *polys);
     }
     if (geometry == Geometry::Replace)
@@ -202,7 +177,8 @@ void PolyDataNode::removeData(const DataTest& unwanted)
         ArrayList& arrays = _arrays[association];
         for (std::size_t i = arrays.size(); i-- > 0;)
         {
-            if (unwanted(pieceOf(association, arrays.stored(i))))
+            vtkDataArray* stored = arrays.stored(i);
+            if (stored && unwanted(pieceOf(association, stored)))
             {
                 arrays.remove(std::string(arrays.nameAt(i)));
             }

@@ -19,7 +19,7 @@ namespace tsg
 {
 
 /// A polydata taken apart: the geometry, a vtkPolyData of its own without arrays, and named point, cell and field
-/// arrays.
+/// arrays, which hold numbers or strings.
 ///
 /// Arrays would change the stamp of the polydata that carries them. Held apart, a mesh that stands still keeps its
 /// stamp while its arrays come and go, and a writer stores it once. For the same reason `serialize` offers the same VTK
@@ -28,8 +28,12 @@ namespace tsg
 /// On disk field arrays are node data with `DataTag7`. The lookup table of an array is node data with `DataTag1`, four
 /// unsigned chars a colour, under the name of the array, or, where another table has that name, with a number behind
 /// it. Bit arrays are stored as bytes. The properties say which arrays are active attributes ("ActivePointData": kind
-/// of attribute to array name), which were bits ("PointBitArrays": array name to 1), and which table an array has
-/// ("PointLookupTables": array name to "Table" and "Range"); likewise for cells and, without active ones, for fields.
+/// of attribute to array name), which were bits ("PointBitArrays": array name to 1), which table an array has
+/// ("PointLookupTables": array name to "Table" and "Range"), how its components are called ("PointComponentNames":
+/// array name to number to name), and hold the arrays of strings ("PointStringArrays": array name to "Place",
+/// "Components" and "Values"); likewise for cells and, without active ones, for fields. An entry of another form stays
+/// where it is. The properties of a node are one property tag: strings that would make it longer than 64 MiB cannot be
+/// written.
 class TAVO_EXPORT PolyDataNode : public DataNode
 {
 public:
@@ -58,16 +62,22 @@ public:
     void setGeometry(vtkPolyData* polys);
 
     /// Adds an array, or puts it into the place of the one of that name. The node shares it, with its lookup table.
-    /// Raises InternalError for null and for an array without a name.
-    void setArray(Association association, vtkDataArray* array) { _arrays[association].set(array); }
+    /// Raises InternalError for null, for an array without a name, and for one that ArrayList does not hold.
+    void setArray(Association association, vtkAbstractArray* array) { _arrays[association].set(array); }
 
     /// False when there is no array of that name.
     bool removeArray(Association association, const std::string& name) { return _arrays[association].remove(name); }
 
-    /// Null when there is no array of that name.
+    /// Null when there are no numbers of that name.
     vtkDataArray* findArray(Association association, const std::string& name) const
     {
-        return _arrays[association].find(name);
+        return vtkDataArray::SafeDownCast(_arrays[association].find(name));
+    }
+
+    /// Null when there are no strings of that name.
+    vtkStringArray* findStrings(Association association, const std::string& name) const
+    {
+        return vtkStringArray::SafeDownCast(_arrays[association].find(name));
     }
 
     const ArrayList& getArrays(Association association) const { return _arrays[association]; }
@@ -79,8 +89,8 @@ public:
     void setActive(Association association, int attributeType, const std::string& name);
 
     /// Takes a polydata apart: all arrays and active attributes are replaced by its own, and the geometry if asked for.
-    /// Raises InternalError, with nothing changed, for null, for arrays that are not numeric or have no name, and for
-    /// two arrays of one association with the same name.
+    /// Raises InternalError, with nothing changed, for null, for arrays that `setArray` raises it for, and for two
+    /// arrays of one association with the same name.
     void setPolyData(vtkPolyData* polys, Geometry geometry = Geometry::Replace);
 
     /// A new polydata that shares structure and arrays with the node; it has the active attributes, and the arrays have
@@ -88,7 +98,10 @@ public:
     /// bounds: they are left out, and their names added to `misfits`, which may be null.
     vtkSmartPointer<vtkPolyData> assemble(std::vector<std::string>* misfits = nullptr) const;
 
-    /// A lookup table goes with its array.
+    /// The properties as `serialize` writes them, with all that is said of the arrays.
+    Properties describe() const;
+
+    /// A lookup table goes with its array. Strings are properties, and stay.
     void removeData(const DataTest& unwanted) override;
     void serialize(NodeStream& stream) const override;
     void interpretData() override;
@@ -110,7 +123,8 @@ private:
     void setActives(Association association, vtkPolyData& polys);
     void restoreBits(Association association);
     void restoreTables(Association association, StoredTables& stored);
-    void describeBits(Properties& properties) const;
+    void restoreStrings(Association association);
+    void restoreComponentNames(Association association);
     void describeTables(Properties& properties) const;
 
     vtkSmartPointer<vtkPolyData> _geometry;

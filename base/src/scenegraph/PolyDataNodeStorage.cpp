@@ -22,6 +22,7 @@ namespace tsg
 using detail::arrayCount;
 using detail::ASSOCIATIONS;
 using detail::fieldsOf;
+using detail::pieceOf;
 using detail::POLY_DATA_KEYS;
 using detail::setRecord;
 
@@ -129,24 +130,34 @@ Properties tableEntry(const std::string& name, vtkLookupTable& table)
     return res;
 }
 
-} // namespace
-
-void PolyDataNode::describeBits(Properties& properties) const
+/// Adds what is said of arrays, but for their tables, to what there is.
+void describeArrays(const ArrayList& arrays, const detail::PolyDataKeys& keys, Properties& properties)
 {
-    for (const Association association : ASSOCIATIONS)
+    Properties bits = properties.getProperties(keys.bits);
+    Properties components = properties.getProperties(keys.components);
+    Properties strings = properties.getProperties(keys.strings);
+    for (std::size_t i = 0; i < arrays.size(); ++i)
     {
-        const ArrayList& arrays = _arrays[association];
-        Properties names = properties.getProperties(POLY_DATA_KEYS[association].bits);
-        for (std::size_t i = 0; i < arrays.size(); ++i)
+        const std::string& name = arrays.nameAt(i);
+        if (arrays.isBits(i))
         {
-            if (arrays.isBits(i))
-            {
-                names.set(arrays.nameAt(i), 1, Properties::Overwrite);
-            }
+            bits.set(name, 1, Properties::Overwrite);
         }
-        setRecord(properties, POLY_DATA_KEYS[association].bits, std::move(names));
+        if (Properties names = detail::componentNamesOf(*arrays.at(i)); !names.empty())
+        {
+            components.set(name, std::move(names), Properties::Overwrite);
+        }
+        if (vtkStringArray* array = arrays.stringsAt(i))
+        {
+            strings.set(name, detail::stringsEntry(*array, i), Properties::Overwrite);
+        }
     }
+    setRecord(properties, keys.bits, std::move(bits));
+    setRecord(properties, keys.components, std::move(components));
+    setRecord(properties, keys.strings, std::move(strings));
 }
+
+} // namespace
 
 void PolyDataNode::describeTables(Properties& properties) const
 {
@@ -165,7 +176,8 @@ void PolyDataNode::describeTables(Properties& properties) const
         Properties entries = properties.getProperties(POLY_DATA_KEYS[association].tables);
         for (std::size_t i = 0; i < arrays.size(); ++i)
         {
-            vtkLookupTable* table = arrays.at(i)->GetLookupTable();
+            vtkDataArray* array = arrays.numbersAt(i);
+            vtkLookupTable* table = array ? array->GetLookupTable() : nullptr;
             if (!table)
             {
                 continue;
@@ -182,28 +194,35 @@ void PolyDataNode::describeTables(Properties& properties) const
     _colours = std::move(colours);
 }
 
+Properties PolyDataNode::describe() const
+{
+    Properties res = propertiesToWrite();
+    for (const Association association : ASSOCIATIONS)
+    {
+        describeArrays(_arrays[association], POLY_DATA_KEYS[association], res);
+    }
+    describeTables(res);
+    return res;
+}
+
 void PolyDataNode::serialize(NodeStream& stream) const
 {
-    Properties properties = propertiesToWrite();
-    describeBits(properties);
-    describeTables(properties);
     const std::string& key = getObjectKey();
-    stream.write(key, std::move(properties));
+    stream.write(key, describe());
     if (_geometry)
     {
         stream.writePolys(key, _geometry, TimeStamp(_geometry->GetMTime()));
     }
-    for (std::size_t i = 0; i < _arrays[Points].size(); ++i)
+    for (const Association association : ASSOCIATIONS)
     {
-        stream.writePointData(key, _geometry, _arrays[Points].stored(i));
-    }
-    for (std::size_t i = 0; i < _arrays[Cells].size(); ++i)
-    {
-        stream.writeCellData(key, _geometry, _arrays[Cells].stored(i));
-    }
-    for (std::size_t i = 0; i < _arrays[Fields].size(); ++i)
-    {
-        stream.writeBinaryNodeData(key, _arrays[Fields].stored(i), NodeStream::DataTag7);
+        const ArrayList& arrays = _arrays[association];
+        for (std::size_t i = 0; i < arrays.size(); ++i)
+        {
+            if (vtkDataArray* array = arrays.stored(i))
+            {
+                pieceOf(association, array).offer(stream, key, _geometry);
+            }
+        }
     }
     for (const auto& table : _colours)
     {
@@ -220,7 +239,7 @@ bool PolyDataNode::take(const NodeData& piece)
         return true;
     }
     const auto association = associationOf(piece);
-    if (!association || !piece.array->GetName() || findArray(*association, piece.array->GetName()))
+    if (!association || !piece.array->GetName() || _arrays[*association].find(piece.array->GetName()))
     {
         return false;
     }
@@ -238,10 +257,9 @@ void PolyDataNode::separateArrays()
         for (int i = 0; i < arrayCount(*loaded, association); ++i, ++arrays)
         {
             vtkAbstractArray* array = fieldsOf(*loaded, association)->GetAbstractArray(i);
-            auto* numbers = vtkDataArray::SafeDownCast(array);
-            if (numbers && numbers->GetName() && !findArray(association, numbers->GetName()))
+            if (_arrays[association].canHold(array) && array->GetName() && !_arrays[association].find(array->GetName()))
             {
-                setArray(association, numbers);
+                setArray(association, array);
             }
             else
             {
@@ -256,7 +274,7 @@ void PolyDataNode::separateArrays()
     if (lost > 0)
     {
         dropped.log(getObjectKey() + ": " + std::to_string(lost) +
-                    " arrays of the polydata are dropped: not numeric, or without a name of their own");
+                    " arrays of the polydata are dropped: neither numbers nor strings, or without a name of their own");
     }
     if (arrays > 0)
     {
@@ -298,6 +316,37 @@ void PolyDataNode::restoreTables(Association association, StoredTables& stored)
     consumeEntries(properties(), POLY_DATA_KEYS[association].tables, restore);
 }
 
+void PolyDataNode::restoreStrings(Association association)
+{
+    std::vector<ArrayList::Placed> found;
+    const std::size_t most = _arrays[association].roomForStrings();
+    const auto restore = [&](const std::string& name, const Properties& entries)
+    {
+        if (found.size() == most || _arrays[association].find(name))
+        {
+            return false;
+        }
+        auto strings = detail::stringsOfEntry(name, entries.getProperties(name));
+        if (strings)
+        {
+            found.push_back(std::move(*strings));
+        }
+        return strings.has_value();
+    };
+    consumeEntries(properties(), POLY_DATA_KEYS[association].strings, restore);
+    _arrays[association].insert(std::move(found));
+}
+
+void PolyDataNode::restoreComponentNames(Association association)
+{
+    const auto restore = [&](const std::string& name, const Properties& entries)
+    {
+        vtkAbstractArray* array = _arrays[association].find(name);
+        return array && detail::nameComponents(*array, entries.getProperties(name));
+    };
+    consumeEntries(properties(), POLY_DATA_KEYS[association].components, restore);
+}
+
 void PolyDataNode::interpretData()
 {
     std::vector<NodeData> rest;
@@ -322,6 +371,8 @@ void PolyDataNode::interpretData()
     {
         restoreBits(association);
         restoreTables(association, tables);
+        restoreStrings(association);
+        restoreComponentNames(association);
     }
     const auto restored = [&](const NodeData& piece)
     {

@@ -14,12 +14,21 @@ namespace tsg
 namespace
 {
 
+template <class T>
+void registerOne(NodeRegistry& registry)
+{
+    const std::string& className = T::getClassName();
+    ClassVersions versions;
+    T(className + "_0").addClassVersion(versions); // a node knows its version
+    registry.registerClass(
+        className, [](const std::string& objectKey) { return std::make_unique<T>(objectKey); },
+        versions.getClassVersion(className));
+}
+
 template <class... T>
 void registerAll(NodeRegistry& registry)
 {
-    (registry.registerClass(T::getClassName(),
-                            [](const std::string& objectKey) { return std::make_unique<T>(objectKey); }),
-     ...);
+    (registerOne<T>(registry), ...);
 }
 
 } // namespace

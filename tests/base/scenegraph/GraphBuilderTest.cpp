@@ -131,6 +131,8 @@ TEST_F(GraphBuilderTest, rootIsTheNamedNodeOrTheOneSceneOnTop)
 TEST_F(GraphBuilderTest, knownClassesAreUpgradedAndOthersKeepTheirVersion)
 {
     const auto step = [](const char* key) { return [key](Properties& properties) { properties.set(key, 1); }; };
+    EXPECT_THROW(registry.addUpgradeStep("SceneNode", 1, 1, step("loops")), InternalError);
+    EXPECT_THROW(registry.addUpgradeStep("SceneNode", 1, 0, step("loops")), InternalError);
     registry.addUpgradeStep("SceneNode", 0, 1, step("known"));
     registry.addUpgradeStep("Thing", 2, 3, step("unknown"));
     int finished = 0;
@@ -141,6 +143,43 @@ TEST_F(GraphBuilderTest, knownClassesAreUpgradedAndOthersKeepTheirVersion)
     EXPECT_EQ(graph.find("SceneNode_1")->getProperties().toString(), R"({"known":1})");
     EXPECT_EQ(graph.find("Thing_1")->getProperties().toString(), "{}");
     EXPECT_EQ(classVersions(graph), (std::map<std::string, int>{{"SceneNode", 1}, {"Thing", 2}}));
+    EXPECT_TRUE(delivery.getVersionGaps().empty()) << "neither for what has no version nor for what stays as it is";
+}
+
+TEST_F(GraphBuilderTest, classesThatAreNotWhatTheyWereStoredAsAreListed)
+{
+    using Steps = std::vector<std::pair<int, int>>;
+    // the version that the class is registered with, upgrade steps, the stored version, the one that is missed
+    const std::tuple<std::optional<int>, Steps, int, int> cases[] = {
+        {3, {}, 3, 0},
+        {3, {}, 4, 3},
+        {3, {{3, 4}}, 3, 0},
+        {3, {}, 2, 3},
+        {3, {{1, 2}, {2, 3}}, 1, 0},
+        {3, {{1, 2}}, 1, 3},
+        {3, {{1, 3}}, 2, 3},
+        {3, {{1, 4}}, 1, 3},
+        {std::nullopt, {}, 9, 0},
+        {std::nullopt, {{2, 5}, {1, 2}}, 1, 0},
+        {std::nullopt, {{2, 5}, {1, 2}}, 6, 5},
+        {std::nullopt, {{4, 5}, {1, 2}}, 1, 5},
+    };
+    for (const auto& [told, steps, stored, missed] : cases)
+    {
+        const auto make = [](const std::string& key) { return std::make_unique<SceneNode>(key); };
+        registry = NodeRegistry();
+        registry.registerClass("Other", make, 1);
+        registry.registerClass("N", make, told);
+        for (const auto& [from, to] : steps)
+        {
+            registry.addUpgradeStep("N", from, to, [](Properties&) {});
+        }
+        Delivery delivery(registry, {{"N", stored}, {"Other", 7}});
+        delivery.node("N_1").take();
+        const auto& gaps = delivery.getVersionGaps();
+        ASSERT_EQ(gaps.size(), missed == 0 ? 0U : 1U) << stored;
+        EXPECT_TRUE(gaps.empty() || gaps[0].known == missed) << gaps[0].describe();
+    }
 }
 
 TEST_F(GraphBuilderTest, whatFindsNoPlaceIsLeftOver)

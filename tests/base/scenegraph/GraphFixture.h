@@ -68,7 +68,7 @@ private:
 };
 
 /// Delivers nodes to a builder as a reader does: upgraded, marked with the release that wrote the file, and with arrays
-/// that are new objects without lookup tables.
+/// that are new objects, of name, shape and values alone.
 class Delivery : public tsg::GraphBuilder
 {
 public:
@@ -132,8 +132,9 @@ private:
             return nullptr;
         }
         auto res = vtkSmartPointer<vtkDataArray>::Take(array->NewInstance());
-        res->DeepCopy(array);
-        res->SetLookupTable(nullptr);
+        res->SetName(array->GetName());
+        res->SetNumberOfComponents(array->GetNumberOfComponents());
+        res->InsertTuples(0, array->GetNumberOfTuples(), 0, array);
         return res;
     }
 };

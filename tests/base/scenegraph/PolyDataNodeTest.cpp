@@ -6,7 +6,7 @@
 #include "support/LogCapture.h"
 
 #include <vtkBitArray.h>
-#include <vtkStringArray.h>
+#include <vtkVariantArray.h>
 
 using namespace tsg;
 
@@ -25,27 +25,36 @@ vtkSmartPointer<vtkLookupTable> table(int colours, double first, double last)
     return res;
 }
 
-vtkSmartPointer<vtkStringArray> strings()
+/// An array that no node holds.
+vtkSmartPointer<vtkAbstractArray> variants()
 {
-    auto res = vtkSmartPointer<vtkStringArray>::New();
-    res->SetName("s");
+    auto res = vtkSmartPointer<vtkVariantArray>::New();
+    res->SetName("variants");
     return res;
 }
 
-/// A triangle with two tables of one name, a table that two arrays share, bits, and active attributes.
+/// A triangle with two tables of one name, a table that two arrays share, bits, strings, names of components, and
+/// active attributes.
 vtkSmartPointer<vtkPolyData> richTriangle()
 {
     auto res = triangle();
     vtkPointData* const points = res->GetPointData();
+    points->SetPedigreeIds(stringsOf("who", {"a", "", std::string("\0{\xff", 3)}));
     points->SetScalars(arrayOf(VTK_DOUBLE, "T", 1, {1, 2, 3}));
     points->SetNormals(arrayOf(VTK_FLOAT, "N", 3, {0, 0, 1, 0, 0, 1, 0, 0, 1}));
     points->SetTangents(arrayOf(VTK_FLOAT, "along", 3, {1, 0, 0, 1, 0, 0, 1, 0, 0}));
     points->AddArray(arrayOf(VTK_BIT, "mask", 1, {1, 0, 1}));
     points->GetScalars()->SetLookupTable(table(5, 0.1, 0.1 + 0.2));
     points->GetArray("mask")->SetLookupTable(points->GetScalars()->GetLookupTable());
+    points->GetNormals()->SetComponentName(0, "");
+    points->GetNormals()->SetComponentName(2, "\xff}");
+    points->GetArray("mask")->SetComponentName(0, "on");
     res->GetCellData()->SetScalars(floats("T", {4}));
     res->GetCellData()->GetScalars()->SetLookupTable(table(2, -THIRD, 1e300));
+    res->GetFieldData()->AddArray(stringsOf("none", {}, 7));
     res->GetFieldData()->AddArray(arrayOf(VTK_INT, "T", 1, {7, 8, 9, 10}));
+    res->GetFieldData()->AddArray(stringsOf("pairs", {"a", "b", "c"}, 2));
+    res->GetFieldData()->GetAbstractArray("pairs")->SetComponentName(1, "second");
     return res;
 }
 
@@ -82,6 +91,11 @@ TEST_F(PolyDataNodeTest, polydataSurvivesBeingTakenApartAndStored)
         EXPECT_STREQ(scalars->GetName(), "T");
         EXPECT_STREQ(points->GetNormals()->GetName(), "N");
         EXPECT_STREQ(points->GetTangents()->GetName(), "along");
+        EXPECT_EQ(points->GetPedigreeIds(), points->GetAbstractArray("who"));
+        EXPECT_EQ(namesIn(*points),
+                  std::string("who=a==\0{\xff T N..-.\xff} along mask.on ", 35)); // a zero byte is among them
+        EXPECT_EQ(namesIn(*polys->GetFieldData()), "none T pairs.-.second=a,b=c ");
+        EXPECT_EQ(polys->GetFieldData()->GetAbstractArray("none")->GetNumberOfComponents(), 7);
         EXPECT_THAT(valuesOf(scalars), ElementsAre(1, 2, 3));
         EXPECT_THAT(valuesOf(cellScalars), ElementsAre(4));
         EXPECT_THAT(valuesOf(polys->GetFieldData()->GetArray("T")), ElementsAre(7, 8, 9, 10));
@@ -101,6 +115,12 @@ TEST_F(PolyDataNodeTest, polydataSurvivesBeingTakenApartAndStored)
     }
     EXPECT_THAT(Offered(*node).kinds(), ElementsAre("polys", "point:T", "point:N", "point:along", "point:mask",
                                                     "cell:T", "7:T", "1:T", "1:T_2"));
+    const Properties& stored = Offered(*node).properties;
+    EXPECT_EQ(stored.getProperties("FieldStringArrays").toString(),
+              R"({"none":{"Place":0,"Components":7,"Values":{}},)"
+              R"("pairs":{"Place":2,"Components":2,"Values":{"0":"a","1":"b","2":"c"}}})");
+    EXPECT_EQ(stored.getProperties("PointComponentNames").toString(),
+              "{\"N\":{\"0\":\"\",\"1\":0,\"2\":\"\xff\\u007d\"},\"mask\":{\"0\":\"on\"}}");
 }
 
 TEST_F(PolyDataNodeTest, unchangedDataIsTheSameObjectWithTheSameStamp)
@@ -146,11 +166,12 @@ TEST_F(PolyDataNodeTest, arraysThatCannotBeHeldAreRefusedAndNothingChanges)
 {
     const Offered before(*node);
     const auto unnamed = floats(nullptr, {}), renamed = floats("other", {1});
+    const auto wide = stringsOf("wide", {"a"}, 1025);
     EXPECT_THROW(node->setPolyData(nullptr), InternalError);
     EXPECT_THROW(node->setArray(POINTS, nullptr), InternalError);
     EXPECT_THROW(node->setArray(POINTS, unnamed), InternalError);
     for (const vtkSmartPointer<vtkAbstractArray>& bad :
-         {vtkSmartPointer<vtkAbstractArray>(unnamed), {strings()}, {renamed}})
+         {vtkSmartPointer<vtkAbstractArray>(unnamed), {variants()}, {wide}, {renamed}})
     {
         const auto polys = triangle();
         polys->GetCellData()->AddArray(floats("ok", {1}));
@@ -165,6 +186,7 @@ TEST_F(PolyDataNodeTest, arraysThatCannotBeHeldAreRefusedAndNothingChanges)
 
 TEST_F(PolyDataNodeTest, arraysMayGoAndActiveOnesChange)
 {
+    EXPECT_TRUE(node->removeArray(POINTS, "who"));
     EXPECT_TRUE(node->removeArray(POINTS, "N"));
     EXPECT_FALSE(node->removeArray(POINTS, "N"));
     EXPECT_EQ(node->findArray(POINTS, "mask"), node->getArrays(POINTS).at(2));
@@ -174,15 +196,56 @@ TEST_F(PolyDataNodeTest, arraysMayGoAndActiveOnesChange)
     node->setActive(POINTS, vtkDataSetAttributes::NUM_ATTRIBUTES, "T");
     node->setActive(PolyDataNode::Fields, SCALARS, "T");
     EXPECT_EQ(Offered(*node).properties.getProperties("ActivePointData").toString(),
-              R"({"Scalars":"T","Tangents":"along"})");
+              R"({"Scalars":"T","PedigreeIds":"who","Tangents":"along"})");
+    EXPECT_EQ(Offered(*node).properties.kind("PointStringArrays"), Properties::Kind::None);
+    node->setArray(POINTS, stringsOf("wide", std::vector<std::string>(1025), 1025));
+    node->setActive(POINTS, SCALARS, "words");
+    node->setArray(POINTS, stringsOf("words", {"a", "b", "c"}));
+    EXPECT_FALSE(node->assemble()->GetPointData()->GetAbstractAttribute(SCALARS)) << "strings are no scalars";
+}
+
+TEST_F(PolyDataNodeTest, stringsGoToTheirPlacesAsFarAsThereIsRoom)
+{
+    std::string entries;
+    for (std::size_t i = 0; i <= ArrayList::MAX_STRINGS; ++i)
+    {
+        const std::string place = i == 0 ? "1" : i == 1 ? "9223372036854775807" : "0";
+        entries += (i == 0 ? "\"" : ",\"") + std::to_string(i) + R"(":{"Place":)" + place +
+                   R"(,"Components":1,"Values":{"0":"x","1":"","2":"z"}})";
+    }
+    Delivery delivery(registry);
+    delivery.node("PolyDataNode_1", R"({"PointStringArrays":{)" + entries + "}}");
+    delivery.writePolys("PolyDataNode_1", triangle(), TimeStamp());
+    delivery.writePointData("PolyDataNode_1", nullptr, floats("T", {1, 2, 3}));
+    const SceneGraph loaded = delivery.take();
+    PolyDataNode& full = of(loaded);
+    const ArrayList& arrays = full.getArrays(POINTS);
+    ASSERT_EQ(arrays.size(), ArrayList::MAX_STRINGS + 1);
+    EXPECT_EQ(arrays.nameAt(0) + arrays.nameAt(1022) + arrays.nameAt(1023) + arrays.nameAt(1024), "20T1");
+    EXPECT_EQ(full.getProperties().getProperties("PointStringArrays").names(), std::vector<std::string>{"1024"});
+    EXPECT_EQ(full.assemble()->GetPointData()->GetNumberOfArrays(), 1025);
+    EXPECT_THROW(full.setArray(POINTS, stringsOf("more", {})), InternalError);
+    full.setArray(POINTS, stringsOf("7", {"a"}));
+    EXPECT_EQ(full.findStrings(POINTS, "7")->GetNumberOfValues(), 1);
 }
 
 TEST_F(PolyDataNodeTest, dataThatDoesNotFitIsKeptForTheNextSaveAndOutOfThePolydata)
 {
     const std::string properties =
         R"({"PointBitArrays":{"T":1,"gone":1},"PointLookupTables":{"T":{"Table":"falling","Range":"2 1"},)"
-        R"("c":{"Table":"none","Range":"0 1"},"x":5},"CellLookupTables":"odd","ActivePointData":{"Scalars":"gone"}})";
+        R"("c":{"Table":"none","Range":"0 1"},"x":5},"CellLookupTables":"odd","ActivePointData":{"Scalars":"gone"},)"
+        R"("PointStringArrays":{"T":{"Place":0,"Components":1,"Values":{}},"x":{"Place":-1,"Components":1,"Values":{}},)"
+        R"("y":{"Place":0,"Components":0,"Values":{}},"z":{"Place":0,"Components":1025,"Values":{}},)"
+        R"("1":{"Place":0,"Components":1,"Values":{"1":"x"}},"2":{"Place":0,"Components":1,"Values":{"0":"x","1":7}},)"
+        R"("3":{"Place":0,"Components":1,"Values":{},"More":1},"4":{"Place":"0","Components":1,"Values":{}},)"
+        R"("5\u0000":{"Place":0,"Components":1,"Values":{}},"6":{"Place":0,"Components":1,"Values":7},"7":{}},)"
+        R"("CellStringArrays":"odd","PointComponentNames":{"T":{"0":"x","1":"y"},"gone":{"0":"x"}},)"
+        R"("FieldComponentNames":{"0":{},"1":{"1":"x"},"2":{"0":0},"3":{"0":"x\u0000"},"4":{"0":1,"1":"x"},"5":"x"}})";
     Delivery delivery(registry);
+    for (const char* const name : {"0", "1", "2", "3", "4", "5"})
+    {
+        delivery.writeBinaryNodeData("PolyDataNode_1", arrayOf(VTK_INT, name, 2, {1, 2}), NodeStream::DataTag7, {});
+    }
     delivery.node("PolyDataNode_1", properties);
     delivery.writePolys("PolyDataNode_1", triangle(), TimeStamp());
     delivery.writePolys("PolyDataNode_1", triangle(), TimeStamp());
@@ -197,17 +260,19 @@ TEST_F(PolyDataNodeTest, dataThatDoesNotFitIsKeptForTheNextSaveAndOutOfThePolyda
     const SceneGraph loaded = delivery.take();
     const Offered again(of(loaded));
     EXPECT_EQ(again.properties, Properties(properties));
-    EXPECT_THAT(again.kinds(), ElementsAre("polys", "point:T", "cell:c", "polys", "point:T", "1:falling", "2:falling"));
+    EXPECT_THAT(again.kinds(), ElementsAre("polys", "point:T", "cell:c", "7:0", "7:1", "7:2", "7:3", "7:4", "7:5",
+                                           "polys", "point:T", "1:falling", "2:falling"));
     std::vector<std::string> misfits;
     const auto polys = of(loaded).assemble(&misfits);
     EXPECT_THAT(misfits, ElementsAre("T", "c"));
     EXPECT_EQ(polys->GetPointData()->GetNumberOfArrays() + polys->GetCellData()->GetNumberOfArrays(), 0);
+    EXPECT_EQ(namesIn(*polys->GetFieldData()), "0 1 2 3 4 5 ");
 }
 
 TEST_F(PolyDataNodeTest, arraysInsideStoredGeometryAreSeparated)
 {
     auto polys = richTriangle();
-    polys->GetPointData()->AddArray(strings());
+    polys->GetPointData()->AddArray(variants());
     Delivery delivery(registry);
     delivery.node("PolyDataNode_1");
     delivery.writePolys("PolyDataNode_1", polys, TimeStamp());
@@ -219,7 +284,8 @@ TEST_F(PolyDataNodeTest, arraysInsideStoredGeometryAreSeparated)
     EXPECT_EQ(of(loaded).findArray(PolyDataNode::Cells, "T"), polys->GetCellData()->GetArray("T"));
     EXPECT_EQ(of(loaded).getActive(POINTS, SCALARS), "T");
     EXPECT_EQ(of(loaded).getGeometry()->GetPointData()->GetNumberOfArrays(), 0);
-    EXPECT_EQ(polys->GetPointData()->GetNumberOfArrays(), 5) << "the delivered object stays as it was";
+    EXPECT_EQ(of(loaded).findStrings(POINTS, "who"), polys->GetPointData()->GetAbstractArray("who"));
+    EXPECT_EQ(polys->GetPointData()->GetNumberOfArrays(), 6) << "the delivered object stays as it was";
 }
 
 } // namespace

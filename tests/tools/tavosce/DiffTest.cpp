@@ -29,7 +29,9 @@ struct Model
         polys->GetPointData()->AddArray(arrayOf(VTK_DOUBLE, "p", 1, {1, 2, 3, 4, NOT_A_NUMBER}));
         polys->GetPointData()->GetArray("p")->SetLookupTable(tableOf({{1, 0, 0, 1}, {0, 0, 1, 1}}));
         polys->GetPointData()->AddArray(counting(VTK_BIT, "bits", 5, 1));
+        polys->GetPointData()->GetArray("bits")->SetComponentName(0, "on");
         polys->GetCellData()->AddArray(counting(VTK_INT, "c", 4, 2));
+        polys->GetFieldData()->AddArray(stringsOf("words", {"x", "y"}));
         polys->GetFieldData()->AddArray(counting(VTK_ID_TYPE, "f", 3, 1));
         widget.setClassVersion(7);
         widget.restoreProperties(Properties(R"({"Text":"x","Deep":{"n":-5,"more":{"s":"a"}}})"));
@@ -136,6 +138,13 @@ TEST_F(DiffTest, everythingThatDiffersIsNamed)
         {[](Model& m) { m.pointArray("bits")->SetComponent(0, 0, 0); },
          {R"(point array "bits" of PolyDataNode_1: 1 of 5 values differs, first in tuple 0, component 0: 1 and 0; )"
           "largest difference 1"}},
+        {[](Model& m)
+         {
+             m.pointArray("bits")->SetComponentName(0, "off");
+             m.polys->GetFieldData()->AddArray(stringsOf("words", {"x", "z"}));
+         },
+         {R"(property "PointComponentNames.bits.0" of PolyDataNode_1: "on" and "off")",
+          R"(property "FieldStringArrays.words.Values.1" of PolyDataNode_1: "y" and "z")"}},
         {[](Model& m) { m.polys->GetCellData()->AddArray(counting(VTK_INT, "c", 4, 1)); },
          {R"(cell array "c" of PolyDataNode_1: components 2 and 1)"}},
         {[](Model& m) { m.polys->GetFieldData()->AddArray(counting(VTK_ID_TYPE, "f", 9, 1)); },

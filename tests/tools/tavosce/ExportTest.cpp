@@ -1,4 +1,7 @@
+#include "DatasetArrays.h"
+
 #include "scenegraph/OpaqueNode.h"
+#include "scenegraph/PolyDataNode.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
@@ -24,6 +27,44 @@ protected:
         return res;
     }
 };
+
+TEST_F(ExportTest, stringsAndNamesOfComponentsAreWrittenAsFarAsXmlHoldsThem)
+{
+    Scene root;
+    tsg::PolyDataNode part("PolyDataNode_1");
+    root.addChild(part);
+    const auto polys = triangle();
+    polys->GetPointData()->SetPedigreeIds(stringsOf("<ids>", {"a", "", "b"}));
+    polys->GetPointData()->SetScalars(counting(VTK_INT, "n", 3, 4));
+    polys->GetPointData()->AddArray(stringsOf("zero", {"a", std::string("b\0", 2), ""}));
+    polys->GetPointData()->GetScalars()->SetComponentName(1, "\xff");
+    polys->GetPointData()->GetScalars()->SetComponentName(3, "<&\">\n");
+    polys->GetCellData()->SetPedigreeIds(stringsOf("cell", {"c"}));
+    part.setPolyData(polys);
+    const auto misfit = stringsOf("n", {"x", "y"}, 2);
+    misfit->SetComponentName(1, "two");
+    part.setArray(tsg::PolyDataNode::Cells, counting(VTK_INT, "n", 7, 2));
+    part.setArray(tsg::PolyDataNode::Fields, misfit);
+    part.findArray(tsg::PolyDataNode::Cells, "n")->SetComponentName(0, "one");
+    tsg::SDBWriter writer;
+    writer.open(dir.file("s.sce").wide, false, true);
+    add(writer, root);
+
+    const auto run = this->run("export @s.sce:0 -o @out");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.err, AllOf(HasSubstr(R"(note: the component of "n" "\xff" is written as "%FF")"),
+                               HasSubstr(R"(warning: point array "zero" is left out: its strings have zero bytes)")));
+    EXPECT_THAT(bytes("out/record.json"), HasSubstr(R"("1": "b\u0000")"));
+    const auto dataset = readVtp(path("out/PolyDataNode_1.vtp"));
+    EXPECT_EQ(namesIn(*dataset->GetPointData()), "<ids>=a==b n.-.%FF.-.<&\">\n ");
+    EXPECT_EQ(namesIn(*dataset->GetFieldData()), "n.-.two=x,y n_2.one.- ");
+    EXPECT_EQ(tavosce::arrayName(dataset->GetPointData()->GetPedigreeIds()), "<ids>");
+    EXPECT_STREQ(dataset->GetPointData()->GetScalars()->GetName(), "n");
+    EXPECT_EQ(tavosce::arrayName(dataset->GetCellData()->GetPedigreeIds()), "cell");
+    EXPECT_EQ(this->run("import @out/PolyDataNode_1.vtp -o @again.sce").err, "");
+    EXPECT_EQ(this->run("export @again.sce:0 -o @again").err, "");
+    EXPECT_EQ(bytes("again/PolyDataNode_1.vtp"), bytes("out/PolyDataNode_1.vtp"));
+}
 
 TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
 {

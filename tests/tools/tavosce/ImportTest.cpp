@@ -13,7 +13,7 @@
 #include <vtkPolyDataWriter.h>
 #include <vtkSTLReader.h>
 #include <vtkSTLWriter.h>
-#include <vtkStringArray.h>
+#include <vtkVariantArray.h>
 
 namespace
 {
@@ -31,7 +31,8 @@ vtkSmartPointer<vtkPolyData> twoTriangles()
     return polys;
 }
 
-/// All kinds of cells, arrays of all types, odd numbers, and an active attribute of every kind.
+/// All kinds of cells, arrays of all types, odd numbers, strings, names of components, and an active attribute of every
+/// kind.
 vtkSmartPointer<vtkPolyData> everything()
 {
     auto polys = withAllArrays(allCellKinds(), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15, 16, 17});
@@ -39,6 +40,16 @@ vtkSmartPointer<vtkPolyData> everything()
     using Limits = std::numeric_limits<double>;
     polys->GetPointData()->AddArray(
         arrayOf(VTK_DOUBLE, "odd", 1, {Limits::quiet_NaN(), -Limits::infinity(), -0.0, Limits::denorm_min(), 0.1}));
+    for (vtkFieldData* const fields : {static_cast<vtkFieldData*>(polys->GetPointData()), polys->GetFieldData()})
+    {
+        fields->AddArray(stringsOf("words", {"{", "", "\xff\n\x01", "\"\\", "}"}));
+        fields->GetAbstractArray("words")->SetComponentName(0, "word");
+        fields->AddArray(counting(VTK_BIT, "last", 5, 1));
+        fields->GetArray("last")->SetComponentName(0, "bit");
+    }
+    polys->GetFieldData()->AddArray(stringsOf("none", {}, 3));
+    polys->GetCellData()->GetVectors()->SetComponentName(0, "along");
+    polys->GetCellData()->GetVectors()->SetComponentName(2, "");
     return polys;
 }
 
@@ -133,29 +144,57 @@ TEST_F(ImportTest, lookupTablesOfLegacyFilesComeBack)
 TEST_F(ImportTest, whatCannotBeStoredIsAnErrorOrLeftOut)
 {
     auto polys = allCellKinds();
-    const vtkNew<vtkStringArray> words;
-    words->SetName("words");
-    words->InsertNextValue("w");
-    polys->GetFieldData()->AddArray(words);
     polys->GetPointData()->AddArray(counting(VTK_ID_TYPE, "far", 5, 1, 3e9));
     polys->GetCellData()->AddArray(counting(VTK_LONG, "wide", 4, 1, 3e9));
+    polys->GetCellData()->GetArray("wide")->SetComponentName(0, "w");
     write("a.vtp", *polys);
 
     const auto refused = run("import -o @a.sce @a.vtp");
     EXPECT_EQ(refused.code, 7);
-    EXPECT_THAT(refused.err, AllOf(HasSubstr(placed("tavosce: @a.vtp: field array \"words\" cannot be stored")),
-                                   HasSubstr("point array \"far\" cannot be stored: value 3000000000"),
-                                   HasSubstr("hint: --skip-unsupported")));
+    EXPECT_THAT(refused.err,
+                AllOf(HasSubstr(placed("tavosce: @a.vtp: point array \"far\" cannot be stored: value 3000000000")),
+                      HasSubstr("hint: --skip-unsupported")));
     EXPECT_EQ(bytes("a.sce"), "");
 
     const auto skipped = run("import -o @a.sce --skip-unsupported @a.vtp");
     EXPECT_EQ(skipped.code, 0);
-    EXPECT_THAT(skipped.err, AllOf(HasSubstr("note: field array \"words\" is left out"),
-                                   HasSubstr("note: point array \"far\" is left out")));
-    polys->GetFieldData()->RemoveArray("words");
+    EXPECT_THAT(skipped.err, HasSubstr("note: point array \"far\" is left out"));
     polys->GetPointData()->RemoveArray("far");
     ASSERT_EQ(run("export @a.sce:0 -o @out").code, 0);
     EXPECT_EQ(exported("out/PolyDataNode_1.vtp"), textOf(*polys));
+}
+
+TEST_F(ImportTest, stringsAreLeftOutWhereANodeHasNoRoomForThem)
+{
+    const auto polys = allCellKinds();
+    vtkFieldData& fields = *polys->GetFieldData();
+    const vtkNew<vtkVariantArray> variants;
+    variants->SetName("variants");
+    fields.AddArray(variants);
+    fields.AddArray(stringsOf("wide", {"a"}, 1025));
+    fields.AddArray(stringsOf("long", {std::string(64 << 20, 'x')}));
+    const std::string braces(6 << 20, '{'); // six bytes each where they are stored
+    fields.AddArray(stringsOf("fits", {braces}));
+    fields.AddArray(counting(VTK_INT, "named", 5, 1));
+    fields.GetArray("named")->SetComponentName(0, braces.c_str());
+    for (int i = 0; i < 1024; ++i)
+    {
+        fields.AddArray(stringsOf(std::to_string(i).c_str(), {}));
+    }
+    std::ostringstream messages;
+    tavosce::Report report(messages, false);
+    tavosce::makeStorable(*polys, "a", true, report);
+    std::string reasons = messages.str();
+    reasons.erase(std::remove_if(reasons.begin(), reasons.end(), [](char c) { return c >= '0' && c <= '9'; }),
+                  reasons.end());
+    const std::string begin = "tavosce: a: note: field array ",
+                      room = " or more, and the node's properties have room for ";
+    EXPECT_EQ(reasons, begin + "\"variants\" is left out: it holds variants, neither numbers nor strings\n" +  //
+                           begin + "\"wide\" is left out: it has more than  components, and fewer strings\n" + //
+                           begin + "\"long\" is left out: its strings take  bytes" + room + "\n" +             //
+                           begin + "\"named\" is left out: the names of its components take  bytes" + room + "\n" +
+                           begin + "\"\" is left out: there are  arrays of strings besides, and no room for more\n");
+    EXPECT_EQ(fields.GetNumberOfArrays(), 1024);
 }
 
 TEST_F(ImportTest, arraysWithoutNamesGetOne)

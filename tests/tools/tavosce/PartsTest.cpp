@@ -31,6 +31,8 @@ TEST(TextTest, whatComesFromFilesIsEscaped)
     EXPECT_EQ(tavosce::inQuotes("a\"\\\n"), R"("a\"\\\n")");
     EXPECT_EQ(tavosce::shownJson("\"\\u001b\x7f\""), R"("\u001b\x7f")");
     const std::string cut = std::string(99, 'x') + "\xc3\xa4";
+    EXPECT_EQ(tavosce::shownJsonStart(std::string(999, 'x') + "\xc3\xa4"), std::string(999, 'x') + "...");
+    EXPECT_EQ(tavosce::shownJsonStart(std::string(998, '{') + "\xc3\xa4"), std::string(998, '{') + "\xc3\xa4");
     EXPECT_EQ(tavosce::suggestion("y", {cut, "z"}, "has"), "has \"" + cut.substr(0, 99) + "\"... and \"z\"");
     EXPECT_EQ(tavosce::stemOf("/x.y/.a.b.VTP"), ".a.b");
     EXPECT_EQ(tavosce::stemOf("x/.hidden"), ".hidden");
@@ -94,12 +96,18 @@ TEST(DatasetComparisonTest, everyDifferenceOfArraysCounts)
 {
     const auto colored = counting(VTK_FLOAT, "a", 6, 2);
     colored->SetLookupTable(tableOf({{0, 0, 0, 0}}));
+    const auto named = counting(VTK_FLOAT, "a", 6, 2), alike = counting(VTK_FLOAT, "a", 6, 2);
+    named->SetComponentName(1, "x");
+    alike->SetComponentName(1, "y");
     const std::tuple<vtkSmartPointer<vtkDataArray>, vtkSmartPointer<vtkDataArray>, bool> cases[] = {
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "a", 6, 2), true},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "b", 6, 2), false},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_FLOAT, "a", 4, 3), false},
         {counting(VTK_FLOAT, "a", 6, 2), counting(VTK_INT, "a", 6, 2), false},
         {counting(VTK_FLOAT, "a", 6, 2), colored, false},
+        {counting(VTK_FLOAT, "a", 6, 2), named, false},
+        {named, named, true},
+        {named, alike, false},
         {floats("a", {1, 2, 3}), floats("a", {1, 2, 4}), false},
         {counting(VTK_BIT, "a", 9, 1), counting(VTK_BIT, "a", 9, 1), true},
         {counting(VTK_BIT, "a", 9, 1), arrayOf(VTK_BIT, "a", 1, {1, 0, 0, 1, 0, 0, 1, 0, 1}), false},

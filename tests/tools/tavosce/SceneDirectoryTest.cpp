@@ -35,8 +35,10 @@ void expectSame(vtkPolyData& expected, vtkPolyData& actual)
         EXPECT_EQ(fields.GetNumberOfArrays(), others.GetNumberOfArrays());
         for (int i = 0; i < fields.GetNumberOfArrays(); ++i)
         {
-            vtkDataArray* const other = others.GetArray(fields.GetArrayName(i));
-            EXPECT_TRUE(other != nullptr && tavosce::sameArray(*fields.GetArray(i), *other)) << fields.GetArrayName(i);
+            const char* const name = fields.GetArrayName(i);
+            vtkDataArray *const array = fields.GetArray(i), *const other = others.GetArray(name);
+            EXPECT_EQ(array == nullptr, other == nullptr && others.HasArray(name)) << "strings: " << name;
+            EXPECT_TRUE(array == nullptr || tavosce::sameArray(*array, *other)) << name;
         }
         for (int type = 0; owner != vtkDataObject::FIELD && type < vtkDataSetAttributes::NUM_ATTRIBUTES; ++type)
         {
@@ -96,6 +98,8 @@ TEST_F(SceneDirectoryVerbTest, aRecordComesBackFromADirectoryAsItWas)
     polys->GetCellData()->AddArray(counting(VTK_FLOAT, "U", 4, 3));
     polys->GetPointData()->AddArray(
         arrayOf(VTK_DOUBLE, "values", 1, {0.1, -0.0, 1e300, std::numeric_limits<double>::infinity(), 1 / 3.0}));
+    polys->GetCellData()->GetArray("U")->SetComponentName(2, "z");
+    polys->GetCellData()->AddArray(stringsOf("words", {"{", "", "\xff\n", "d"}));
     polys->GetPointData()->GetArray("U")->SetLookupTable(tableOf({{1, 0, 0, 1}, {0, 0, 128 / 255.0, 1}}));
     part.setPolyData(polys);
     root.addChild(part);
@@ -233,6 +237,29 @@ TEST_F(SceneDirectoryVerbTest, damagedDirectoriesAreReportedAndTheRestIsImported
         EXPECT_EQ(run(std::string("import @scene --force -o ") + output).code, 2) << output;
     }
     EXPECT_EQ(bytes("scene/scene.tsg"), before);
+}
+
+TEST_F(SceneDirectoryVerbTest, classesThatTheToolKnowsOtherwiseAreWarnedOf)
+{
+    const std::string warning =
+        "warning: SceneNode is stored with version 9, and this program knows version 1: what is "
+        "new in it is not understood\n";
+    Scene root;
+    root.setClassVersion(9);
+    writeDatabase("a.sce", root);
+    writeScene("{\"DataField\":\"ClassVersions\",\"Versions\":{\"SceneNode\":9}}\n"
+               "{\"ObjectKey\":\"SceneNode_1\",\"Properties\":{}}\n");
+    const std::pair<const char*, std::string> cases[] = {
+        {"export @a.sce:0 -o @out", "@a.sce: record 0 \"t\" (byte 0x7d): "},
+        {"import @scene -o @b.sce", "@scene/scene.tsg: "},
+        {"diff @scene @b.sce", "@scene/scene.tsg: "},
+    };
+    for (const auto& [line, place] : cases)
+    {
+        const auto done = run(line);
+        EXPECT_EQ(done.code, 1);
+        EXPECT_EQ(done.err, "tavosce: " + placed(place) + warning);
+    }
 }
 
 TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)

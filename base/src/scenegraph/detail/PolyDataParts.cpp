@@ -28,6 +28,20 @@ int arrayCount(vtkPolyData& polys, PolyDataNode::Association association)
     return fields ? fields->GetNumberOfArrays() : 0;
 }
 
+NodeData pieceOf(PolyDataNode::Association association, vtkDataArray* array)
+{
+    switch (association)
+    {
+    case PolyDataNode::Points:
+        return NodeData::ofPoints(array);
+    case PolyDataNode::Cells:
+        return NodeData::ofCells(array);
+    case PolyDataNode::Fields:
+        break;
+    }
+    return NodeData::ofNode(array, NodeStream::DataTag7, TimeStamp(array->GetMTime()));
+}
+
 void setRecord(Properties& properties, const char* key, Properties&& record)
 {
     if (!record.empty())

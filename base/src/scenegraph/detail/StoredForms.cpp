@@ -1,9 +1,12 @@
 #include "scenegraph/detail/StoredForms.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace tsg::detail
 {
@@ -12,6 +15,9 @@ namespace
 {
 
 constexpr int COLOUR_BYTES = 4;
+constexpr const char* PLACE = "Place";
+constexpr const char* COMPONENTS = "Components";
+constexpr const char* VALUES = "Values";
 
 /// Copies values one by one into a new array of another type.
 template <class Target, class Source, class Convert>
@@ -65,6 +71,31 @@ const char* readNumber(const char* begin, const char* end, double& value)
 {
     const auto [after, error] = std::from_chars(begin, end, value);
     return error == std::errc() ? after : nullptr;
+}
+
+/// Whether VTK, which ends its names at a zero byte, can have such a name.
+bool isName(const std::string& text)
+{
+    return text.find('\0') == std::string::npos;
+}
+
+/// Whether the keys are "0", "1" and so on.
+bool isNumbered(const std::vector<std::string>& keys)
+{
+    bool res = true;
+    for (std::size_t i = 0; res && i < keys.size(); ++i)
+    {
+        res = keys[i] == std::to_string(i);
+    }
+    return res;
+}
+
+bool isStringsEntry(const std::string& name, const Properties& entry)
+{
+    const std::int64_t components = entry.getLong(COMPONENTS);
+    return isName(name) && entry.size() == 3 && entry.kind(PLACE) == Properties::Kind::Integer &&
+           entry.getLong(PLACE) >= 0 && components > 0 && entry.kind(VALUES) == Properties::Kind::Record &&
+           components <= ArrayList::maxComponents(static_cast<std::int64_t>(entry.getProperties(VALUES).size()));
 }
 
 } // namespace
@@ -143,6 +174,83 @@ std::optional<Range> rangeOfText(const std::string& text)
         return std::nullopt;
     }
     return res;
+}
+
+Properties componentNamesOf(vtkAbstractArray& array)
+{
+    int end = array.HasAComponentName() ? array.GetNumberOfComponents() : 0;
+    while (end > 0 && !array.GetComponentName(end - 1))
+    {
+        --end;
+    }
+    Properties res;
+    for (int i = 0; i < end; ++i)
+    {
+        const char* name = array.GetComponentName(i);
+        name ? res.set(std::to_string(i), name) : res.set(std::to_string(i), 0);
+    }
+    return res;
+}
+
+bool nameComponents(vtkAbstractArray& array, const Properties& names)
+{
+    const std::vector<std::string> keys = names.names();
+    const auto isOurs = [&](const std::string& key)
+    {
+        return names.kind(key) == Properties::Kind::String
+                   ? isName(names.getString(key))
+                   : names.kind(key) == Properties::Kind::Integer && names.getLong(key) == 0;
+    };
+    if (keys.empty() || keys.size() > static_cast<std::size_t>(array.GetNumberOfComponents()) || !isNumbered(keys) ||
+        !std::all_of(keys.begin(), keys.end(), isOurs) || names.kind(keys.back()) != Properties::Kind::String)
+    {
+        return false;
+    }
+    for (std::size_t i = 0; i < keys.size(); ++i)
+    {
+        if (names.kind(keys[i]) == Properties::Kind::String)
+        {
+            array.SetComponentName(static_cast<vtkIdType>(i), names.getString(keys[i]).c_str());
+        }
+    }
+    return true;
+}
+
+Properties stringsEntry(vtkStringArray& array, std::size_t place)
+{
+    Properties values;
+    for (vtkIdType i = 0; i < array.GetNumberOfValues(); ++i)
+    {
+        values.set(std::to_string(i), array.GetValue(i));
+    }
+    Properties res;
+    res.set(PLACE, static_cast<long long>(place));
+    res.set(COMPONENTS, array.GetNumberOfComponents());
+    res.set(VALUES, std::move(values));
+    return res;
+}
+
+std::optional<ArrayList::Placed> stringsOfEntry(const std::string& name, const Properties& entry)
+{
+    const Properties& values = entry.getProperties(VALUES);
+    const std::vector<std::string> keys = values.names();
+    if (!isStringsEntry(name, entry) || !isNumbered(keys))
+    {
+        return std::nullopt;
+    }
+    auto res = vtkSmartPointer<vtkStringArray>::New();
+    res->SetName(name.c_str());
+    res->SetNumberOfComponents(entry.getInt(COMPONENTS));
+    res->SetNumberOfValues(static_cast<vtkIdType>(keys.size()));
+    for (std::size_t i = 0; i < keys.size(); ++i)
+    {
+        if (values.kind(keys[i]) != Properties::Kind::String)
+        {
+            return std::nullopt;
+        }
+        res->SetValue(static_cast<vtkIdType>(i), values.getString(keys[i]));
+    }
+    return ArrayList::Placed{entry.getLong(PLACE), res};
 }
 
 } // namespace tsg::detail

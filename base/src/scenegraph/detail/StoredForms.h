@@ -1,11 +1,17 @@
 #pragma once
 
+#include "core/Properties.h"
+#include "scenegraph/ArrayList.h"
+
+#include <vtkAbstractArray.h>
 #include <vtkBitArray.h>
 #include <vtkLookupTable.h>
 #include <vtkSmartPointer.h>
+#include <vtkStringArray.h>
 #include <vtkUnsignedCharArray.h>
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -35,5 +41,17 @@ vtkSmartPointer<vtkLookupTable> tableOf(vtkUnsignedCharArray& colours, const Ran
 std::string rangeText(const Range& range);
 /// The range of such a text; none for any other text and for a range that falls.
 std::optional<Range> rangeOfText(const std::string& text);
+
+/// The names of an array's components by their numbers, up to the last that has one; 0 stands for one without. Empty
+/// for an array without such names.
+Properties componentNamesOf(vtkAbstractArray& array);
+/// Gives the components their names. False, and nothing done, for a record that `componentNamesOf` does not make of an
+/// array with as many components.
+bool nameComponents(vtkAbstractArray& array, const Properties& names);
+
+/// Strings and their place among the arrays: "Place", "Components", and "Values", the strings by their numbers.
+Properties stringsEntry(vtkStringArray& array, std::size_t place);
+/// A new array of that name; none for an entry that `stringsEntry` does not make.
+std::optional<ArrayList::Placed> stringsOfEntry(const std::string& name, const Properties& entry);
 
 } // namespace tsg::detail

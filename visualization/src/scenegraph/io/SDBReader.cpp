@@ -169,6 +169,7 @@ bool SDBReader::loadRecord(const Properties& header, NodeStream& stream)
         }
     }
     stream.getNodeRegistry().postUpgradeNodeProperties(_classVersions);
+    load.nodes.logGaps(stream.getNodeRegistry());
     return true;
 }
 
@@ -198,11 +199,11 @@ bool SDBReader::processProperties(const Properties& tag, NodeStream& stream, sdb
     }
     else if (kind == field::CLASS_VERSIONS)
     {
-        processClassVersions(tag);
+        processClassVersions(tag, load);
     }
     else if (kind == field::NODE)
     {
-        processNode(tag, stream);
+        processNode(tag, stream, load);
     }
     else if (kind == field::BINARY_DATA)
     {
@@ -225,19 +226,21 @@ void SDBReader::processHeader(const Properties& header)
     }
 }
 
-void SDBReader::processClassVersions(const Properties& tag)
+void SDBReader::processClassVersions(const Properties& tag, sdb::detail::Load& load)
 {
     std::map<std::string, int> versions;
     tag.get(key::VERSIONS, versions);
     for (const auto& [className, version] : versions)
     {
         _classVersions.setClassVersion(className, version);
+        load.versions.setClassVersion(className, version);
     }
 }
 
-void SDBReader::processNode(const Properties& tag, NodeStream& stream)
+void SDBReader::processNode(const Properties& tag, NodeStream& stream, sdb::detail::Load& load)
 {
     const std::string& objectKey = tag.getString(key::OBJECT_KEY);
+    load.nodes.add(objectKey, load.versions);
     Properties properties = tag.getProperties(key::PROPERTIES);
     // Upgrade steps want to know which release produced the node.
     properties.set(Node::FlowProductReleaseTag, _canvasInfo.releaseNumber, Properties::Overwrite);

@@ -49,7 +49,7 @@ public:
     bool isOpen() const override;
 
     /// Replays a record: its nodes, upgraded by the stream's registry, then its data, then the registry's post-upgrade
-    /// step.
+    /// step. A line is logged for each class of which the registry finds a version gap.
     ///   true  - the record was replayed to its end, or as far as its tags can be read
     ///   false - `header` is no record header, no file is open, or a block cannot be read (logged)
     /// Raises InternalError "Unknown BinaryData type" for a block of unknown kind.
@@ -80,8 +80,8 @@ private:
 
     bool processProperties(const Properties& tag, NodeStream& stream, sdb::detail::Load& load);
     void processHeader(const Properties& header);
-    void processClassVersions(const Properties& tag);
-    void processNode(const Properties& tag, NodeStream& stream);
+    void processClassVersions(const Properties& tag, sdb::detail::Load& load);
+    void processNode(const Properties& tag, NodeStream& stream, sdb::detail::Load& load);
     bool processBinaryData(const Properties& tag, NodeStream& stream, sdb::detail::Load& load);
     void notifyLoadRecordProgress(const std::string& message, int percent);
     void checkStop() const;

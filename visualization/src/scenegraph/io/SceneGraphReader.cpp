@@ -9,6 +9,7 @@
 #include "scenegraph/io/detail/LegacyPolyData.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/NodeVersions.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/SceneDirectory.h"
 #include "scenegraph/io/detail/StoredArray.h"
@@ -194,6 +195,7 @@ void SceneGraphReader::loadDataDirectory(const std::wstring& directory)
 bool SceneGraphReader::loadSceneFileFromInputStream(std::istream& in)
 {
     ClassVersions versions;
+    detail::NodeVersions loaded;
     Properties record;
     while (getNextProperty(in, record))
     {
@@ -207,19 +209,21 @@ bool SceneGraphReader::loadSceneFileFromInputStream(std::istream& in)
             }
             continue;
         }
-        loadNode(record, versions);
+        loadNode(record, versions, loaded);
         if (in.fail())
         {
             break;
         }
     }
     _target.getNodeRegistry().postUpgradeNodeProperties(versions);
+    loaded.logGaps(_target.getNodeRegistry());
     return true;
 }
 
-void SceneGraphReader::loadNode(const Properties& record, const ClassVersions& versions)
+void SceneGraphReader::loadNode(const Properties& record, const ClassVersions& versions, detail::NodeVersions& loaded)
 {
     const std::string& objectKey = record.getString(key::OBJECT_KEY);
+    loaded.add(objectKey, versions);
     Properties properties = record.getProperties(key::PROPERTIES);
     if (properties.hasName(OLD_COLLECTION_KEY) && versions.getClassVersion(COLLECTION_CLASS) == 0)
     {

@@ -17,6 +17,11 @@ namespace tsg
 
 class NodeStream;
 
+namespace detail
+{
+class NodeVersions;
+}
+
 /// Replays scene directories (docs/formats/scene-directory.md) into a NodeStream: the nodes first, then the data, file
 /// by file. Messages go to standard output and standard error.
 ///
@@ -45,8 +50,8 @@ public:
     std::string getSceneName() const;
 
     /// Reads the records of a scene file up to the first that is unreadable, upgrades the nodes with the receiver's
-    /// registry and delivers them; then runs the registry's post-upgrade step. Always true; the stream is left where
-    /// reading ended.
+    /// registry and delivers them; then runs the registry's post-upgrade step, and logs a line for each class of which
+    /// the registry finds a version gap. Always true; the stream is left where reading ended.
     bool loadSceneFileFromInputStream(std::istream& in);
 
     /// Reads one data file, which lasts to the end of the stream, and delivers what it holds.
@@ -61,7 +66,7 @@ private:
     bool loadVtkData(std::istream& in, sdb::detail::MemoryBudget& budget);
     bool loadVtkDataArrayFromInputStream(std::istream& in, Properties& header, sdb::detail::MemoryBudget& budget);
     bool loadVtkPolyDataFromInputStream(std::istream& in, Properties& header, sdb::detail::MemoryBudget& budget);
-    void loadNode(const Properties& record, const ClassVersions& versions);
+    void loadNode(const Properties& record, const ClassVersions& versions, detail::NodeVersions& loaded);
     static bool getNextProperty(std::istream& in, Properties& out);
 
     NodeStream& _target; ///< borrowed

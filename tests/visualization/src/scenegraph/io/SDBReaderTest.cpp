@@ -2,6 +2,7 @@
 
 #include "core/Error.h"
 #include "scenegraph/io/detail/Positions.h"
+#include "support/LogCapture.h"
 #include "support/Scenes.h"
 #include "support/Testing.h"
 #include "support/TouchEverything.h"
@@ -155,6 +156,23 @@ TEST_F(SDBReaderTest, nodesAreUpgradedAndLearnTheRelease)
     EXPECT_EQ(reader.getCanvasInfo().type, ISDBReader::SceneCanvas);
     EXPECT_EQ(reader.getCanvasInfo().name, "bridge");
     EXPECT_EQ(reader.getCanvasInfo().rootNodeKey, "SceneNode_1");
+}
+
+TEST_F(SDBReaderTest, aLineTellsOfEachClassOfARecordThatTheProgramKnowsOtherwise)
+{
+    const std::string versions = R"({"DataField":"ClassVersions","Versions":{"A":9,"B":9}})";
+    const std::string nodes = R"({"DataField":"Node","ObjectKey":"A_1"}{"DataField":"Node","ObjectKey":"A_2"})";
+    stream.registry.registerClass("A", nullptr, 1);
+    stream.registry.registerClass("B", nullptr, 1); // has no nodes
+    const LogCapture log;
+    for (const std::string& tags : {versions + nodes, nodes})
+    {
+        writeRecord(2, "A_1", tags, 0x1000);
+        reader.open(path);
+        EXPECT_TRUE(reader.loadRecord(0, stream));
+        EXPECT_THAT(log.entries, ElementsAre("A is stored with version 9, and this program knows version 1: what is "
+                                             "new in it is not understood"));
+    }
 }
 
 TEST_F(SDBReaderTest, recordVersionsDecideAboutTheRoot)

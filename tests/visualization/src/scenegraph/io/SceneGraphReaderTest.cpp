@@ -1,6 +1,7 @@
 #include "scenegraph/io/SceneGraphReader.h"
 
 #include "support/FullDisk.h"
+#include "support/LogCapture.h"
 #include "support/SceneDirectories.h"
 #include "support/Unprivileged.h"
 
@@ -58,7 +59,12 @@ TEST_F(SceneGraphReaderTest, nodesAreUpgradedAndDelivered)
                              R"({"ObjectKey":"M_1","Properties":{"PolyDataNodesCollection":"c"}})"
                              "\n{}\n{cut\n"
                              R"({"ObjectKey":"unreachable"})");
+    stream.registry.registerClass("M", nullptr, 2);
+    const LogCapture log;
     EXPECT_TRUE(reader.loadSceneFileFromInputStream(scene));
+    EXPECT_THAT(
+        log.entries,
+        ElementsAre("M is stored with version 1, and this program knows version 2: nothing brings it up to that"));
     EXPECT_THAT(stream.calls, ElementsAre("node N_1", "node SceneNode_12", "node SceneNode", "node SceneNode_1_2",
                                           "node M_1", "node "));
     EXPECT_EQ(stream.nodes["N_1"].toString(), R"({"PolyDataNodes":"c","from5":1})");

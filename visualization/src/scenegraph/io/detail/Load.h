@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/ClassVersions.h"
 #include "scenegraph/io/detail/Blocks.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/NodeVersions.h"
 
 #include <cstdint>
 #include <utility>
@@ -9,8 +11,8 @@
 namespace sdb::detail
 {
 
-/// What one load of a record knows of its file: how large it is, and the memory it may still take for that; and who
-/// wants to be asked about going on.
+/// What one load of a record knows of its file: how large it is, the memory it may still take for that, and the
+/// versions of the classes that it came upon; and who wants to be asked about going on.
 struct Load
 {
     Load(std::uint64_t size, Pulse stopCheck)
@@ -23,6 +25,8 @@ struct Load
     std::uint64_t fileSize;
     MemoryBudget budget;
     Pulse pulse;
+    ClassVersions versions; ///< of the record
+    tsg::detail::NodeVersions nodes;
 };
 
 } // namespace sdb::detail
