@@ -146,20 +146,19 @@ Dataset readChecked(const Format& format, const std::string& path)
 /// streams what it does not report.
 void rehearse(const Format& format, const std::string& path)
 {
-    const OS::ApartResult result = OS::runApart(
-        [&]
+    const auto read = [&]
+    {
+        const VtkMessages messages; // come again when the file is really read
+        try
         {
-            const VtkMessages messages; // come again when the file is really read
-            try
-            {
-                (void)format.read(path);
-            }
-            catch (const std::exception&)
-            {
-                return; // comes again as well
-            }
-        });
-    throwIfInterrupted();
+            (void)format.read(path);
+        }
+        catch (const std::exception&)
+        {
+            return; // comes again as well
+        }
+    };
+    const OS::ApartResult result = OS::runApart(read, &throwIfInterrupted);
     if (!result.ended)
     {
         throw Failure(TooDamaged, shown(path), "the file is damaged or truncated: its reader breaks down on it");
