@@ -1,18 +1,15 @@
 #include "ExportFolder.h"
 
+#include "DatasetOutput.h"
 #include "NodeDataset.h"
 #include "RecordJson.h"
 #include "Text.h"
-#include "VtkMessages.h"
 
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <cerrno>
 #include <fstream>
 #include <functional>
-
-#include <vtkNew.h>
-#include <vtkXMLPolyDataWriter.h>
 
 namespace tavosce
 {
@@ -33,6 +30,20 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     if (!out)
     {
         throw cannotWrite(place, systemReason());
+    }
+}
+
+/// Says what the file of a node does not hold as the node does.
+void noteChanges(const NodeDataset& dataset, const std::string& objectKey, const std::string& place, Report& report)
+{
+    for (const std::string& array : dataset.renamed)
+    {
+        report.note(place, "the array " + inQuotes(array) + " is written as " + inQuotes(xmlNameOf(array)));
+    }
+    if (dataset.leftOut > 0)
+    {
+        report.note(place, "left out of " + shown(objectKey) + ": " + counted(dataset.leftOut, "cell") +
+                               " with too few points");
     }
 }
 
@@ -92,12 +103,8 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
             continue;
         }
         const std::string name = baseOf(objectKey) + ".vtp";
-        for (const std::string& array : dataset.renamed)
-        {
-            _report.note(shown(folder + name),
-                         "the array " + inQuotes(array) + " is written as " + inQuotes(xmlNameOf(array)));
-        }
-        writeDataset(*dataset.polys, folder + name);
+        noteChanges(dataset, objectKey, shown(folder + name), _report);
+        writeDataset(*dataset.polys, _output.fileFor(folder + name), shown(folder + name));
         res.files.emplace(objectKey, name);
         if (dataset.hasGeometry)
         {
@@ -106,25 +113,6 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
     }
     writeRecordJson(contents, res);
     return res;
-}
-
-void ExportFolder::writeDataset(vtkPolyData& dataset, const std::string& name)
-{
-    // VTK's writer does not notice every full disk: so it writes into memory.
-    VtkMessages messages;
-    const vtkNew<vtkXMLPolyDataWriter> writer;
-    writer->WriteToOutputStringOn();
-    writer->SetInputData(&dataset);
-    writer->EncodeAppendedDataOff();
-    const bool written = writer->Write() == 1;
-    const std::vector<std::string> errors = messages.takeErrors();
-    if (!written || !errors.empty())
-    {
-        throw cannotWrite(shown(name), shown(joined(errors)));
-    }
-    const std::string text = writer->GetOutputString();
-    writeText(_output.fileFor(name), shown(name),
-              [&](std::ostream& out) { out.write(text.data(), static_cast<std::streamsize>(text.size())); });
 }
 
 void ExportFolder::writeRecordJson(const RecordContents& contents, const ExportedRecord& record)

@@ -1,6 +1,7 @@
 #include "NodeDataset.h"
 
 #include "DatasetArrays.h"
+#include "SmallCells.h"
 #include "Text.h"
 
 #include "scenegraph/PolyDataNode.h"
@@ -70,6 +71,19 @@ void addTables(const PolyDataNode& node, vtkFieldData& fields)
     }
 }
 
+/// Makes the names of components such that the writer, which does not escape them, can write them.
+void prepareComponents(vtkAbstractArray& array)
+{
+    for (int i = 0; array.HasAComponentName() && i < array.GetNumberOfComponents(); ++i)
+    {
+        if (const char* const name = array.GetComponentName(i))
+        {
+            array.SetComponentName(i, xmlText(xmlNameOf(name)).c_str());
+        }
+    }
+}
+
+/// The same for the names of arrays; of those that become others the names before.
 std::vector<std::string> prepareNames(vtkPolyData& dataset)
 {
     std::vector<std::string> res;
@@ -84,7 +98,8 @@ std::vector<std::string> prepareNames(vtkPolyData& dataset)
             {
                 res.push_back(name);
             }
-            array.SetName(xmlText(fit).c_str()); // the writer does not escape names
+            array.SetName(xmlText(fit).c_str());
+            prepareComponents(array);
         }
     }
     return res;
@@ -118,7 +133,8 @@ NodeDataset compose(const PolyDataNode& node)
             addField(*res->GetFieldData(), *piece.array, arrayName(piece.array));
         }
     }
-    return {res, node.getGeometry() != nullptr, prepareNames(*res)};
+    const std::uint64_t leftOut = leaveOutSmallCells(*res); // after all others have been told that fit the whole
+    return {res, node.getGeometry() != nullptr, prepareNames(*res), leftOut};
 }
 
 } // namespace
