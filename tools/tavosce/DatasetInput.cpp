@@ -175,6 +175,25 @@ bool meansLoss(const std::string& warning)
     return warning.find("rror reading") != std::string::npos;
 }
 
+/// A complaint about files in which nothing is wrong: a first piece without points needs no such element. Where one is
+/// missing that is needed there are other complaints.
+bool isFalseAlarm(const std::string& error)
+{
+    return error.rfind("No Points element available in first piece", 0) == 0;
+}
+
+/// The words of a reader for which its input is refused; `warnings` gets all others.
+std::vector<std::string> errorsOf(VtkMessages& messages, std::vector<std::string>& warnings)
+{
+    std::vector<std::string> res = messages.takeErrors();
+    res.erase(std::remove_if(res.begin(), res.end(), &isFalseAlarm), res.end());
+    warnings = messages.takeWarnings();
+    const auto losses = std::stable_partition(warnings.begin(), warnings.end(), &meansLoss);
+    res.insert(res.end(), warnings.begin(), losses);
+    warnings.erase(warnings.begin(), losses);
+    return res;
+}
+
 } // namespace
 
 std::string datasetExtensions()
@@ -205,10 +224,8 @@ vtkSmartPointer<vtkPolyData> readDataset(const std::string& path, Report& report
     }
     VtkMessages messages;
     Dataset res = readChecked(format, path);
-    std::vector<std::string> errors = messages.takeErrors();
-    std::vector<std::string> warnings = messages.takeWarnings();
-    const auto losses = std::stable_partition(warnings.begin(), warnings.end(), &meansLoss);
-    errors.insert(errors.end(), warnings.begin(), losses);
+    std::vector<std::string> warnings;
+    const std::vector<std::string> errors = errorsOf(messages, warnings);
     const bool nothing = !res || (format.neverEmpty && res->GetNumberOfPoints() == 0);
     if (!errors.empty() || nothing)
     {
@@ -216,9 +233,9 @@ vtkSmartPointer<vtkPolyData> readDataset(const std::string& path, Report& report
                       errors.empty() ? std::string("no ") + format.extension + " file, or one without geometry"
                                      : shown(joined(errors)));
     }
-    for (auto warning = losses; warning != warnings.end(); ++warning)
+    for (const std::string& warning : warnings)
     {
-        report.warning(shown(path), shown(*warning));
+        report.warning(shown(path), shown(warning));
     }
     return res;
 }
