@@ -3,6 +3,7 @@
 #include "ImportTarget.h"
 #include "Interrupt.h"
 #include "Json.h"
+#include "LibraryLog.h"
 #include "OutputFile.h"
 #include "Png.h"
 #include "RecordAddress.h"
@@ -141,12 +142,16 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     throwIfInterrupted();
     tsg::SDBWriter writer;
     openForAdding(writer, address.file, true);
-    errno = 0;
-    const tsg::io::FileIoStatus status = writer.addThumbnail(*record, bitmap);
-    if (status != tsg::io::FileIoStatus::Success || writer.hasFailed())
+    const auto add = [&]
     {
-        throw cannotWrite(shown(address.file), systemReason());
-    }
+        errno = 0;
+        const tsg::io::FileIoStatus status = writer.addThumbnail(*record, bitmap);
+        if (status != tsg::io::FileIoStatus::Success || writer.hasFailed())
+        {
+            throw cannotWrite(shown(address.file), systemReason());
+        }
+    };
+    writeHeedingWords(add, shown(address.file), console.report);
     writer.close();
     acknowledge(options, address.file, *record, bitmap, " added", console.out);
 }

@@ -187,6 +187,7 @@ TEST_F(BadInputTest, aDiskThatIsFullAtAnyByteIsToldAndLeavesNothing)
     ASSERT_EQ(run("import @a.vtp -o @s.sce --no-compress").code, 0);
     const auto entries = [this] { return std::distance(std::filesystem::directory_iterator(dir.path()), {}); };
     const auto before = entries();
+    testing::internal::CaptureStderr();
     for (const std::string line :
          {"import @a.vtp -o @out", "export @s.sce -o @out", "export @s.sce --scene-directory -o @out"})
     {
@@ -203,6 +204,7 @@ TEST_F(BadInputTest, aDiskThatIsFullAtAnyByteIsToldAndLeavesNothing)
         }
         std::filesystem::remove_all(path("out"));
     }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the library's own words";
 }
 
 } // namespace
