@@ -42,7 +42,7 @@ vtkIdType countSmallCells(vtkPolyData& dataset)
 /// Replaces the cells of each kind. The places that those which stay had among all cells.
 vtkSmartPointer<vtkIdList> keepLargeCells(vtkPolyData& dataset)
 {
-    const auto rows = vtkSmartPointer<vtkIdList>::New();
+    auto rows = vtkSmartPointer<vtkIdList>::New();
     const vtkNew<vtkIdList> ids;
     vtkIdType first = 0;
     for (const CellKind& kind : CELL_KINDS)
