@@ -19,6 +19,13 @@ using std::filesystem::exists;
 class ExportTest : public ToolTest
 {
 protected:
+    void store(tsg::Node& root) const
+    {
+        tsg::SDBWriter writer;
+        writer.open(dir.file("s.sce").wide, false, true);
+        add(writer, root);
+    }
+
     /// The sizes of the field arrays of an exported dataset by their names.
     std::map<std::string, vtkIdType> fields(const std::string& name) const
     {
@@ -54,10 +61,7 @@ TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
     chart.addData(NodeData::ofCells(alone));
     chart.addData(NodeData::ofNode(strange, NodeStream::DataTag1, tsg::TimeStamp()));
     chart.addData(NodeData::ofNode(unnamed, NodeStream::DataTag7, tsg::TimeStamp()));
-    tsg::SDBWriter writer;
-    writer.open(dir.file("s.sce").wide, false, true);
-    add(writer, root);
-    writer.close();
+    store(root);
 
     const auto run = this->run("export @s.sce -o @out");
     ASSERT_EQ(run.code, 0) << run.err;
@@ -107,10 +111,7 @@ TEST_F(ExportTest, cellsWithTooFewPointsAreLeftOutWithTheirRows)
             root.addChild(node);
         }
     }
-    tsg::SDBWriter writer;
-    writer.open(dir.file("s.sce").wide, false, true);
-    add(writer, root);
-    writer.close();
+    store(root);
 
     const auto run = this->run("export @s.sce:0 -o @out");
     ASSERT_EQ(run.code, 0) << run.err;
