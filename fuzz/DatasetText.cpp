@@ -1,6 +1,6 @@
 #include "DatasetText.h"
 
-#include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/MemoryStream.h"
 #include "support/FullDisk.h"
 
@@ -13,7 +13,8 @@ vtkSmartPointer<vtkPolyData> readBlock(const std::string& bytes)
     sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(bytes.size()));
     const vtkNew<tsg::SDBPolyDataReader> reader;
     reader->SetIStream(&in);
-    reader->SetMemoryBudget(&budget);
+    tsg::detail::CodecRun run(budget);
+    tsg::detail::lend(*reader, &run);
     reader->Update();
     vtkPolyData* const output = reader->GetOutput();
     return output != nullptr && output->GetPoints() != nullptr ? output : nullptr;

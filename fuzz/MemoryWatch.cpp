@@ -60,7 +60,7 @@ constexpr std::uint64_t OWN_OBJECTS = std::uint64_t{1} << 20;
 } // namespace
 
 MemoryWatch::MemoryWatch(std::uint64_t inputSize)
-    : _promised(sdb::detail::loadMemory(inputSize) + OWN_OBJECTS)
+    : _promised(sdb::detail::MEMORY_FACTOR * sdb::detail::loadMemory(inputSize) + OWN_OBJECTS)
 {
     install();
     held = 0;

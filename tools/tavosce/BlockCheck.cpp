@@ -205,6 +205,18 @@ std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block
     return res;
 }
 
+std::uint64_t uncheckedBytes(std::istream& in, const StoredBlock& block)
+{
+    if (!block.isArray() || block.length == 0)
+    {
+        return 0;
+    }
+    in.clear();
+    sdb::detail::seekTo(in, block.filePos);
+    const auto method = sdb::detail::readFrame(in, block.length - 1).method;
+    return method == static_cast<int>(tsg::CompressionMethods::None) ? block.length - 1 : 0;
+}
+
 std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
     for (const Finding& finding : decodingFindings(in, block, fileSize))

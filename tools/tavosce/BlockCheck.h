@@ -26,6 +26,10 @@ std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block,
 /// What is wrong with the payload of a block, found by decoding it as a load does.
 std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 
+/// How many bytes of the payload of a block without errors are stored as they are, without a checksum. Of a polydata
+/// that is not known.
+std::uint64_t uncheckedBytes(std::istream& in, const StoredBlock& block);
+
 /// Why the payload of a block cannot be loaded, found by decoding it; empty if nothing is wrong with it.
 std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 

@@ -1,11 +1,13 @@
 #include "BlockData.h"
 
+#include "Interrupt.h"
+
 #include "scenegraph/io/SDBPolyDataReader.h"
-#include "scenegraph/io/detail/Blocks.h"
+#include "scenegraph/io/detail/ArrayReader.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/MemoryStream.h"
 #include "scenegraph/io/detail/Positions.h"
-#include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <istream>
@@ -20,22 +22,23 @@ namespace
 {
 
 namespace key = sdb::detail::key;
-using sdb::detail::MemoryBudget;
+using sdb::detail::BlockResult;
+using tsg::detail::CodecRun;
 
-vtkSmartPointer<vtkDataArray> readArray(std::istream& in, const Properties& tag, MemoryBudget& budget)
+vtkSmartPointer<vtkDataArray> readArray(std::istream& in, const Properties& tag, CodecRun& run)
 {
     const std::int64_t components = tag.getInt(key::NUMBER_OF_COMPONENTS);
     const std::int64_t values = components * tag.getInt(key::NUMBER_OF_TUPLES);
-    const auto fill = [&](char* data, std::uint64_t bytes) { return sdb::detail::readBlock(in, data, bytes, budget); };
-    auto res = tsg::detail::makeStoredArray(tag.getInt(key::DATA_TYPE), components, values, budget, fill);
-    if (res != nullptr)
+    const auto [array, result] = tsg::detail::readPayload(in, tag.getInt(key::DATA_TYPE), components, values, run);
+    if (array == nullptr || (result != BlockResult::Whole && result != BlockResult::Longer))
     {
-        res->SetName(tag.getString(key::NAME).c_str());
+        return nullptr;
     }
-    return res;
+    array->SetName(tag.getString(key::NAME).c_str());
+    return array;
 }
 
-vtkSmartPointer<vtkPolyData> readPolys(std::istream& in, std::uint64_t length, MemoryBudget& budget)
+vtkSmartPointer<vtkPolyData> readPolys(std::istream& in, std::uint64_t length, CodecRun& run)
 {
     const std::unique_ptr<char[]> bytes(new char[length]);
     if (!in.read(bytes.get(), static_cast<std::streamsize>(length)))
@@ -45,7 +48,7 @@ vtkSmartPointer<vtkPolyData> readPolys(std::istream& in, std::uint64_t length, M
     sdb::detail::MemoryStream memory(bytes.get(), length);
     const vtkNew<tsg::SDBPolyDataReader> reader;
     reader->SetIStream(&memory);
-    reader->SetMemoryBudget(&budget);
+    tsg::detail::lend(*reader, &run);
     reader->Update();
     const bool isEmpty = reader->GetOutput() == nullptr || reader->GetOutput()->GetPoints() == nullptr;
     return isEmpty ? nullptr : reader->GetOutput();
@@ -55,14 +58,23 @@ vtkSmartPointer<vtkPolyData> readPolys(std::istream& in, std::uint64_t length, M
 
 BlockData readBlockData(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
-    MemoryBudget budget(sdb::detail::loadMemory(fileSize));
+    sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(fileSize));
+    CodecRun run(budget);
+    run.pulse = [](std::uint64_t) { throwIfInterrupted(); };
     in.clear();
     sdb::detail::seekTo(in, block.filePos);
+    BlockData res;
     if (block.isArray())
     {
-        return {nullptr, readArray(in, block.tag, budget)};
+        res.array = readArray(in, block.tag, run);
     }
-    return {readPolys(in, block.length, budget), nullptr};
+    else
+    {
+        res.polys = readPolys(in, block.length, run);
+    }
+    res.uncheckedBlocks = run.uncheckedBlocks;
+    res.uncheckedBytes = run.uncheckedBytes;
+    return res;
 }
 
 } // namespace tavosce

@@ -12,19 +12,22 @@
 namespace tavosce
 {
 
-/// What a block holds: one of the two.
+/// What a block holds: polydata or an array.
 struct BlockData
 {
     vtkSmartPointer<vtkPolyData> polys;
     vtkSmartPointer<vtkDataArray> array;
+    // The values in it that are stored without compression, which no checksum protects.
+    std::uint64_t uncheckedBlocks = 0;
+    std::uint64_t uncheckedBytes = 0;
 
     bool isEmpty() const { return polys == nullptr && array == nullptr; }
 };
 
 /// Decodes the payload of a block by itself, with the same decoders and the same budget as a load of its record; bytes
 /// that the file lacks are not taken for zeros, as loads take them. The block has been found to lie in the file and to
-/// be of a known kind and type. Empty if the payload cannot be decoded; what the library and VTK say of it goes to
-/// whoever listens. Where the stream is left tells how far the payload of an array could be read.
+/// be of a known kind and type. Empty if the payload cannot be decoded whole; what the library and VTK say of it goes
+/// to whoever listens. Where the stream is left tells how far the payload of an array could be read.
 BlockData readBlockData(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 
 } // namespace tavosce

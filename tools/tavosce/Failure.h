@@ -53,4 +53,10 @@ inline Failure cannotWrite(std::string place, const std::string& reason)
     return {CannotWrite, std::move(place), "cannot write: " + reason};
 }
 
+/// An output that another process has locked.
+inline Failure beingWritten(std::string place)
+{
+    return cannotWrite(std::move(place), "another process is writing to it");
+}
+
 } // namespace tavosce

@@ -24,7 +24,8 @@ class Check
 public:
     Check(const std::string& path, CheckDepth depth, const Progress& progress)
         : _file(path)
-        , _records(_file.stream(), _file.size(), depth)
+        , _depth(depth)
+        , _records(_file.stream(), _file.size(), depth, &_unchecked)
         , _progress(progress)
     {
     }
@@ -42,6 +43,10 @@ public:
             throwIfInterrupted();
             _progress(static_cast<double>(_file.pieces()[i].begin) / static_cast<double>(_file.size()));
             checkPiece(i);
+        }
+        if (_depth == CheckDepth::Everything)
+        {
+            _res.unchecked = _unchecked;
         }
         return std::move(_res);
     }
@@ -63,8 +68,7 @@ private:
         case FilePiece::Thumbnail:
             return checkThumbnail(piece);
         case FilePiece::Unfinished:
-            return add(isThumbnail(piece.tag) ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished,
-                       piece.begin);
+            return add(unfinishedCode(piece), piece.begin);
         case FilePiece::UnknownTag:
             return checkUnknownTag(piece);
         case FilePiece::StrayTag:
@@ -82,9 +86,14 @@ private:
         add(isLost ? FindingCode::RecordLost : FindingCode::TagUnknown, piece.begin);
     }
 
-    static bool isThumbnail(const Properties& tag)
+    static FindingCode unfinishedCode(const FilePiece& piece)
     {
-        return tag.getString(key::DATA_FIELD) == sdb::detail::field::THUMBNAIL;
+        if (wasFinished(piece))
+        {
+            return FindingCode::PositionDamaged;
+        }
+        const bool isThumbnail = piece.tag.getString(key::DATA_FIELD) == sdb::detail::field::THUMBNAIL;
+        return isThumbnail ? FindingCode::ThumbnailUnfinished : FindingCode::RecordUnfinished;
     }
 
     /// Readers pass over bytes without a brace, and come to what is behind them.
@@ -163,7 +172,11 @@ private:
         {
             add(FindingCode::ItemHidden, piece.begin);
         }
-        if (!piece.fault.empty())
+        if (piece.fault.empty())
+        {
+            _unchecked.add(piece.end - piece.tagEnd);
+        }
+        else
         {
             add(FindingCode::ThumbnailDamaged, piece.begin,
                 counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
@@ -185,6 +198,8 @@ private:
     }
 
     ScannedFile _file;
+    CheckDepth _depth;
+    UncheckedData _unchecked;
     RecordCheck _records;
     const Progress& _progress;
     sdb::detail::FileIndex _index;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,9 +17,10 @@ namespace tavosce
 struct CheckedFile
 {
     std::uint64_t bytes = 0;
-    std::size_t records = 0;    ///< finished ones, those behind damage included
-    std::size_t thumbnails = 0; ///< the same
-    std::size_t readable = 0;   ///< records, or files of a scene directory, without an error
+    std::size_t records = 0;                ///< finished ones, those behind damage included
+    std::size_t thumbnails = 0;             ///< the same
+    std::size_t readable = 0;               ///< records, or files of a scene directory, without an error
+    std::optional<UncheckedData> unchecked; ///< what no finding could be about; none if nothing was decoded
     std::vector<Finding> findings;
 };
 

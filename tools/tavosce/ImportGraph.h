@@ -5,8 +5,6 @@
 #include "scenegraph/SceneNode.h"
 
 #include <cstddef>
-#include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -34,12 +32,5 @@ private:
     tsg::SceneNode& _root;
     std::vector<tsg::PolyDataNode*> _parts; ///< owned by the graph
 };
-
-/// Gives every dataset of a scene a modification stamp that is none of these.
-void avoidStamps(const tsg::SceneGraph& graph, const std::set<std::uint64_t>& stamps);
-
-/// The modification stamps that a writer knows from the records that a file has of a session. Throws Failure
-/// CannotOpen; raises InternalError as sdb::indexRecords does.
-std::set<std::uint64_t> storedStamps(const std::string& path, const std::string& sessionId);
 
 } // namespace tavosce

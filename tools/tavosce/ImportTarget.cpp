@@ -1,15 +1,16 @@
 #include "ImportTarget.h"
 
 #include "Failure.h"
+#include "LibraryLog.h"
 #include "SceneFile.h"
 #include "Text.h"
 
 #include "core/Error.h"
+#include "platform/FileStreams.h"
 #include "platform/Platform.h"
+#include "scenegraph/io/SDB.h"
 
-#include <array>
 #include <cerrno>
-#include <cstddef>
 #include <random>
 
 namespace tavosce
@@ -38,42 +39,66 @@ std::string newSession()
     return res;
 }
 
+/// Why a file that is a scene database could not be opened for adding.
+Failure refusal(const SceneFile& file, int reason)
+{
+    if (reason == EWOULDBLOCK)
+    {
+        return beingWritten(shown(file.path()));
+    }
+    if (!file.canBeAddedTo())
+    {
+        return {TooDamaged, shown(file.path()), "cannot be added to: what is added behind the damage could not be read",
+                "`tavosce info` shows what can be read"};
+    }
+    errno = reason;
+    return cannotWrite(shown(file.path()), systemReason());
+}
+
 } // namespace
 
-void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compress)
+GrowingFile::GrowingFile(const std::string& path, bool compress)
 {
-    constexpr const char* HINT = "`tavosce info` shows what can be read";
-    const SceneFile file(path); // refuses foreign and newer files with a reason
+    _writer.setSynchronised(true);
+    _writer.setAllOrNothing(true);
+    _writer.setStopCheck(&throwIfInterrupted);
+    const SceneFile before(path); // refuses foreign and newer files with a reason
     try
     {
+        const LibraryLog log; // the reason is told here
         errno = 0;
-        if (writer.open(OS::toWide(path), true, compress) == FileIoStatus::Success)
+        if (_writer.open(OS::toWide(path), true, compress) != FileIoStatus::Success)
         {
-            return;
+            throw refusal(before, errno);
         }
     }
     catch (const InternalError& error)
     {
-        throw Failure(TooDamaged, shown(path), "cannot be added to: " + shown(error.message()), HINT);
+        throw Failure(TooDamaged, shown(path), "cannot be added to: " + shown(error.message()),
+                      "`tavosce info` shows what can be read");
     }
-    if (!file.canBeAddedTo())
-    {
-        throw Failure(TooDamaged, shown(path), "cannot be added to: what is added behind the damage could not be read",
-                      HINT);
-    }
-    throw cannotWrite(shown(path), systemReason());
+    _cutBack.emplace(OS::toWide(path), SceneFile(path).nextItem()); // it may have grown until it was locked
+}
+
+GrowingFile::~GrowingFile()
+{
+    (void)_writer.rollBack(); // a writer that has failed has done so
+}
+
+void GrowingFile::finish()
+{
+    stopOrCommit();
+    _cutBack.reset();
+    _writer.close();
 }
 
 ImportTarget::ImportTarget(const ImportTargetOptions& options)
     : _shown(shown(options.path))
     , _session(options.session.empty() ? newSession() : options.session)
-    , _path(OS::toWide(options.path))
-    , _compress(!options.noCompress)
 {
-    errno = 0;
     if (options.append && Platform::filesystem().fileExists(OS::toWide(options.path)))
     {
-        openExisting(options);
+        _existing.emplace(options.path, !options.noCompress);
     }
     else
     {
@@ -81,18 +106,15 @@ ImportTarget::ImportTarget(const ImportTargetOptions& options)
     }
 }
 
-void ImportTarget::openExisting(const ImportTargetOptions& options)
-{
-    openForAdding(_writer, options.path, _compress);
-    _takenStamps = storedStamps(options.path, _session);
-}
-
 void ImportTarget::openNew(const ImportTargetOptions& options)
 {
     _newFile.emplace(options.path, options.force);
-    _path = _newFile->path();
+    _writer.setStopCheck(&throwIfInterrupted);
     errno = 0;
-    if (_writer.open(_path, false, _compress) != FileIoStatus::Success)
+    const auto out = OS::openForWriting(_newFile->path(), OS::LineEnds::AsWritten);
+    sdb::writeHeader(*out);
+    out->close();
+    if (!*out || _writer.open(_newFile->path(), true, !options.noCompress) != FileIoStatus::Success)
     {
         throw cannotWrite(_shown, systemReason());
     }
@@ -100,48 +122,34 @@ void ImportTarget::openNew(const ImportTargetOptions& options)
 
 void ImportTarget::addRecord(const std::string& title, const std::string& description, ImportGraph& graph)
 {
-    add(_writer, title, description, graph.graph());
+    add(title, description, graph.graph());
 }
 
-// A writer repeats the nodes that it has seen, so that a scene with nodes of its own needs a writer of its own.
+// A writer repeats the nodes that it has seen. Those of the other records come back with the next of these.
 void ImportTarget::addScene(const std::string& title, const std::string& description, tsg::SceneGraph& graph)
 {
-    _writer.close();
-    tsg::SDBWriter writer;
-    reopen(writer);
-    add(writer, title, description, graph);
-    writer.close();
-    reopen(_writer);
+    writer().forgetNodes();
+    add(title, description, graph);
+    writer().forgetNodes();
 }
 
-void ImportTarget::reopen(tsg::SDBWriter& writer) const
+void ImportTarget::add(const std::string& title, const std::string& description, tsg::SceneGraph& graph)
 {
-    errno = 0;
-    if (writer.open(_path, true, _compress) != FileIoStatus::Success)
-    {
-        throw cannotWrite(_shown, systemReason());
-    }
-}
-
-void ImportTarget::add(tsg::SDBWriter& writer, const std::string& title, const std::string& description,
-                       tsg::SceneGraph& graph)
-{
-    avoidStamps(graph, _takenStamps);
     int index = -1;
     bool added = false;
     errno = 0;
     try
     {
-        added = writer.addRecord(title, description, _session, *graph.root(), index) == FileIoStatus::Success;
+        added = writer().addRecord(title, description, _session, *graph.root(), index) == FileIoStatus::Success;
     }
     catch (const InternalError&)
     {
-        if (!writer.hasFailed()) // a polydata that finds no room is one of its reasons
+        if (!writer().hasFailed()) // a polydata that finds no room is one of its reasons
         {
             throw;
         }
     }
-    if (!added || writer.hasFailed())
+    if (!added || writer().hasFailed())
     {
         throw cannotWrite(_shown, systemReason());
     }
@@ -150,11 +158,13 @@ void ImportTarget::add(tsg::SDBWriter& writer, const std::string& title, const s
 
 void ImportTarget::finish()
 {
-    _writer.close();
-    if (_newFile)
+    if (_existing)
     {
-        _newFile->install();
+        _existing->finish();
+        return;
     }
+    _writer.close();
+    _newFile->install();
 }
 
 } // namespace tavosce

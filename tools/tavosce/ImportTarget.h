@@ -1,13 +1,12 @@
 #pragma once
 
 #include "ImportGraph.h"
+#include "Interrupt.h"
 #include "OutputFile.h"
 
 #include "scenegraph/io/SDBWriter.h"
 
-#include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -23,12 +22,31 @@ struct ImportTargetOptions
     bool noCompress = false;
 };
 
-/// Opens an existing scene database for adding to it in place. Throws Failure: CannotOpen and WrongFormat as SceneFile;
-/// TooDamaged when what is added could not be found again; CannotWrite.
-void openForAdding(tsg::SDBWriter& writer, const std::string& path, bool compress);
+/// An existing scene database that is added to in place: all that a command adds becomes part of it, or nothing.
+class GrowingFile
+{
+public:
+    /// Opens and locks the file. Throws Failure: CannotOpen and WrongFormat as SceneFile; TooDamaged when what is added
+    /// could not be found again; CannotWrite, also while another process is writing to it.
+    GrowingFile(const std::string& path, bool compress);
 
-/// The scene database that an import writes: a new one, which appears when it is finished, or an existing one that is
-/// added to in place.
+    /// Takes back what was added, unless `finish` was called.
+    ~GrowingFile();
+
+    GrowingFile(const GrowingFile&) = delete;
+    GrowingFile& operator=(const GrowingFile&) = delete;
+
+    tsg::SDBWriter& writer() { return _writer; }
+
+    /// Makes the additions final. Throws Interruption instead if the user wants to stop.
+    void finish();
+
+private:
+    tsg::SDBWriter _writer;
+    std::optional<CutBack> _cutBack;
+};
+
+/// The scene database that an import writes: a new one, which appears when it is finished, or an existing one.
 class ImportTarget
 {
 public:
@@ -36,13 +54,13 @@ public:
     explicit ImportTarget(const ImportTargetOptions& options);
 
     /// Adds the graph as a record, with the nodes of the records that were added in this way before: its nodes have to
-    /// outlive this object. Throws Failure CannotWrite.
+    /// outlive this object. Throws Failure CannotWrite, and Interruption.
     void addRecord(const std::string& title, const std::string& description, ImportGraph& graph);
 
-    /// Adds a graph with a root as a record of its own, without the nodes of any other. Throws Failure CannotWrite.
+    /// Adds a graph with a root as a record of its own, without the nodes of any other. Throws as addRecord.
     void addScene(const std::string& title, const std::string& description, tsg::SceneGraph& graph);
 
-    /// Throws Failure CannotWrite.
+    /// Without this nothing has been added. Throws Failure CannotWrite, and Interruption.
     void finish();
 
     const std::string& session() const { return _session; }
@@ -51,18 +69,17 @@ public:
     const std::vector<int>& records() const { return _records; }
 
 private:
-    void openExisting(const ImportTargetOptions& options);
     void openNew(const ImportTargetOptions& options);
-    void reopen(tsg::SDBWriter& writer) const;
-    void add(tsg::SDBWriter& writer, const std::string& title, const std::string& description, tsg::SceneGraph& graph);
+
+    tsg::SDBWriter& writer() { return _existing ? _existing->writer() : _writer; }
+
+    void add(const std::string& title, const std::string& description, tsg::SceneGraph& graph);
 
     std::string _shown; ///< the path for messages
     std::string _session;
-    std::wstring _path; ///< of the file that is written
-    bool _compress;
-    std::optional<OutputFile> _newFile;   ///< none when an existing file is added to
-    std::set<std::uint64_t> _takenStamps; ///< of data that the file has of this session
-    tsg::SDBWriter _writer;               // destroyed before the new file is removed
+    std::optional<GrowingFile> _existing; ///< one of these two
+    std::optional<OutputFile> _newFile;
+    tsg::SDBWriter _writer; ///< of the new file, which outlives it
     std::vector<int> _records;
 };
 

@@ -169,19 +169,7 @@ void runImport(const ImportOptions& options, Console& console)
     checkInputs(options);
     ImportGraph graph(titleOf(options)); // outlives the writer in the target, which keeps its nodes
     ImportTarget target(options.target);
-    try
-    {
-        addInputs(options, target, graph, console.report);
-    }
-    catch (const std::exception&)
-    {
-        if (options.target.append && !target.records().empty())
-        {
-            console.report.note(shown(options.target.path),
-                                counted(target.records().size(), "record") + " added before the failure stay");
-        }
-        throw;
-    }
+    addInputs(options, target, graph, console.report);
     target.finish();
     acknowledge(options, target, console.out);
 }

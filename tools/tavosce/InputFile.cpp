@@ -41,7 +41,7 @@ InputFile::InputFile(const std::string& path)
         const std::string reason = "cannot open: " + systemReason();
         throw Failure(CannotOpen, shown(path), reason, hintFor(path, number));
     }
-    _size = sdb::detail::streamSize(*_stream);
+    _size = sdb::detail::streamSize(*_stream).value_or(0);
 }
 
 } // namespace tavosce

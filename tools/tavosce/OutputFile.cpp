@@ -56,42 +56,59 @@ bool isEmptyFolder(const std::string& path)
 OutputFile::OutputFile(const std::string& target, bool force)
     : _shown(shown(target))
     , _target(normalised(target))
-    , _path(Platform::filesystem().getTemporaryPath(_target))
     , _force(force)
+    , _file(_target)
 {
+    const int reason = errno;
     std::error_code error;
     const fs::file_status status = fs::status(OS::toNarrow(_target), error);
-    if (!fs::exists(status))
-    {
-        return;
-    }
-    if (!fs::is_regular_file(status))
+    if (fs::exists(status) && !fs::is_regular_file(status))
     {
         throw cannotWrite(_shown, fs::is_directory(status) ? "it is a directory" : "it is no regular file");
     }
-    if (!force)
+    if (fs::exists(status) && !force)
     {
         throw exists(_shown);
     }
+    if (!_file.isOpen())
+    {
+        errno = reason;
+        throw cannotWrite(_shown, systemReason());
+    }
+    if (_file.isNamed())
+    {
+        _halfMade.emplace();
+    }
+    if (fs::exists(status))
+    {
+        lockReplaced();
+    }
 }
 
-OutputFile::~OutputFile()
+/// Whoever may not write to a file may still replace it.
+void OutputFile::lockReplaced()
 {
-    if (!_path.empty())
+    _replaced.emplace(_target);
+    const bool isLocked =
+        _replaced->is_open() ? _replaced->lock() == OS::LockResult::LockedByOther : OS::isLocked(_target);
+    if (isLocked)
     {
-        (void)Platform::filesystem().markForDeletion(_path); // it may never have been made
+        throw beingWritten(_shown);
     }
 }
 
 void OutputFile::install()
 {
-    OS::FileSystem& files = Platform::filesystem();
     errno = 0;
-    if ((_force ? files.replaceFile(_path, _target) : files.renameFile(_path, _target)) != 0)
+    if (!_file.synchronise())
     {
         throw cannotWrite(_shown, systemReason());
     }
-    _path.clear();
+    stopOrCommit();
+    if (!(_force ? _file.replace() : _file.install()) || !_file.synchroniseName())
+    {
+        throw cannotWrite(_shown, systemReason());
+    }
 }
 
 OutputFolder::OutputFolder(const std::string& target, bool force)
@@ -162,19 +179,37 @@ void OutputFolder::adopt(const std::string& name, const std::vector<std::string>
 
 void OutputFolder::install(const std::string& input)
 {
-    std::error_code error;
-    if (!_targetExists)
+    synchronise(_path, _files);
+    synchronise(_path, _folders);
+    stopOrCommit();
+    if (_targetExists)
     {
-        fs::rename(_path, _target, error);
-        if (error)
-        {
-            throw cannotWrite(_shown, error.message());
-        }
-        _files.clear();
-        _folders.clear();
+        moveFiles(input);
+        synchronise(_target, _folders);
         return;
     }
-    moveFiles(input);
+    std::error_code error;
+    fs::rename(_path, _target, error);
+    if (error)
+    {
+        throw cannotWrite(_shown, error.message());
+    }
+    _files.clear();
+    _folders.clear();
+    synchronise(_target, {".."});
+}
+
+/// Waits until the device has what is below a root.
+void OutputFolder::synchronise(const std::string& root, const std::vector<std::string>& names)
+{
+    errno = 0;
+    for (const std::string& name : names)
+    {
+        if (!OS::synchronise(OS::toWide(root + '/' + name)))
+        {
+            throw cannotWrite(_shown, systemReason());
+        }
+    }
 }
 
 void OutputFolder::moveFiles(const std::string& input)

@@ -1,34 +1,43 @@
 #pragma once
 
+#include "Interrupt.h"
+
+#include "platform/FileStreams.h"
+#include "platform/NewFile.h"
+
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tavosce
 {
 
-/// A new file that is built beside its target and takes the target's name when it is complete. Until then nothing at
-/// the target changes; what was not installed is removed again.
+/// A new file that gets the name of its target when it is complete. Until then nothing at the target changes; what was
+/// not installed goes away.
 class OutputFile
 {
 public:
-    /// Throws Failure CannotWrite if something is at the target that may not be replaced: anything without `force`,
-    /// anything but a regular file with it.
+    /// Throws Failure CannotWrite if the file cannot be made, or if something is at the target that may not be
+    /// replaced: anything without `force`; with it anything but a regular file, and a file that another process is
+    /// writing to.
     OutputFile(const std::string& target, bool force);
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Where to build; nothing is there yet.
-    const std::wstring& path() const { return _path; }
+    /// Where to fill the file, which is there and empty.
+    const std::wstring& path() const { return _file.path(); }
 
-    /// Throws Failure CannotWrite.
+    /// Waits until the device has the file, and puts it in its place. Throws Failure CannotWrite and, before anything
+    /// has changed, Interruption.
     void install();
 
 private:
+    void lockReplaced();
+
     std::string _shown; ///< the target for messages
     std::wstring _target;
-    std::wstring _path;
     bool _force;
+    std::optional<OS::UpdateStream> _replaced; ///< keeps other writers away from it
+    OS::NewFile _file;
+    std::optional<HalfMade> _halfMade; ///< while the file has a name that is not its own
 };
 
 /// A folder of new files, built beside its target in the same way.
@@ -54,11 +63,13 @@ public:
     /// that the target has in the same inner folders already are of an earlier output: installing removes them.
     void adopt(const std::string& name, const std::vector<std::string>& extensions);
 
-    /// Throws Failure CannotWrite; also if one of the files would replace `input`.
+    /// Waits until the device has the files, and puts them in their place. Throws Failure CannotWrite, also if one of
+    /// them would replace `input`; and, before anything has changed, Interruption.
     void install(const std::string& input);
 
 private:
     void makeFolder(const std::string& path);
+    void synchronise(const std::string& root, const std::vector<std::string>& names);
     void moveFiles(const std::string& input);
     void removeEarlier();
     void removeBuilt();
@@ -77,6 +88,7 @@ private:
     };
 
     std::vector<Adopted> _adopted;
+    HalfMade _halfMade;
 };
 
 /// Whether both paths lead to the same existing file.

@@ -3,8 +3,10 @@
 #include "ReadBudget.h"
 #include "RecordWalk.h"
 
+#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Index.h"
 #include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -88,11 +90,10 @@ private:
         const std::string& kind = tag.getString(key::DATA_FIELD);
         if (kind != field::HEADER && kind != field::THUMBNAIL)
         {
-            accuseRecordOf(tag);
             add(FilePiece::UnknownTag, tagEnd, std::move(tag));
             return;
         }
-        const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(_in, tag, tagEnd, _fileSize);
+        const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(tag, tagEnd);
         if (!end)
         {
             add(FilePiece::Unfinished, nextItem(tagEnd), std::move(tag));
@@ -104,17 +105,6 @@ private:
         else
         {
             takeThumbnail(std::move(tag), tagEnd, *end);
-        }
-    }
-
-    /// A tag that stands in records only, and right behind one, is what a "Length" that is too short has left out.
-    void accuseRecordOf(const Properties& tag)
-    {
-        const bool isBehindRecord = !_pieces.empty() && _pieces.back().kind == FilePiece::Record;
-        if (isTagOfRecord(tag) && isBehindRecord && _pieces.back().fault.empty())
-        {
-            _pieces.back().fault = "the record goes on behind its end";
-            _pieces.back().faultPosition = _position;
         }
     }
 
@@ -134,7 +124,12 @@ private:
         {
             contents = walkRecord(_in, header, _fileSize);
         }
-        if (!contents.fault.empty())
+        if (contents.fault.empty())
+        {
+            end = contents.end;
+            _budget.pay(std::max(contents.readTo, end) - end);
+        }
+        else
         {
             _budget.pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
             end = std::min(end, nextItem(tagEnd));
@@ -213,6 +208,11 @@ private:
 };
 
 } // namespace
+
+bool wasFinished(const FilePiece& piece)
+{
+    return !piece.tag.empty() && !sdb::detail::isPending(piece.tag);
+}
 
 std::vector<FilePiece> scanPieces(std::istream& in, std::uint64_t fileSize)
 {

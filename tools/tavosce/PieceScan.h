@@ -16,7 +16,7 @@ struct FilePiece
     enum Kind
     {
         FileHeader, ///< the tag and the line end behind it
-        Record,     ///< header to end, as its tag says; cut at the end of the file
+        Record,     ///< header to the end of its last payload; with a fault to the end that its tag says, at most
         Thumbnail,  ///< tag and pixels, as its tag says; cut at the end of the file
         Unfinished, ///< a record or thumbnail that was never finished, up to the next piece
         UnknownTag, ///< a tag with a "DataField" of no known kind, which readers pass over
@@ -35,10 +35,14 @@ struct FilePiece
     std::uint64_t faultPosition = 0; ///< of a Record with a fault: where that is
 };
 
+/// Whether a piece that is Unfinished was complete once: its tag is whole, but no writer leaves such positions there.
+bool wasFinished(const FilePiece& piece);
+
 /// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.
 /// Unlike the library's walk this does not end at damage, but goes on at the next record header or thumbnail tag that
 /// stands where it says that it stands; and a record whose tags do not lead to its end is not believed about where that
-/// is, if such an item lies before it. Position and state of the stream afterwards are unspecified.
+/// is, if such an item lies before it. A record whose tags lead to another item, or to the end of the file, ends there
+/// whatever its header says. Position and state of the stream afterwards are unspecified.
 std::vector<FilePiece> scanPieces(std::istream& in, std::uint64_t fileSize);
 
 } // namespace tavosce

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdio>
 #include <cstring>
 #include <istream>
 
@@ -112,8 +113,14 @@ void writePng(const tsg::Bitmap<3>& bitmap, const std::string& path, const std::
     image->height = static_cast<png_uint_32>(bitmap.getHeight());
     image->format = PNG_FORMAT_RGB;
     errno = 0;
-    if (png_image_write_to_file(image.get(), path.c_str(), 0, bitmap.getData(), 0, nullptr) == 0)
+    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    const bool written =
+        file != nullptr && png_image_write_to_stdio(image.get(), file, 0, bitmap.getData(), 0, nullptr) != 0;
+    const int reason = errno;
+    const bool closed = file != nullptr && std::fclose(file) == 0;
+    if (!written || !closed)
     {
+        errno = written ? errno : reason;
         throw cannotWrite(place, errno != 0 ? systemReason() : shown(image->message));
     }
 }

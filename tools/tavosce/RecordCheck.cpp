@@ -26,7 +26,7 @@ std::string decodedForm(const StoredBlock& block)
     std::string res;
     for (const char* const part : {key::FILE_POS, key::LENGTH})
     {
-        res += block.tag.getString(part) + ' ';
+        res += std::to_string(sdb::hexFromProp(block.tag, part)) + ' ';
     }
     for (const char* const part : {key::TAG, key::DATA_TYPE, key::NUMBER_OF_COMPONENTS, key::NUMBER_OF_TUPLES})
     {
@@ -37,10 +37,11 @@ std::string decodedForm(const StoredBlock& block)
 
 } // namespace
 
-RecordCheck::RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth)
+RecordCheck::RecordCheck(std::istream& in, std::uint64_t fileSize, CheckDepth depth, UncheckedData* unchecked)
     : _in(in)
     , _fileSize(fileSize)
     , _depth(depth)
+    , _unchecked(unchecked)
 {
 }
 
@@ -77,9 +78,14 @@ void RecordCheck::checkHeader(const Properties& header, const RecordContents& co
     {
         add(FindingCode::RecordRoot, begin, "the root " + shown(root) + " is no node of the record", root);
     }
+    if (!contents.lengthIsRight)
+    {
+        add(FindingCode::RecordLength, begin,
+            "the record ends at " + hexadecimal(contents.end) + ", and the header says " +
+                hexadecimal(begin + sdb::hexFromProp(header, key::LENGTH)));
+    }
     const std::uint64_t blocks = sdb::hexFromProp(header, key::BINARY_DATA);
-    const std::uint64_t first =
-        contents.blocks.empty() ? begin + sdb::hexFromProp(header, key::LENGTH) : contents.blocks.front().tagPosition;
+    const std::uint64_t first = contents.blocks.empty() ? contents.end : contents.blocks.front().tagPosition;
     if (blocks != first)
     {
         add(FindingCode::RecordBlocks, begin,
@@ -163,6 +169,10 @@ void RecordCheck::checkPayload(const StoredBlock& block)
         _sound.insert(form);
     }
     _findings.insert(_findings.end(), found.begin(), found.end());
+    if (_unchecked != nullptr && gravest(found) != Severity::Error && _counted.insert(block.filePos).second)
+    {
+        _unchecked->add(uncheckedBytes(_in, block));
+    }
 }
 
 void RecordCheck::add(FindingCode code, std::uint64_t byte, const std::string& detail, const std::string& objectKey)

@@ -3,10 +3,8 @@
 #include "ReadBudget.h"
 #include "RecordWalk.h"
 
-#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/ItemSearch.h"
-#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -26,14 +24,6 @@ namespace field = sdb::detail::field;
 
 /// No record that this library writes is shorter: so much is in the header, the class versions and a node.
 constexpr std::uint64_t LEAST_RECORD = 200;
-
-/// Whether what was never finished is no record that counted: a thumbnail, or its writer died, or gave it up, before.
-bool neverCounted(const Properties& tag)
-{
-    return tag.getString(key::DATA_FIELD) == field::THUMBNAIL ||
-           sdb::detail::isBeyondAnyFile(tag.getString(key::LENGTH)) || sdb::hexFromProp(tag, key::LENGTH) == 0 ||
-           sdb::hexFromProp(tag, key::BINARY_DATA) == 0;
-}
 
 class Numbering
 {
@@ -93,18 +83,18 @@ private:
         {
             takeRemains(piece.begin, end);
         }
-        else if (piece.kind == FilePiece::Unfinished && neverCounted(piece.tag))
+        else if (isThumbnail && (piece.kind == FilePiece::Unfinished || !piece.fault.empty()))
         {
-            isThumbnail ? takeThumbnail(piece.begin, end) : takeNoRecord(bodyEnd(piece.tagEnd), end);
+            takeThumbnail(piece.begin, end);
+        }
+        else if (piece.kind == FilePiece::Unfinished && wasFinished(piece))
+        {
+            ++_next;
+            takeRemains(bodyEnd(piece.tagEnd), end);
         }
         else if (piece.kind == FilePiece::Unfinished)
         {
-            ++_next; // it was finished, as its tag shows, and is damaged now
-            takeRemains(bodyEnd(piece.tagEnd), end);
-        }
-        else if (isThumbnail && !piece.fault.empty())
-        {
-            takeThumbnail(piece.begin, end);
+            takeNoRecord(bodyEnd(piece.tagEnd), end);
         }
         else
         {

@@ -2,6 +2,7 @@
 
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Extent.h"
+#include "scenegraph/io/detail/ItemSearch.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -19,6 +20,9 @@ namespace
 namespace key = sdb::detail::key;
 namespace field = sdb::detail::field;
 using sdb::detail::TagScan;
+
+/// No tag of a record is shorter: of what lies within fewer bytes nothing can be missing.
+constexpr std::uint64_t LEAST_TAG = sizeof(R"({"DataField":"Node"})") - 1;
 
 class Walk
 {
@@ -39,19 +43,18 @@ public:
             stop("the record was never finished");
             return std::move(_res);
         }
-        _end = std::min(*end, _fileSize);
+        _declared = *end;
+        _isConfirmed = _declared == _fileSize || (_declared < _fileSize && sdb::detail::isItemAt(_in, _declared));
+        _limit = _isConfirmed ? _declared : _fileSize;
         Properties tag;
         if (readTag(tag) && tag != _header)
         {
             stop("the record's header is not where it says");
         }
-        while (!_stopped && _position < _end && readTag(tag))
+        _ownEnd = _position;
+        while (!_stopped)
         {
-            takeTag(tag);
-        }
-        if (!_stopped && *end > _fileSize)
-        {
-            stop("the record reaches beyond the end of the file");
+            step();
         }
         return std::move(_res);
     }
@@ -64,6 +67,66 @@ private:
         _stopped = true;
     }
 
+    /// The record ends at the present position, apart from foreign tags.
+    void finish()
+    {
+        _res.end = _ownEnd;
+        _res.lengthIsRight = _isConfirmed || _position == _declared;
+        _stopped = true;
+    }
+
+    void step()
+    {
+        Properties tag;
+        if (_position == _declared && (_isConfirmed || !goesOn()))
+        {
+            finish();
+        }
+        else if (_position >= _limit)
+        {
+            _declared < _position + LEAST_TAG ? finish() : stop("the record reaches beyond the end of the file");
+        }
+        else if (readTag(tag))
+        {
+            takeTag(tag);
+        }
+    }
+
+    /// Whether a tag stands here that comes next in this record.
+    bool goesOn()
+    {
+        static const std::string FIRSTS[] = {sdb::detail::beginningOfTag(field::CLASS_VERSIONS),
+                                             sdb::detail::beginningOfTag(field::NODE),
+                                             sdb::detail::beginningOfTag(field::BINARY_DATA)};
+        const std::string next = peek(FIRSTS[ClassVersions].size()); // the longest of them
+        const auto isNext = [&](Stage stage)
+        { return stage >= _stage && next.compare(0, FIRSTS[stage].size(), FIRSTS[stage]) == 0; };
+        return isNext(ClassVersions) || isNext(Nodes) || isNext(Blocks);
+    }
+
+    /// Up to so many of the bytes that come next.
+    std::string peek(std::size_t count)
+    {
+        std::string res(count, '\0');
+        _in.clear();
+        sdb::detail::seekTo(_in, _position);
+        _in.read(res.data(), static_cast<std::streamsize>(count));
+        res.resize(static_cast<std::size_t>(_in.gcount()));
+        return res;
+    }
+
+    /// Whether too few bytes for a tag stand here, and behind them another item or the end of the file.
+    bool endsSoon()
+    {
+        const std::string rest = peek(LEAST_TAG);
+        const std::size_t brace = std::min(rest.find('{'), rest.size());
+        if (brace == rest.size())
+        {
+            return brace < LEAST_TAG && _declared < _position + LEAST_TAG;
+        }
+        return sdb::detail::isItemAt(_in, _position + brace) && (!_isConfirmed || _position + brace == _declared);
+    }
+
     /// Reads the tag that begins at the present position, and goes behind it.
     bool readTag(Properties& tag)
     {
@@ -72,7 +135,12 @@ private:
         std::uint64_t skipped = 0;
         const TagScan scan = _in.peek() == '{' ? sdb::detail::scanTag(_in, _text, skipped) : TagScan::NoTag;
         _res.readTo = scan == TagScan::NoTag ? _position : _position + _text.size();
-        if (scan != TagScan::Complete || _text.size() > _end - _position)
+        if (scan == TagScan::NoTag && _ownEnd > 0 && endsSoon())
+        {
+            finish();
+            return false;
+        }
+        if (scan != TagScan::Complete || _text.size() > _limit - _position)
         {
             stop(scan == TagScan::NoTag ? "bytes that belong to no tag" : "a tag that is cut off");
             return false;
@@ -108,6 +176,34 @@ private:
     void takeTag(const Properties& tag)
     {
         const std::string& kind = tag.getString(key::DATA_FIELD);
+        if (kind == field::HEADER || kind == field::THUMBNAIL)
+        {
+            const bool isInItsPlace =
+                sdb::hexFromProp(tag, key::FILE_POS) == (kind == field::HEADER ? _tagPosition : _position);
+            _position = _tagPosition;
+            isInItsPlace && !_isConfirmed ? finish() : stop("another item begins inside the record");
+            return;
+        }
+        if (isForeign(tag))
+        {
+            _foreign.push_back({_tagPosition, true});
+            return;
+        }
+        _res.oddities.insert(_res.oddities.end(), _foreign.begin(), _foreign.end());
+        _foreign.clear();
+        takeOwnTag(tag, kind);
+        _ownEnd = _position;
+    }
+
+    /// Whether a tag is none of a record, nor one of which only the kind is damaged.
+    static bool isForeign(const Properties& tag)
+    {
+        return tag.hasName(key::DATA_FIELD) && !isTagOfRecord(tag) && !tag.hasName(key::OBJECT_KEY) &&
+               !tag.hasName(key::VERSIONS);
+    }
+
+    void takeOwnTag(const Properties& tag, const std::string& kind)
+    {
         if (kind == field::NODE)
         {
             enter(Nodes);
@@ -116,29 +212,29 @@ private:
         }
         else if (kind == field::CLASS_VERSIONS)
         {
-            if (!_res.classVersionTags.empty())
-            {
-                _res.oddities.push_back({_tagPosition, true});
-            }
-            enter(ClassVersions);
-            _stage = std::max(_stage, Nodes); // there is only one such tag
-            _res.classVersionTags.emplace_back(_tagPosition, _position);
-            _res.classVersions = tag.getProperties(key::VERSIONS);
+            takeClassVersions(tag);
         }
         else if (kind == field::BINARY_DATA)
         {
             _stage = Blocks;
             takeBlock(tag);
         }
-        else if (kind == field::HEADER || kind == field::THUMBNAIL)
-        {
-            _position = _tagPosition;
-            stop("another item begins inside the record");
-        }
         else
         {
             _res.oddities.push_back({_tagPosition, true});
         }
+    }
+
+    void takeClassVersions(const Properties& tag)
+    {
+        if (!_res.classVersionTags.empty())
+        {
+            _res.oddities.push_back({_tagPosition, true});
+        }
+        enter(ClassVersions);
+        _stage = std::max(_stage, Nodes); // there is only one such tag
+        _res.classVersionTags.emplace_back(_tagPosition, _position);
+        _res.classVersions = tag.getProperties(key::VERSIONS);
     }
 
     void takeBlock(const Properties& tag)
@@ -153,7 +249,7 @@ private:
             return;
         }
         _res.blocks.push_back(std::move(block));
-        if (!end || *end > _end || (*end < _position && !_res.blocks.back().shared))
+        if (!end || *end > _limit || (*end < _position && !_res.blocks.back().shared))
         {
             stop("a block whose payload is not in the record");
         }
@@ -168,7 +264,11 @@ private:
     std::uint64_t _fileSize;
     std::uint64_t _position;
     std::uint64_t _tagPosition = 0; ///< of the tag read last
-    std::uint64_t _end = 0;         ///< of the record, or of the file if that comes first
+    std::uint64_t _declared = 0;    ///< the end that the header tells
+    bool _isConfirmed = false;      ///< whether another item, or the end of the file, is there
+    std::uint64_t _limit = 0;       ///< nothing of the record lies behind it
+    std::uint64_t _ownEnd = 0;      ///< first byte behind the last tag or payload that is no foreign one
+    std::vector<Oddity> _foreign;   ///< tags since then
     std::string _text;
     Stage _stage = ClassVersions;
     bool _stopped = false;

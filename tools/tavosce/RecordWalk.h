@@ -55,6 +55,8 @@ struct RecordContents
     std::vector<StoredNode> nodes;
     std::vector<StoredBlock> blocks;
     std::vector<Oddity> oddities;    ///< what no writer leaves like that, although it can be read
+    std::uint64_t end = 0;           ///< first byte behind its last tag or payload; 0 where there is a fault
+    bool lengthIsRight = true;       ///< whether the header tells that end, foreign tags behind it perhaps included
     std::string fault;               ///< empty if the record is whole; otherwise why the walk ended early
     std::uint64_t faultPosition = 0; ///< where that is
     std::uint64_t readTo = 0;        ///< up to where the walk has read then, which may be far behind
@@ -62,7 +64,9 @@ struct RecordContents
 
 /// Walks the tags of one record, from its header to its end. Unlike the library's index, which jumps back where a block
 /// is shared, this reports every block. The walk goes through the record once and ends at the first thing that is not
-/// as a writer leaves it, so that no payload is ever taken for tags.
+/// as a writer leaves it, so that no payload is ever taken for tags. Where nothing confirms the end that the header
+/// tells, which is an item or the end of the file, the tags tell it: they follow one another without a gap, up to
+/// another item or the end of the file.
 RecordContents walkRecord(std::istream& in, const Properties& header, std::uint64_t fileSize);
 
 } // namespace tavosce

@@ -7,7 +7,6 @@
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
-#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
@@ -26,25 +25,30 @@ namespace
 
 namespace key = sdb::detail::key;
 
-void setPosition(Properties& tag, const char* name, std::uint64_t value)
-{
-    tag.set(name, sdb::detail::hexPosition(value), Properties::Overwrite);
-}
-
 void write(std::ostream& out, const std::string& text)
 {
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-/// Why a piece that is no record and no thumbnail is left out.
-const char* reasonOf(FilePiece::Kind kind)
+/// Makes a tag that will begin at a place point to the byte behind it, as it does to `filePos` in the damaged file.
+void placeBehind(std::uint64_t begin, std::uint64_t filePos, TagText& tag)
 {
-    switch (kind)
+    if (begin + tag.size() != filePos)
+    {
+        tag.widenPosition(key::FILE_POS);
+        tag.setPosition(key::FILE_POS, begin + tag.size());
+    }
+}
+
+/// Why a piece that is no record and no thumbnail is left out.
+const char* reasonOf(const FilePiece& piece)
+{
+    switch (piece.kind)
     {
     case FilePiece::FileHeader:
         return "another file header";
     case FilePiece::Unfinished:
-        return "never finished";
+        return wasFinished(piece) ? "its positions are damaged" : "never finished";
     case FilePiece::UnknownTag:
     case FilePiece::StrayTag:
         return "a tag of no known kind";
@@ -75,11 +79,12 @@ std::vector<const Stored*> inOrder(const std::vector<Stored>& all)
     return res;
 }
 
-/// Why a record cannot be loaded as a whole; empty if it can.
+/// What of a record is lost; empty if nothing is. Its length is written anew.
 std::string faultOf(const std::vector<Finding>& findings)
 {
-    const auto found = std::find_if(findings.begin(), findings.end(),
-                                    [](const Finding& finding) { return finding.kind().severity == Severity::Error; });
+    const auto isLoss = [](const Finding& finding)
+    { return finding.kind().severity == Severity::Error && finding.code != FindingCode::RecordLength; };
+    const auto found = std::find_if(findings.begin(), findings.end(), isLoss);
     return found == findings.end() ? std::string() : found->text();
 }
 
@@ -128,7 +133,7 @@ std::vector<Rescue> Recovery::run()
         }
         else
         {
-            rescue.reason = reasonOf(piece.kind);
+            rescue.reason = reasonOf(piece);
         }
     }
     return res;
@@ -158,15 +163,20 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
         contents = walkRecord(_file.stream(), piece.tag, _file.size());
         rescue.reason = faultOf(_check.check(piece.tag, contents));
     }
-    // Each payload of a file is one record's own, so that all that have to be written anew fit into the file's size.
-    if (rescue.reason.empty() && missingBytes(piece.tag, contents) > _file.size() - _rewritten)
-    {
-        rescue.reason = "refers to more bytes in other places than the file has";
-    }
     if (rescue.reason.empty())
     {
-        rescue.written = _index.records().size();
-        writeRecord(piece, contents);
+        const Plan plan = planRecord(piece, contents);
+        // Each payload of a file is one record's own, so that all that have to be written anew fit into the file's
+        // size.
+        if (plan.rewritten > _file.size() - _rewritten)
+        {
+            rescue.reason = "refers to more bytes in other places than the file has";
+        }
+        else
+        {
+            rescue.written = _index.records().size();
+            writeRecord(contents, plan);
+        }
     }
     _records.push_back(rescue.written);
     if (rescue.written)
@@ -220,48 +230,102 @@ void Recovery::writeThumbnail(const FilePiece& piece, Rescue& rescue)
 {
     rescue.reason.clear();
     rescue.written = _records[*rescue.record];
-    Properties tag = piece.tag;
-    tag.set(key::RECORD_INDEX, static_cast<int>(*rescue.written), Properties::Overwrite);
-    const std::uint64_t begin = sdb::detail::writePosition(_out);
-    setPosition(tag, key::FILE_POS, 0);
-    setPosition(tag, key::FILE_POS, begin + sdb::detail::tagText(tag).size());
-    write(_out, sdb::detail::tagText(tag));
+    TagText tag = textOf(piece.begin, piece.tagEnd);
+    if (piece.tag.getInt(key::RECORD_INDEX) != static_cast<int>(*rescue.written))
+    {
+        tag.setNumber(key::RECORD_INDEX, static_cast<int>(*rescue.written));
+    }
+    placeBehind(sdb::detail::writePosition(_out), sdb::hexFromProp(piece.tag, key::FILE_POS), tag);
+    write(_out, tag.str());
     copy(piece.tagEnd, piece.end);
 }
 
-void Recovery::writeRecord(const FilePiece& piece, const RecordContents& contents)
+/// The header keeps its digits if all its positions stay what they are. Otherwise those that another writer has made
+/// shorter grow, which moves everything behind them.
+Recovery::Plan Recovery::planRecord(const FilePiece& piece, const RecordContents& contents)
 {
-    Properties header = piece.tag;
-    const int frame = _index.nextFrame(header.getString(key::SESSION_ID), header.getString(key::TITLE));
-    if (header.getInt(key::FRAME) != frame)
-    {
-        header.set(key::FRAME, frame, Properties::Overwrite);
-    }
     const std::uint64_t begin = sdb::detail::writePosition(_out);
-    setPosition(header, key::FILE_POS, begin);
-    setPosition(header, key::LENGTH, 0);
-    setPosition(header, key::BINARY_DATA, 0);
-    const std::string pending = sdb::detail::tagText(header);
-    write(_out, pending);
-
-    copyTags(contents);
-    const std::uint64_t firstBlock = sdb::detail::writePosition(_out);
-    for (const StoredBlock* const block : inOrder(contents.blocks))
+    TagText header = textOf(piece.begin, piece.tagEnd);
+    const int frame = _index.nextFrame(piece.tag.getString(key::SESSION_ID), piece.tag.getString(key::TITLE));
+    if (piece.tag.getInt(key::FRAME) != frame)
     {
-        throwIfInterrupted();
-        writeBlock(piece.tag, *block);
+        header.setNumber(key::FRAME, frame);
     }
-    const std::uint64_t end = sdb::detail::writePosition(_out);
-    setPosition(header, key::LENGTH, end - begin);
-    setPosition(header, key::BINARY_DATA, firstBlock);
-    sdb::detail::rewriteTag(_out, begin, pending.size(), header);
-    _out.seekp(static_cast<std::streamoff>(end));
-    _index.registerRecord(header);
+    Plan res = planContents(piece.tag, contents, begin + header.size());
+    const bool isSame = sdb::hexFromProp(piece.tag, key::FILE_POS) == begin &&
+                        sdb::hexFromProp(piece.tag, key::LENGTH) == res.end - begin &&
+                        sdb::hexFromProp(piece.tag, key::BINARY_DATA) == res.firstBlock;
+    if (!isSame)
+    {
+        for (const char* const position : {key::FILE_POS, key::LENGTH, key::BINARY_DATA})
+        {
+            header.widenPosition(position);
+        }
+        res = planContents(piece.tag, contents, begin + header.size());
+        header.setPosition(key::FILE_POS, begin);
+        header.setPosition(key::LENGTH, res.end - begin);
+        header.setPosition(key::BINARY_DATA, res.firstBlock);
+    }
+    res.header = header.str();
+    return res;
 }
 
-/// Copies the tags of class versions and nodes.
-void Recovery::copyTags(const RecordContents& contents)
+/// What follows a record's header, which begins at a place of the new file.
+Recovery::Plan Recovery::planContents(const Properties& header, const RecordContents& contents, std::uint64_t begin)
 {
+    Plan res;
+    for (const auto& [tagBegin, tagEnd] : contents.classVersionTags)
+    {
+        begin += tagEnd - tagBegin;
+    }
+    for (const StoredNode& node : contents.nodes)
+    {
+        begin += node.tagEnd - node.tagPosition;
+    }
+    res.firstBlock = begin;
+    res.end = begin;
+    for (const StoredBlock* const block : inOrder(contents.blocks))
+    {
+        planBlock(header, *block, res);
+    }
+    return res;
+}
+
+void Recovery::planBlock(const Properties& header, const StoredBlock& block, Plan& plan)
+{
+    const RecordCheck::Stored owner = RecordCheck::storedForm(header, block);
+    const auto stored = block.shared ? storedAt(owner, plan) : std::nullopt;
+    TagText tag = textOf(block.tagPosition, block.tagEnd);
+    if (stored)
+    {
+        tag.setPosition(key::FILE_POS, *stored);
+    }
+    else
+    {
+        placeBehind(plan.end, block.filePos, tag);
+        plan.payloads[owner] = plan.end + tag.size();
+        plan.rewritten += block.shared ? block.length : 0;
+    }
+    plan.end += tag.size() + (stored ? 0 : block.length);
+    plan.blocks.push_back({&block, tag.str(), !stored});
+}
+
+/// Where the new file holds a payload already, that record included which is being planned.
+std::optional<std::uint64_t> Recovery::storedAt(const RecordCheck::Stored& owner, const Plan& plan) const
+{
+    for (const auto* const payloads : {&plan.payloads, &_payloads})
+    {
+        if (const auto found = payloads->find(owner); found != payloads->end())
+        {
+            return found->second;
+        }
+    }
+    return std::nullopt;
+}
+
+void Recovery::writeRecord(const RecordContents& contents, const Plan& plan)
+{
+    write(_out, plan.header);
     for (const auto& [begin, end] : contents.classVersionTags)
     {
         copy(begin, end);
@@ -270,36 +334,33 @@ void Recovery::copyTags(const RecordContents& contents)
     {
         copy(node->tagPosition, node->tagEnd);
     }
+    for (const auto& [block, tag, isWritten] : plan.blocks)
+    {
+        throwIfInterrupted();
+        write(_out, tag);
+        copy(block->filePos, block->filePos + (isWritten ? block->length : 0));
+    }
+    for (const auto& [owner, position] : plan.payloads)
+    {
+        _payloads[owner] = position;
+    }
+    _rewritten += plan.rewritten;
+    _index.registerRecord(Properties(plan.header));
 }
 
-void Recovery::writeBlock(const Properties& header, const StoredBlock& block)
+/// The text of a tag of the damaged file. A file that has changed meanwhile leaves the new one in fail state.
+TagText Recovery::textOf(std::uint64_t begin, std::uint64_t end)
 {
-    Properties tag = block.tag;
-    const RecordCheck::Stored owner = RecordCheck::storedForm(header, block);
-    const auto stored = _payloads.find(owner);
-    const bool isWritten = !block.shared || stored == _payloads.end();
-    setPosition(tag, key::FILE_POS, 0);
-    setPosition(tag, key::LENGTH, block.length);
-    const std::uint64_t tagEnd = sdb::detail::writePosition(_out) + sdb::detail::tagText(tag).size();
-    setPosition(tag, key::FILE_POS, isWritten ? tagEnd : stored->second);
-    write(_out, sdb::detail::tagText(tag));
-    if (isWritten)
+    std::string text(end - begin, '\0');
+    std::istream& in = _file.stream();
+    in.clear();
+    sdb::detail::seekTo(in, begin);
+    if (!in.read(text.data(), static_cast<std::streamsize>(text.size())) || Properties(text).empty())
     {
-        copy(block.filePos, block.filePos + block.length);
-        _payloads[owner] = tagEnd;
-        _rewritten += block.shared ? block.length : 0;
+        _out.setstate(std::ios::failbit);
+        text = "{}";
     }
-}
-
-/// How many bytes of shared payloads would have to be written with this record.
-std::uint64_t Recovery::missingBytes(const Properties& header, const RecordContents& contents) const
-{
-    std::uint64_t res = 0;
-    for (const StoredBlock& block : contents.blocks)
-    {
-        res += block.shared && _payloads.count(RecordCheck::storedForm(header, block)) == 0 ? block.length : 0;
-    }
-    return res;
+    return TagText(text);
 }
 
 /// Copies bytes of the damaged file. A file that has become shorter meanwhile leaves the new one in fail state.

@@ -3,6 +3,7 @@
 #include "Findings.h"
 #include "RecordCheck.h"
 #include "ScannedFile.h"
+#include "TagText.h"
 
 #include "scenegraph/io/detail/FileIndex.h"
 
@@ -33,9 +34,10 @@ struct Rescue
 
 /// Writes a scene database anew that holds every record and thumbnail of another one which is whole.
 ///
-/// Payloads are copied as they are. One that is shared stays shared; if the record that held it is dropped, or never
-/// had it for this node in this session, it is written with the first record that refers to it. Positions, frame
-/// numbers and the record numbers of thumbnails become those of the new file; all else stays.
+/// Payloads and tags are copied as they are. A payload that is shared stays shared; if the record that held it is
+/// dropped, or never had it for this node in this session, it is written with the first record that refers to it.
+/// Positions, frame numbers and the record numbers of thumbnails are exchanged where they are others in the new file;
+/// all else stays, spelled as it was.
 class Recovery
 {
 public:
@@ -50,16 +52,37 @@ public:
     std::vector<Rescue> run();
 
 private:
+    /// A block of a record as it will be written.
+    struct PlannedBlock
+    {
+        const StoredBlock* block;
+        std::string tag;
+        bool isWritten; ///< whether its payload follows the tag
+    };
+
+    /// A record as it will be written, with all positions of the new file.
+    struct Plan
+    {
+        std::string header;
+        std::vector<PlannedBlock> blocks;
+        std::map<RecordCheck::Stored, std::uint64_t> payloads; ///< where those that are written lie
+        std::uint64_t firstBlock = 0;
+        std::uint64_t end = 0;
+        std::uint64_t rewritten = 0; ///< bytes of payloads that were shared and have to be written
+    };
+
     void writeFileHeader();
     void takeRecord(const FilePiece& piece, Rescue& rescue);
     void takeThumbnail(const FilePiece& piece, Rescue& rescue);
     void writeEarlyThumbnails();
     void writeThumbnail(const FilePiece& piece, Rescue& rescue);
-    void writeRecord(const FilePiece& piece, const RecordContents& contents);
-    void copyTags(const RecordContents& contents);
-    void writeBlock(const Properties& header, const StoredBlock& block);
+    Plan planRecord(const FilePiece& piece, const RecordContents& contents);
+    Plan planContents(const Properties& header, const RecordContents& contents, std::uint64_t begin);
+    void planBlock(const Properties& header, const StoredBlock& block, Plan& plan);
+    std::optional<std::uint64_t> storedAt(const RecordCheck::Stored& owner, const Plan& plan) const;
+    void writeRecord(const RecordContents& contents, const Plan& plan);
     void copy(std::uint64_t begin, std::uint64_t end);
-    std::uint64_t missingBytes(const Properties& header, const RecordContents& contents) const;
+    TagText textOf(std::uint64_t begin, std::uint64_t end);
 
     ScannedFile& _file;
     std::ostream& _out;

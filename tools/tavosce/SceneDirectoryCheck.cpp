@@ -78,6 +78,17 @@ public:
 
     CheckedFile run()
     {
+        checkFiles();
+        if (_depth == CheckDepth::Everything)
+        {
+            _res.unchecked = _unchecked;
+        }
+        return std::move(_res);
+    }
+
+private:
+    void checkFiles()
+    {
         checkScene();
         const std::string folder = _path + tsg::detail::DATA_DIRECTORY;
         std::list<std::wstring> folders, files;
@@ -87,7 +98,7 @@ public:
             {
                 add(FindingCode::FileRefused, 0, "cannot be read: " + systemReason(), "tsg");
             }
-            return std::move(_res);
+            return;
         }
         checkNames(folder, files.size());
         double done = 0;
@@ -97,10 +108,8 @@ public:
             _progress(done++ / static_cast<double>(files.size()));
             checkFile(folder + '/' + OS::toNarrow(name), "tsg/" + OS::toNarrow(name));
         }
-        return std::move(_res);
     }
 
-private:
     void checkScene()
     {
         using sdb::detail::TagScan;
@@ -122,6 +131,7 @@ private:
             return;
         }
         ++_res.readable;
+        _unchecked.add(file.size());
     }
 
     /// Between records there is a line end, of one byte or two, and nothing else.
@@ -193,6 +203,7 @@ private:
                 return;
             }
             ++_res.readable;
+            _unchecked.add(file.size());
             checkHeader(file, name);
         }
         catch (const Failure& failure)
@@ -257,6 +268,7 @@ private:
     const Progress& _progress;
     std::set<std::string> _nodes;
     std::set<std::tuple<std::string, int, std::string>> _data; ///< owner, kind and name
+    UncheckedData _unchecked;
     CheckedFile _res;
 };
 

@@ -142,6 +142,10 @@ void SceneFile::reportFault(Report& report, std::size_t record, const RecordCont
     {
         report.warning(placeOf(record, contents.faultPosition), contents.fault);
     }
+    else if (!contents.lengthIsRight)
+    {
+        report.warning(placeOf(record, contents.end), "the record ends here, and its header says something else");
+    }
 }
 
 std::string SceneFile::placeOf(std::size_t record) const

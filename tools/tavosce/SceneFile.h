@@ -53,13 +53,16 @@ public:
     /// Whether an item that is added at its end can be found again.
     bool canBeAddedTo() const;
 
+    /// Where the next item would start.
+    std::uint64_t nextItem() const { return _walk.position; }
+
     /// Warns of every place where the file is not whole.
     void reportEnd(Report& report) const;
 
     /// The same as notes, where the question was about something that is whole.
     void noteEnd(Report& report) const;
 
-    /// Warns of what ended the walk of a record, if it is not its end.
+    /// Warns of what ended the walk of a record, if it is not the end that its header says.
     void reportFault(Report& report, std::size_t record, const RecordContents& contents) const;
 
     /// How messages name a record, and a byte in it.

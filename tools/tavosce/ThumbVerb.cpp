@@ -140,19 +140,18 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     }
     const tsg::Bitmap<3> bitmap = readPng(options.picture);
     throwIfInterrupted();
-    tsg::SDBWriter writer;
-    openForAdding(writer, address.file, true);
+    GrowingFile target(address.file, true);
     const auto add = [&]
     {
         errno = 0;
-        const tsg::io::FileIoStatus status = writer.addThumbnail(*record, bitmap);
-        if (status != tsg::io::FileIoStatus::Success || writer.hasFailed())
+        const tsg::io::FileIoStatus status = target.writer().addThumbnail(*record, bitmap);
+        if (status != tsg::io::FileIoStatus::Success || target.writer().hasFailed())
         {
             throw cannotWrite(shown(address.file), systemReason());
         }
     };
     writeHeedingWords(add, shown(address.file), console.report);
-    writer.close();
+    target.finish();
     acknowledge(options, address.file, *record, bitmap, " added", console.out);
 }
 

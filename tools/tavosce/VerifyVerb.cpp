@@ -68,6 +68,17 @@ void writeJson(Json& json, const std::string& path, const CheckedFile& file)
     {
         json.member((nameOf(severity) + std::string("s")).c_str(), static_cast<std::uint64_t>(countOf(file, severity)));
     }
+    if (file.unchecked)
+    {
+        json.beginObject("unchecked");
+        json.member("payloads", file.unchecked->payloads);
+        json.member("bytes", file.unchecked->bytes);
+        json.endObject();
+    }
+    else
+    {
+        json.nullMember("unchecked");
+    }
     json.beginArray("findings");
     for (const Finding& finding : file.findings)
     {
@@ -114,6 +125,11 @@ void printText(std::ostream& out, const std::string& path, const CheckedFile& fi
             << counted(countOf(file, Severity::Note), "note");
     }
     out << '\n';
+    if (file.unchecked && file.unchecked->payloads > 0)
+    {
+        out << shown(path) << ": " << counted(file.unchecked->payloads, "payload") << ", "
+            << counted(file.unchecked->bytes, "byte") << ", stored without a checksum: damage there does not show\n";
+    }
 }
 
 /// What the findings make of the exit code.

@@ -95,6 +95,11 @@ private:
 
 } // namespace
 
+long processNumber()
+{
+    return getpid();
+}
+
 ApartResult runApart(const std::function<void()>& work, const std::function<void()>& meanwhile)
 {
     ApartResult res;

@@ -8,6 +8,9 @@
 namespace OS
 {
 
+/// The number of this process; a copy of it has another one.
+TAVO_EXPORT long processNumber();
+
 /// How work in a process of its own came out.
 struct ApartResult
 {

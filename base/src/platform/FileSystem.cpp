@@ -4,11 +4,9 @@
 #include "platform/detail/Posix.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -23,9 +21,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-/// The longest name of a file that the usual file systems take, in bytes.
-constexpr std::size_t MAX_NAME = 255;
 
 /// What stat(2) says of a path, links followed. Nothing when it says no.
 std::optional<struct stat> statusOf(const std::optional<std::string>& path)
@@ -60,20 +55,6 @@ fs::path normalForm(const std::string& name, std::error_code& error)
                                    : fs::weakly_canonical(path.parent_path(), error) / path.filename();
 }
 
-/// `name` without the bytes beyond `size`, and without a character that the cut would split.
-std::string_view shortened(std::string_view name, std::size_t size)
-{
-    if (name.size() <= size)
-    {
-        return name;
-    }
-    while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xc0) == 0x80)
-    {
-        --size;
-    }
-    return name.substr(0, size);
-}
-
 class PosixFileSystem final : public FileSystem
 {
 public:
@@ -89,9 +70,6 @@ public:
     int replaceFile(const std::wstring& from, const std::wstring& to) override;
     int markForDeletion(const std::wstring& path) override;
     bool isFileName(const std::wstring& name) override;
-
-private:
-    std::atomic<unsigned> _temporaryNumber{0}; ///< keeps names apart that are asked for before either file exists
 };
 
 std::wstring PosixFileSystem::getFilePath(const std::wstring& path)
@@ -188,16 +166,12 @@ std::wstring PosixFileSystem::getTemporaryPath(const std::wstring& path)
     {
         return {};
     }
-    const std::size_t nameStart = original->rfind('/') + 1; // 0 when there is no slash
-    const std::string_view name = std::string_view(*original).substr(nameStart);
+    const std::size_t name = original->rfind('/') + 1; // 0 when there is no slash
     struct stat status = {};
     std::string candidate;
     do
     {
-        const std::string suffix = "." + std::to_string(getpid()) + "-" + std::to_string(_temporaryNumber++) + ".tmp";
-        candidate = original->substr(0, nameStart);
-        candidate += shortened(name, MAX_NAME - suffix.size());
-        candidate += suffix;
+        candidate = original->substr(0, name) + posix::temporaryName(original->substr(name));
     } while (lstat(candidate.c_str(), &status) == 0);
     return toWide(candidate);
 }
@@ -251,7 +225,7 @@ int PosixFileSystem::markForDeletion(const std::wstring& path)
 bool PosixFileSystem::isFileName(const std::wstring& name)
 {
     const auto bytes = posix::systemPath(name);
-    return bytes && !bytes->empty() && bytes->size() <= MAX_NAME && bytes->find('/') == std::string::npos &&
+    return bytes && !bytes->empty() && bytes->size() <= posix::MAX_NAME && bytes->find('/') == std::string::npos &&
            *bytes != "." && *bytes != "..";
 }
 

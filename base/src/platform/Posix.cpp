@@ -3,13 +3,46 @@
 #include "platform/FileSystem.h"
 
 #include <cerrno>
+#include <cstdint>
+#include <string_view>
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace OS::posix
 {
+
+namespace
+{
+
+/// Links that follow one another before the system gives up, too.
+constexpr int MAX_LINKS = 40;
+
+/// `name` without the bytes beyond `size`, and without a character that the cut would split.
+std::string_view shortened(std::string_view name, std::size_t size)
+{
+    if (name.size() <= size)
+    {
+        return name;
+    }
+    while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xc0) == 0x80)
+    {
+        --size;
+    }
+    return name.substr(0, size);
+}
+
+/// The text of a link; empty for anything else.
+std::string linkText(const std::string& path)
+{
+    char text[4096]; // PATH_MAX
+    const ssize_t size = readlink(path.c_str(), text, sizeof text);
+    return {text, size > 0 ? static_cast<std::size_t>(size) : 0};
+}
+
+} // namespace
 
 std::optional<std::string> systemPath(const std::wstring& path)
 {
@@ -45,10 +78,56 @@ int openRegular(const std::wstring& path, int flags)
     {
         return descriptor;
     }
+    closeQuietly(descriptor);
+    return -1;
+}
+
+void closeQuietly(int descriptor)
+{
     const int reason = errno;
     close(descriptor);
     errno = reason;
-    return -1;
+}
+
+std::pair<int, std::string> openFolderOf(const std::string& path)
+{
+    const std::size_t name = path.rfind('/') + 1; // 0 when there is no slash
+    const std::string folder = name == 0 ? "." : path.substr(0, name);
+    constexpr int FLAGS = O_DIRECTORY | O_CLOEXEC;
+    int descriptor = open(folder.c_str(), O_RDONLY | FLAGS);
+    if (descriptor == -1 && errno == EACCES)
+    {
+        descriptor = open(folder.c_str(), O_PATH | FLAGS);
+    }
+    return {descriptor, path.substr(name)};
+}
+
+std::string followLinks(std::string path)
+{
+    for (int i = 0; i < MAX_LINKS; ++i)
+    {
+        const std::string target = linkText(path);
+        if (target.empty())
+        {
+            return path;
+        }
+        path = target.front() == '/' ? target : path.substr(0, path.rfind('/') + 1) + target;
+    }
+    return path;
+}
+
+std::string temporaryName(const std::string& name)
+{
+    constexpr char DIGITS[] = "0123456789abcdef";
+    unsigned char random[8] = {};
+    (void)getrandom(random, sizeof random, 0); // so few bytes always come
+    std::string suffix = ".";
+    for (const unsigned char byte : random)
+    {
+        suffix += {DIGITS[byte >> 4], DIGITS[byte & 15]};
+    }
+    suffix += ".tmp";
+    return std::string(shortened(name, MAX_NAME - suffix.size())) + suffix;
 }
 
 int renameByLink(const std::string& from, const std::string& to)
@@ -65,6 +144,20 @@ int renameByLink(const std::string& from, const std::string& to)
     unlink(to.c_str());
     errno = reason;
     return -1;
+}
+
+BlockedSignals::BlockedSignals()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &_before);
+}
+
+BlockedSignals::~BlockedSignals()
+{
+    const int reason = errno; // handlers run now
+    pthread_sigmask(SIG_SETMASK, &_before, nullptr);
+    errno = reason;
 }
 
 } // namespace OS::posix

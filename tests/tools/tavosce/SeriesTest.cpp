@@ -133,8 +133,6 @@ TEST_F(SeriesTest, anOldStampNeverPassesForNewData)
     vtkDataArray* const values = first->GetPointData()->GetArray("T");
     values->SetTuple1(0, 77);
     first->GetPoints()->SetPoint(0, -1, -1, -1);
-    EXPECT_EQ(tavosce::storedStamps(path("s.sce"), "x").count(values->GetMTime()), 1U);
-    EXPECT_EQ(tavosce::storedStamps(path("s.sce"), "other").size(), 0U);
     addRecord("x", true);
     addRecord("other", true);
     ASSERT_EQ(run("export @s.sce -o @out").code, 0);

@@ -143,6 +143,11 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {ContainerBytes(shares.str()).raw(ContainerBytes().str()).str(), "header-repeated"},
         {ContainerBytes(shares.str()).record("b", {}, position("Length", 0)).str(), "record-unfinished"},
         {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0), "").str(), "thumbnail-unfinished"},
+        {ContainerBytes(shares.str()).record("b", {}, position("Length", 3)).str(), "position-damaged"},
+        {ContainerBytes(shares.str()).record("b", {}, text("Length", "f")).record("c").str(), "position-damaged"},
+        {ContainerBytes(shares.str()).record("b", {}, position("Length", 0xf000000000000123)).str(),
+         "record-unfinished"},
+        {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0x8000000000000123)).str(), "position-damaged"},
         {shares.str() + "{}", "tag-stray"},
         {shares.str() + R"({"DataField":"Other"})", "tag-unknown"},
         {shares.str() + "junk", "gap"},
@@ -152,7 +157,7 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {ContainerBytes().record("a", {array("T", ABC)}, text("DataField", "Hexder")).str(),
          "tag-unknown record-lost tag-unknown gap"},
         {shares.str().substr(0, shares.size() - 1), "record-broken"},
-        {ContainerBytes().record("a", {array("T", ABC)}, shorter).str(), "record-broken tag-unknown gap"},
+        {ContainerBytes().record("a", {array("T", ABC)}, shorter).str(), "record-length"},
         {ContainerBytes().record("a", {}, number("Version", 3)).str(), "record-version"},
         {ContainerBytes().record("a", {}, text("RootNodeKey", "N_9")).str(), "record-root"},
         {ContainerBytes().record("a", {array("T", ABC)}, position("BinaryData", 200)).str(), "record-blocks"},
@@ -162,8 +167,10 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
          "node-missing block-order"},
         {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Node","ObjectKey":"N_0"})", position("Length", 2))),
          "record-order node-order block-size"},
-        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Lost"})", position("Length", 2))),
+        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Nodx","ObjectKey":"N_2"})", position("Length", 2))),
          "record-tag block-size"},
+        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Other"})", position("Length", 2))),
+         "block-size tag-unknown"},
         // blocks
         {aRecord(array("T", ABC, number("Tag", 8))), "block-kind"},
         {ContainerBytes(shares.str()).record("b", {{"U", "", payload, chars()}}).str(), "payload-shared"},
@@ -210,7 +217,8 @@ TEST_F(VerifyTest, sceneDirectoriesAreCheckedFileByFile)
     write("d/tsg/lost2.dataArray", chars("2"));
     write("d/tsg/lost3.dataArray", chars("3"));
     write("d/tsg/lost4.dataArray", chars("2") + "cd");
-    write("d/tsg/more.polyData", "{\"ObjectKey\":\"N\",\"Tag\":2}\nno polydata");
+    const std::string polys = bytes("d/tsg/PolyDataNode_1.polyData");
+    write("d/tsg/more.polyData", polys.substr(0, polys.find_last_not_of(" \n") + 1)); // perhaps in its last number
     std::filesystem::create_directory(path("d/tsg/folder"));
     write("d/scene.tsg",
           bytes("d/scene.tsg") + R"({"ObjectKey":"SceneNode_1","Properties":{}}junk{"x":1})" + "\n{\"a\n");
@@ -255,6 +263,25 @@ TEST_F(VerifyTest, resultsNameTheirPlaceAndTheExitCodeTheWorst)
     EXPECT_EQ(run("verify @foreign.sce @note.sce").code, 4);
     EXPECT_EQ(run("verify @missing.sce").code, 3);
     EXPECT_EQ(run("verify --json @missing.sce @note.sce").json()["files"].Size(), 2U);
+}
+
+TEST_F(VerifyTest, whatHasNoChecksumIsSummedUp)
+{
+    ContainerBytes file;
+    file.record("a", {array("T", ABC), array("Z", aZlibBlock(), number("NumberOfTuples", 99)), array("bad", "\7abc")});
+    file.record("b", {array("none", ""), array("U", ABC)});
+    write("x.sce", file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0).str());
+    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":3,"bytes":18})");
+    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 3 payloads, 18 bytes, stored without a checksum"));
+    EXPECT_EQ(at(run("verify --quick --json @x.sce").json(), "/files/0/unchecked"), "null");
+    EXPECT_THAT(run("verify --quick @x.sce").out, Not(HasSubstr("checksum")));
+
+    std::filesystem::create_directories(path("d/tsg"));
+    write("d/scene.tsg", R"({"ObjectKey":"N","Properties":{}})");
+    write("d/tsg/good", R"({"ObjectKey":"N","DataType":3,"Size":2,"Tag":0})"
+                        "\nab");
+    write("d/tsg/bad", "junk");
+    EXPECT_THAT(run("verify @d").out, HasSubstr("d: 2 payloads, 83 bytes, stored without"));
 }
 
 TEST_F(VerifyTest, theCatalogueListsEveryCode)

@@ -2,9 +2,12 @@
 
 #include "core/Export.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include <signal.h> // NOLINT(modernize-deprecated-headers): sigset_t is not in the standard one
 #include <sys/types.h>
 
 /// What the sources of the platform library share. Failures are answers; `errno` tells the reason.
@@ -17,6 +20,9 @@ std::optional<std::string> systemPath(const std::wstring& path);
 /// Whether a file of this mode is a regular one. If not: EISDIR for a directory, ENOTSUP for anything else.
 bool checkRegular(mode_t mode);
 
+/// The longest name of a file that the usual file systems take, in bytes.
+constexpr std::size_t MAX_NAME = 255;
+
 /// The permissions of a new file, less the process's mask.
 constexpr mode_t READ_WRITE_FOR_ALL = 0666;
 
@@ -24,8 +30,33 @@ constexpr mode_t READ_WRITE_FOR_ALL = 0666;
 /// descriptor is the caller's and is not inherited by other programs; -1 on failure.
 int openRegular(const std::wstring& path, int flags);
 
+/// Closes a descriptor and leaves the reason of an earlier failure in place.
+void closeQuietly(int descriptor);
+
+/// Opens the folder of a path, for reading if that is allowed; -1 on failure. The second is the last part of the path.
+std::pair<int, std::string> openFolderOf(const std::string& path);
+
+/// Where a path leads if its last part is a link, or a link to links, even if nothing is there; else the path itself.
+std::string followLinks(std::string path);
+
+/// A name beside `name` that nobody can foresee, and that file systems take.
+std::string temporaryName(const std::string& name);
+
 /// The way of `renameFile` where the file system cannot rename without replacing: the file has both names for a moment.
 /// 0 on success; otherwise nothing has changed.
 TAVO_EXPORT int renameByLink(const std::string& from, const std::string& to);
+
+/// Holds back all signals of this thread, so that none ends the process halfway.
+class BlockedSignals
+{
+public:
+    BlockedSignals();
+    ~BlockedSignals();
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t _before;
+};
 
 } // namespace OS::posix

@@ -2,12 +2,13 @@
 
 #include "scenegraph/io/detail/ArrayReader.h"
 #include "scenegraph/io/detail/CellImport.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
-#include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/MemoryStream.h"
 #include "scenegraph/io/detail/TokenReader.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
+#include <algorithm>
 #include <cstring>
 #include <istream>
 
@@ -40,13 +41,6 @@ constexpr VtkReport FAILED_TEXT_CELLS{"Error reading ascii cell data!", SOURCE, 
 constexpr VtkReport FAILED_BINARY_CELLS{"Error reading binary cell data!", SOURCE, 652};
 constexpr VtkReport NO_COORDINATES_TYPE{"Cannot read coordinates type!", SOURCE, 712};
 
-/// Bytes of a stream from its position to its end; 0 if it cannot seek.
-std::uint64_t remainingSize(std::istream& in)
-{
-    const std::streamoff position = in.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-    return position < 0 ? 0 : sdb::detail::streamSize(in) - static_cast<std::uint64_t>(position);
-}
-
 /// What the file-type word of a header denotes; 0 if nothing.
 int fileTypeOf(std::string_view token)
 {
@@ -58,6 +52,23 @@ int fileTypeOf(std::string_view token)
 }
 
 } // namespace
+
+struct SDBDataReader::OwnRun
+{
+    explicit OwnRun(std::istream* in)
+        : budget(sdb::detail::MemoryBudget::forInput(in != nullptr ? sdb::detail::bytesLeft(*in) : 0))
+        , run(budget)
+    {
+    }
+
+    sdb::detail::MemoryBudget budget;
+    detail::CodecRun run;
+};
+
+void detail::lend(SDBDataReader& reader, CodecRun* run)
+{
+    reader.Lent = run;
+}
 
 vtkObjectFactoryNewMacro(SDBDataReader);
 
@@ -80,27 +91,30 @@ SDBDataReader::~SDBDataReader()
 void SDBDataReader::SetIStream(std::istream* stream)
 {
     this->Stream = stream;
-    this->OwnBudget.reset();
+    this->Own.reset();
     this->Modified();
 }
 
-void SDBDataReader::SetMemoryBudget(sdb::detail::MemoryBudget* budget)
+detail::CodecRun& SDBDataReader::LentRun()
 {
-    this->Budget = budget;
+    if (this->Lent != nullptr)
+    {
+        return *this->Lent;
+    }
+    if (!this->Own)
+    {
+        this->Own = std::make_unique<OwnRun>(this->Stream);
+    }
+    return this->Own->run;
 }
 
-sdb::detail::MemoryBudget& SDBDataReader::RunBudget()
+void SDBDataReader::Announce(std::string_view kind, std::string_view name)
 {
-    if (this->Budget != nullptr)
+    this->Announced = kind;
+    if (!name.empty())
     {
-        return *this->Budget;
+        this->Announced.append(" \"").append(name).append("\"");
     }
-    if (!this->OwnBudget)
-    {
-        const std::uint64_t left = this->Stream != nullptr ? remainingSize(*this->Stream) : 0;
-        this->OwnBudget = std::make_unique<sdb::detail::MemoryBudget>(sdb::detail::loadMemory(left));
-    }
-    return *this->OwnBudget;
 }
 
 void SDBDataReader::SetHeader(const char* header) vtkSetStringBodyMacro(Header, header);
@@ -160,7 +174,7 @@ bool SDBDataReader::IsText() const
 int SDBDataReader::ReadHeader()
 {
     char line[detail::TOKEN_BYTES];
-    this->OwnBudget.reset();
+    this->Own.reset();
     if (!this->ReadLine(line))
     {
         return this->Fail(NO_FIRST_LINE);
@@ -209,7 +223,7 @@ void SDBDataReader::CheckFor(const char* keyword, char* line, std::vector<std::s
 
 detail::ArrayReader SDBDataReader::Arrays()
 {
-    return {*this->Stream, this->IsText(), this->RunBudget(), *this};
+    return {*this->Stream, this->IsText(), this->LentRun(), this->Announced, *this};
 }
 
 vtkSmartPointer<vtkDataArray> SDBDataReader::ReadWordAndArray(const VtkReport& failure, int tuples, int components)
@@ -221,6 +235,13 @@ vtkSmartPointer<vtkDataArray> SDBDataReader::ReadWordAndArray(const VtkReport& f
         return nullptr;
     }
     return this->Arrays().read(LowerCase(word), tuples, components);
+}
+
+vtkSmartPointer<vtkDataArray> SDBDataReader::ReadNamedArray(const char* name, const char* typeWord, int tuples,
+                                                            int components)
+{
+    this->Announce("array", name);
+    return vtkSmartPointer<vtkDataArray>::Take(this->ReadArray(typeWord, tuples, components));
 }
 
 vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int components)
@@ -241,6 +262,7 @@ vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int com
 
 int SDBDataReader::ReadPoints(vtkPointSet* points, int count)
 {
+    this->Announce("points");
     const vtkSmartPointer<vtkDataArray> coordinates = this->ReadWordAndArray(NO_POINTS_TYPE, count, 3);
     if (coordinates == nullptr)
     {
@@ -255,6 +277,7 @@ int SDBDataReader::ReadPoints(vtkPointSet* points, int count)
 
 int SDBDataReader::ReadCoordinates(vtkRectilinearGrid* grid, int axis, int count)
 {
+    this->Announce("coordinates");
     const vtkSmartPointer<vtkDataArray> coordinates = this->ReadWordAndArray(NO_COORDINATES_TYPE, count, 1);
     if (coordinates == nullptr)
     {
@@ -276,49 +299,79 @@ int SDBDataReader::ReadCoordinates(vtkRectilinearGrid* grid, int axis, int count
     return 1;
 }
 
-int SDBDataReader::ReadCells(int size, int* list)
+// --- Cells -----------------------------------------------------------------------------------------------------------
+
+/// Hands `take` the source of a connectivity list of more than 0 integers. False after an error of a list that is text.
+bool SDBDataReader::ReadConnectivity(int size, const detail::TakeContent& take)
 {
-    if (size > 0 && !this->IsText() && this->Stream != nullptr)
+    if (!this->IsText())
     {
-        const std::uint64_t bytes = static_cast<std::uint64_t>(size) * sizeof(int);
-        (void)this->Arrays().readBlock(reinterpret_cast<char*>(list), bytes); // warned of already
+        // What is missing is warned of already.
+        (void)this->Arrays().readBlock(static_cast<std::uint64_t>(size) * sizeof(int), take);
+        return true;
     }
-    else
+    detail::NumberReader numbers(*this->Stream);
+    bool failed = false;
+    const auto source = [&](char* data, std::uint64_t bytes)
     {
-        std::fill_n(list, size, 0);
-    }
-    if (this->IsText() && this->Stream != nullptr)
-    {
-        detail::NumberReader numbers(*this->Stream);
-        for (int i = 0; i < size; ++i)
+        std::uint64_t at = 0;
+        for (int value = 0; !failed && at < bytes; at += sizeof value)
         {
-            if (!numbers.read(list[i]))
-            {
-                return this->Fail(FAILED_TEXT_CELLS);
-            }
+            failed = !numbers.read(value);
+            std::memcpy(data + at, &value, sizeof value);
         }
+        return at;
+    };
+    return take(source) && (!failed || this->Fail(FAILED_TEXT_CELLS) != 0);
+}
+
+bool SDBDataReader::ReadCellList(int size, detail::ConnectivityBuffer& list)
+{
+    bool hasRoom = size == 0;
+    const auto take = [&](const detail::ValueSource& source)
+    {
+        hasRoom = list.read(size, this->LentRun().budget, source);
+        return hasRoom;
+    };
+    if (size > 0)
+    {
+        (void)this->ReadConnectivity(size, take); // what is missing shows in the list
     }
     this->AdvanceProgress();
-    return 1;
+    return hasRoom;
+}
+
+int SDBDataReader::ReadCells(int size, int* list)
+{
+    bool complete = true;
+    std::fill_n(list, std::max(size, 0), 0);
+    if (size > 0 && this->Stream != nullptr)
+    {
+        const auto take = [&](const detail::ValueSource& source)
+        {
+            source(reinterpret_cast<char*>(list), static_cast<std::uint64_t>(size) * sizeof(int));
+            return true;
+        };
+        complete = this->ReadConnectivity(size, take);
+    }
+    if (complete)
+    {
+        this->AdvanceProgress();
+    }
+    return complete ? 1 : 0;
 }
 
 int SDBDataReader::ReadCells(int size, int* list, int skip1, int read2, int /*skip3*/)
 {
     const VtkReport& failure = this->IsText() ? FAILED_TEXT_CELLS : FAILED_BINARY_CELLS;
-    if (this->Stream == nullptr)
+    if (this->Stream == nullptr || size < 0)
     {
         return this->Fail(failure);
     }
-    detail::ConnectivityBuffer whole(size, this->RunBudget());
-    if (whole.get() == nullptr)
-    {
-        return this->Fail(failure);
-    }
-    if (!this->ReadCells(size, whole.get()))
-    {
-        return 0;
-    }
-    if (this->Stream->fail() || !detail::copyCells(whole.get(), size, skip1, read2, list))
+    const sdb::detail::Charge charge(this->LentRun().budget, static_cast<std::uint64_t>(size) * sizeof(int));
+    detail::ConnectivityBuffer whole;
+    if (!charge.granted() || !this->ReadCellList(size, whole) || this->Stream->fail() ||
+        !detail::copyCells(whole.get(), size, skip1, read2, list))
     {
         return this->Fail(failure);
     }

@@ -2,9 +2,12 @@
 
 #include "core/Export.h"
 
+#include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <vtkAlgorithm.h>
@@ -17,27 +20,31 @@ class vtkFieldData;
 class vtkPointSet;
 class vtkRectilinearGrid;
 
-namespace sdb::detail
-{
-class MemoryBudget;
-}
-
 namespace tsg
 {
+
+class SDBDataReader;
 
 namespace detail
 {
 class ArrayReader;
+class ConnectivityBuffer;
 class FieldArrays;
+struct CodecRun;
 struct VtkReport;
+using ValueSource = std::function<std::uint64_t(char* data, std::uint64_t bytes)>;
+using TakeContent = std::function<bool(const ValueSource& content)>;
+void lend(SDBDataReader& reader, CodecRun* run);
 } // namespace detail
 
 /// Reads the parts of dataset blocks from a caller's stream; docs/formats/dataset-block.md describes the bytes. It
 /// reads no dataset by itself: SDBPolyDataReader drives it.
 ///
 /// Operations that return int return 1 for success and 0 for failure, reported as an error event of this object; data
-/// that end early are a generic warning of VTK's output window, and what was read is kept. The stream is left where
-/// reading stopped. Lines and words go to buffers of 256 bytes.
+/// that end early are a generic warning of VTK's output window, and what was read is kept. A block of values that is
+/// damaged, or has another length than its array, is an error event that names the array; the values that did not come
+/// are zero, and reading goes on behind it. The stream is left where reading stopped. Lines and words go to buffers of
+/// 256 bytes.
 class TAVO_EXPORT SDBDataReader : public vtkAlgorithm
 {
 public:
@@ -48,15 +55,12 @@ public:
     SDBDataReader(const SDBDataReader&) = delete;
     SDBDataReader& operator=(const SDBDataReader&) = delete;
 
-    /// The stream to read, which has to be seekable and to outlive every run; borrowed. One stream is read once: the
-    /// next run needs another call.
+    /// The stream to read, which has to outlive every run; borrowed. One stream is read once: the next run needs
+    /// another call. Memory is taken in proportion to the bytes that it has left; of a stream that cannot seek nobody
+    /// knows that, and memory grows with what arrives.
     void SetIStream(std::istream* stream);
 
     std::istream* GetIStream() const { return this->Stream; }
-
-    /// What a run may take in memory; borrowed, and to outlive every run. Null, the default, gives each run what the
-    /// bytes left in its stream can honestly need.
-    void SetMemoryBudget(sdb::detail::MemoryBudget* budget);
 
     /// The title line of the last header read; null before.
     vtkGetStringMacro(Header);
@@ -133,7 +137,7 @@ public:
     /// Reads the type word and coordinates of `count` points and gives them to the point set.
     int ReadPoints(vtkPointSet* points, int count);
 
-    /// Reads `size` integers of a connectivity list. Those of a damaged block are left as they were, which is no
+    /// Reads `size` integers of a connectivity list. Those that a damaged block does not give are zero, which is no
     /// failure.
     int ReadCells(int size, int* list);
 
@@ -190,7 +194,7 @@ protected:
     static int ReadDataSetData(vtkDataSet* data);
 
     /// Replaces "%" and two characters by the byte they denote in base 16, as far as they do; a "%" with fewer behind
-    /// it is dropped. `result` has 256 bytes.
+    /// it is dropped. `result` has 256 bytes, which bound what it gets.
     static void DecodeArrayName(char* result, const char* name);
 
     /// The names of arrays that header lines have announced, a list for each kind of record.
@@ -222,8 +226,9 @@ protected:
 
     static constexpr vtkIdType ANY_COUNT = -1;
 
-    /// Reads the count of a section behind its keyword. False if it cannot be read or is not the expected one.
-    bool ReadSectionCount(SectionKind kind, const SectionCounts& expected, int& count);
+    /// Reads the count of a section behind its keyword; the first follows the geometry, others are inside that. False
+    /// if it cannot be read or is not the expected one.
+    bool ReadSectionCount(SectionKind kind, const SectionCounts& expected, bool isFirst, int& count);
 
     /// Reads the records of a section of `count` tuples and of the other section until the stream ends. 0 if a count of
     /// a further section or a record fails.
@@ -232,8 +237,15 @@ protected:
     /// Progress goes half of the way that is left.
     void AdvanceProgress();
 
-    /// The budget of this run.
-    sdb::detail::MemoryBudget& RunBudget();
+    /// Reads a list of `size` integers, not below 0, into memory that is taken for it; what is damaged or missing is
+    /// zero, and reported. False if there is no room for it. Nothing is charged.
+    bool ReadCellList(int size, detail::ConnectivityBuffer& list);
+
+    /// What this run has been lent, or takes for itself.
+    detail::CodecRun& LentRun();
+
+    /// Says what is being read next, for messages: the name of an array, a table or a section.
+    void Announce(std::string_view kind, std::string_view name = {});
 
     Characteristics InFile;
 
@@ -248,7 +260,9 @@ private:
     bool ReadName(char name[256]);
     bool IsText() const;
     detail::ArrayReader Arrays();
+    bool ReadConnectivity(int size, const detail::TakeContent& take);
     vtkSmartPointer<vtkDataArray> ReadWordAndArray(const detail::VtkReport& failure, int tuples, int components);
+    vtkSmartPointer<vtkDataArray> ReadNamedArray(const char* name, const char* typeWord, int tuples, int components);
 
     int ReadRecords(SectionData* sets, SectionKind kind, int count, const SectionCounts& expected);
     int ReadRecord(const char* word, SectionKind kind, SectionData& data, int count);
@@ -262,15 +276,18 @@ private:
     int KeepAttribute(const AttributeKind& kind, const char* name, bool active, vtkDataArray* array,
                       vtkDataSetAttributes* set);
     int ReadScalarHeader(char* name, char* typeWord, int& components, char* table);
-    vtkSmartPointer<vtkDataArray> ReadColors(int tuples, int components);
-    int ReadTableColors(unsigned char* colors, int size);
+    vtkSmartPointer<vtkDataArray> ReadColors(const char* name, int tuples, int components);
+    bool ReadTableColors(int size, const detail::TakeContent& take);
 
     int Fail(const detail::VtkReport& report, const char* detail = "");
     void SetHeader(const char* header);
 
     std::istream* Stream = nullptr;
-    sdb::detail::MemoryBudget* Budget = nullptr;
-    std::unique_ptr<sdb::detail::MemoryBudget> OwnBudget; ///< in place of a missing one, made at its first use in a run
+    detail::CodecRun* Lent = nullptr; ///< see lend
+    struct OwnRun;
+    std::unique_ptr<OwnRun> Own; ///< in place of what was not lent, made at its first use in a run
+    std::string Announced;       ///< see Announce
+    friend void detail::lend(SDBDataReader& reader, detail::CodecRun* run);
 
     int FileType = 1;
     char* Header = nullptr;

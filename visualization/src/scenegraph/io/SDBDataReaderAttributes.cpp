@@ -2,7 +2,6 @@
 
 #include "scenegraph/io/detail/ArrayReader.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
-#include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/StoredArray.h"
 #include "scenegraph/io/detail/TokenReader.h"
 #include "scenegraph/io/detail/VtkReport.h"
@@ -106,7 +105,7 @@ int SDBDataReader::ReadAttributeArray(const AttributeKind& kind, const char* nam
                                       vtkDataSetAttributes* set, int count)
 {
     const bool active = BecomesActive(kind, name, set);
-    const auto array = vtkSmartPointer<vtkDataArray>::Take(this->ReadArray(typeWord, count, kind.Components));
+    const auto array = this->ReadNamedArray(name, typeWord, count, kind.Components);
     return this->KeepAttribute(kind, name, active, array, set);
 }
 
@@ -203,25 +202,26 @@ int SDBDataReader::ReadScalarData(vtkDataSetAttributes* set, int count)
     return this->ReadAttributeArray(kind, name, typeWord, set, count);
 }
 
-vtkSmartPointer<vtkDataArray> SDBDataReader::ReadColors(int tuples, int components)
+vtkSmartPointer<vtkDataArray> SDBDataReader::ReadColors(const char* name, int tuples, int components)
 {
     if (!this->IsText())
     {
-        return vtkSmartPointer<vtkDataArray>::Take(this->ReadArray("unsigned_char", tuples, components));
+        return this->ReadNamedArray(name, "unsigned_char", tuples, components);
     }
-    const auto fractions = vtkSmartPointer<vtkDataArray>::Take(this->ReadArray("float", tuples, components));
+    const auto fractions = this->ReadNamedArray(name, "float", tuples, components);
     if (fractions == nullptr)
     {
         return nullptr;
     }
-    const auto convert = [&fractions](char* data, std::uint64_t bytes)
+    const auto* next = static_cast<const float*>(fractions->GetVoidPointer(0));
+    const auto convert = [&next](char* data, std::uint64_t bytes)
     {
-        const auto* const values = static_cast<const float*>(fractions->GetVoidPointer(0));
-        std::transform(values, values + bytes, reinterpret_cast<unsigned char*>(data), colorByte);
-        return true;
+        std::transform(next, next + bytes, reinterpret_cast<unsigned char*>(data), colorByte);
+        next += bytes;
+        return bytes;
     };
-    return detail::makeStoredArray(VTK_UNSIGNED_CHAR, components, fractions->GetNumberOfValues(), this->RunBudget(),
-                                   convert);
+    return detail::makeStoredArray(VTK_UNSIGNED_CHAR, 1, components, fractions->GetNumberOfValues(),
+                                   this->LentRun().budget, convert);
 }
 
 int SDBDataReader::ReadCoScalarData(vtkDataSetAttributes* set, int count)
@@ -235,30 +235,31 @@ int SDBDataReader::ReadCoScalarData(vtkDataSetAttributes* set, int count)
     const AttributeKind kind{vtkDataSetAttributes::SCALARS, components, this->ScalarsName, this->ReadAllColorScalars,
                              NO_COLORS};
     const bool active = BecomesActive(kind, name, set);
-    return this->KeepAttribute(kind, name, active, this->ReadColors(count, components), set);
+    return this->KeepAttribute(kind, name, active, this->ReadColors(name, count, components), set);
 }
 
 // --- Lookup tables ---------------------------------------------------------------------------------------------------
 
-int SDBDataReader::ReadTableColors(unsigned char* colors, int size)
+/// The source of a table's colours, handed to `take`. False if not all of them come.
+bool SDBDataReader::ReadTableColors(int size, const detail::TakeContent& take)
 {
-    const int bytes = detail::COLOR_BYTES * size;
-    if (!this->IsText())
+    const std::uint64_t bytes = std::uint64_t{detail::COLOR_BYTES} * static_cast<unsigned>(size);
+    if (size == 0 || !this->IsText())
     {
-        const bool whole = this->Arrays().readBlock(reinterpret_cast<char*>(colors), bytes);
-        return whole || this->Fail(FAILED_BINARY_TABLE);
+        return size == 0 || this->Arrays().readBlock(bytes, take) || this->Fail(FAILED_BINARY_TABLE) != 0;
     }
     detail::NumberReader numbers(*this->Stream);
-    for (int i = 0; i < bytes; ++i)
+    bool complete = true;
+    const auto source = [&](char* data, std::uint64_t count)
     {
-        float fraction = 0.0F;
-        if (!numbers.read(fraction))
+        std::uint64_t at = 0;
+        for (float fraction = 0; at < count && (complete = numbers.read(fraction)); ++at)
         {
-            return this->Fail(FAILED_TEXT_TABLE);
+            data[at] = static_cast<char>(colorByte(fraction));
         }
-        colors[i] = colorByte(fraction);
-    }
-    return 1;
+        return at;
+    };
+    return (take(source) && complete) || this->Fail(FAILED_TEXT_TABLE) != 0;
 }
 
 int SDBDataReader::ReadLutData(vtkDataSetAttributes* set)
@@ -269,24 +270,28 @@ int SDBDataReader::ReadLutData(vtkDataSetAttributes* set)
     {
         return this->Fail(NO_TABLE);
     }
-    if (size > INT32_MAX / detail::COLOR_BYTES ||
-        !this->RunBudget().charge(static_cast<std::uint64_t>(size) * detail::COLOR_BYTES))
+    const std::uint64_t bytes = std::uint64_t{detail::COLOR_BYTES} * static_cast<unsigned>(size);
+    this->Announce("lookup table", name);
+    if (size > INT32_MAX / detail::COLOR_BYTES || !this->LentRun().budget.charge(bytes))
     {
         return this->Fail(this->IsText() ? FAILED_TEXT_TABLE : FAILED_BINARY_TABLE);
+    }
+    detail::AdoptableMemory colors;
+    const auto take = [&](const detail::ValueSource& source)
+    {
+        colors = detail::readMemory(bytes, this->LentRun().budget, source);
+        return colors != nullptr;
+    };
+    if (!this->ReadTableColors(size, take))
+    {
+        return 0;
     }
     const vtkNew<vtkLookupTable> table;
     table->SetNumberOfTableValues(size);
     // Values that are not written through WritePointer are lost when the table is built.
-    unsigned char* const colors = table->WritePointer(0, size);
-    std::fill_n(colors, detail::COLOR_BYTES * size, static_cast<unsigned char>(0));
-    if (!this->ReadTableColors(colors, size))
-    {
-        return 0;
-    }
+    std::copy_n(colors.get(), bytes, reinterpret_cast<char*>(table->WritePointer(0, size)));
     vtkDataArray* const scalars = set->GetScalars();
-    // VTK has no use for a table without colours.
-    if (scalars != nullptr && size > 0 && detail::isWanted(this->LookupTableName, name) &&
-        detail::isWanted(this->ScalarLut, name))
+    if (scalars != nullptr && detail::isWanted(this->LookupTableName, name) && detail::isWanted(this->ScalarLut, name))
     {
         scalars->SetLookupTable(table);
     }

@@ -25,24 +25,29 @@ constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDBDataReader";
 
 constexpr VtkReport NO_FIELD{"Cannot read field header!", SOURCE, 1232};
 
+constexpr const char* POLY_DATA_SOURCE = "visualization/src/scenegraph/io/SDBPolyDataReader";
+
 /// What distinguishes the two attribute sections.
 struct Section
 {
     std::string_view keyword;
-    VtkReport noCount;
-    VtkReport otherCount;
+    VtkReport noCount;        ///< of the section that follows the geometry
+    VtkReport otherCount;     ///< of any
+    VtkReport noFurtherCount; ///< of one inside the other section
     VtkReport unsupportedRecord;
 };
 
 /// Indexed by SDBDataReader::SectionKind.
 constexpr Section SECTIONS[] = {
     {detail::CELL_DATA_WORD,
+     {"Cannot read cell data!", POLY_DATA_SOURCE, 228},
+     {"Number of cells don't match number data values!", POLY_DATA_SOURCE, 236},
      {"Cannot read cell data!", SOURCE, 268},
-     {"Number of cells don't match number data values!", SOURCE, 276},
      {"Unsupported cell attribute type: ", SOURCE, 366}},
     {detail::POINT_DATA_WORD,
+     {"Cannot read point data!", POLY_DATA_SOURCE, 252},
+     {"Number of points don't match number data values!", POLY_DATA_SOURCE, 260},
      {"Cannot read point data!", SOURCE, 386},
-     {"Number of points don't match number data values!", SOURCE, 394},
      {"Unsupported point attribute type: ", SOURCE, 484}},
 };
 
@@ -78,12 +83,12 @@ int SDBDataReader::ReadCellData(vtkDataSet* data, int count)
     return this->ReadRecords(data, CellSection, count, {data->GetNumberOfCells(), data->GetNumberOfPoints()});
 }
 
-bool SDBDataReader::ReadSectionCount(SectionKind kind, const SectionCounts& expected, int& count)
+bool SDBDataReader::ReadSectionCount(SectionKind kind, const SectionCounts& expected, bool isFirst, int& count)
 {
     const vtkIdType wanted = kind == CellSection ? expected.Cells : expected.Points;
     if (!this->Read(&count) || (wanted == ANY_COUNT && count < 0))
     {
-        return this->Fail(SECTIONS[kind].noCount);
+        return this->Fail(isFirst ? SECTIONS[kind].noCount : SECTIONS[kind].noFurtherCount);
     }
     return wanted == ANY_COUNT || wanted == count || this->Fail(SECTIONS[kind].otherCount);
 }
@@ -114,7 +119,7 @@ int SDBDataReader::ReadRecords(SectionData* sets, SectionKind kind, int count, c
         if (detail::beginsWith(word, SECTIONS[other].keyword))
         {
             kind = other;
-            if (!this->ReadSectionCount(kind, expected, count))
+            if (!this->ReadSectionCount(kind, expected, false, count))
             {
                 return 0;
             }
@@ -217,8 +222,7 @@ vtkFieldData* SDBDataReader::ReadFieldData()
     FieldArrayLine line;
     for (int i = 0; i < count && this->ReadFieldArrayLine(line); ++i)
     {
-        const auto array =
-            vtkSmartPointer<vtkDataArray>::Take(this->ReadArray(line.TypeWord, line.Tuples, line.Components));
+        const auto array = this->ReadNamedArray(line.Name, line.TypeWord, line.Tuples, line.Components);
         if (array == nullptr)
         {
             return nullptr;

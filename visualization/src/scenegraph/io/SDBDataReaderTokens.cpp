@@ -2,7 +2,6 @@
 
 #include "scenegraph/io/detail/TokenReader.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -87,8 +86,9 @@ char* SDBDataReader::LowerCase(char* text, std::size_t length)
 
 void SDBDataReader::DecodeArrayName(char* result, const char* name)
 {
-    const char* const end = name + std::min<std::size_t>(std::strlen(name), detail::TOKEN_BYTES - 1);
-    while (name != end)
+    const char* const end = name + std::strlen(name);
+    const char* const full = result + detail::TOKEN_BYTES - 1;
+    while (name != end && result != full)
     {
         if (*name != '%')
         {

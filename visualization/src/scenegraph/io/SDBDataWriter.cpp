@@ -4,6 +4,7 @@
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/ArrayRecord.h"
 #include "scenegraph/io/detail/BlockText.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/ConnectivityList.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
 #include "scenegraph/io/detail/TextValues.h"
@@ -40,6 +41,11 @@ constexpr int COORDINATE_SHIFT = 34;
 constexpr int NO_NARROWING = 0;
 
 } // namespace
+
+void detail::lend(SDBDataWriter& writer, const Pulse* pulse)
+{
+    writer.BlockPulse = pulse;
+}
 
 vtkObjectFactoryNewMacro(SDBDataWriter);
 
@@ -122,7 +128,9 @@ void SDBDataWriter::WriteBlock(std::ofstream* fp, const void* data, std::uint64_
 {
     const bool compress = this->CompressBinaryData != 0 && size >= detail::MIN_COMPRESSED_BYTES;
     const CompressionMethods method = compress ? CompressionMethods::Zlib : CompressionMethods::None;
-    if (size > 0 && !sdb::writeCompressed(*fp, static_cast<const char*>(data), size, method))
+    const detail::Pulse none;
+    const detail::Pulse& pulse = this->BlockPulse != nullptr ? *this->BlockPulse : none;
+    if (size > 0 && !sdb::detail::writeBlock(*fp, static_cast<const char*>(data), size, method, pulse))
     {
         raise(BLOCK_FAILED);
     }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,10 +24,14 @@ class vtkPoints;
 namespace tsg
 {
 
+class SDBDataWriter;
+
 namespace detail
 {
 class ArrayRecord;
 struct AttributeFormat;
+using Pulse = std::function<void(std::uint64_t bytes)>;
+void lend(SDBDataWriter& writer, const Pulse* pulse);
 } // namespace detail
 
 /// The general part of the writer of dataset blocks (docs/formats/dataset-block.md): header, points, cells, attributes
@@ -201,6 +206,8 @@ private:
     std::ofstream* OStream = nullptr;                ///< borrowed; null until one is set
     std::set<std::string>* InclusiveArray = nullptr; ///< borrowed; null writes all arrays
     vtkNew<vtkFloatArray> NarrowingBuffer;
+    const detail::Pulse* BlockPulse = nullptr; ///< see lend
+    friend void detail::lend(SDBDataWriter& writer, const detail::Pulse* pulse);
 };
 
 } // namespace tsg

@@ -2,8 +2,8 @@
 
 #include "core/Error.h"
 #include "scenegraph/io/detail/CellImport.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/DatasetBlock.h"
-#include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/TokenReader.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
@@ -192,7 +192,7 @@ void SDBPolyDataReader::ReadBlock(Run& run)
 bool SDBPolyDataReader::ReadAttributes(Run& run, SectionKind kind, const SectionCounts& expected)
 {
     int count = 0;
-    if (!this->ReadSectionCount(kind, expected, count))
+    if (!this->ReadSectionCount(kind, expected, true, count))
     {
         return false;
     }
@@ -294,14 +294,14 @@ bool SDBPolyDataReader::ReadCellSection(Run& run, int kind)
     int cellCount = 0;
     int size = 0;
     const bool counted = this->Read(&cellCount) && this->Read(&size) && cellCount >= 0 && size >= 0;
-    sdb::detail::MemoryBudget& budget = this->RunBudget();
-    detail::ConnectivityBuffer list(counted ? size : 0, budget);
-    if (!counted || list.get() == nullptr || !budget.charge(detail::importedBytes(size)))
+    const std::uint64_t bytes = static_cast<std::uint64_t>(counted ? size : 0) * sizeof(std::int32_t);
+    detail::ConnectivityBuffer list;
+    this->Announce(CELL_KINDS[kind].keyword);
+    if (!counted || !this->LentRun().budget.charge(bytes) || !this->ReadCellList(size, list))
     {
         reportError(*this, CELL_KINDS[kind].failure);
         return false;
     }
-    (void)this->ReadCells(size, list.get()); // what is missing shows in the list
     const detail::ImportedCells imported = detail::importCells(list.get(), size, cellCount);
     const bool failed = imported.cells == nullptr;
     if (failed)

@@ -141,7 +141,8 @@ bool SDBReader::loadRecord(const Properties& header, NodeStream& stream)
     const std::uint64_t length = sdb::hexFromProp(header, key::LENGTH);
     const std::uint64_t end = sdb::detail::extentEnd(header).value_or(begin);
     _fileStream->clear();
-    sdb::detail::Load load(sdb::detail::streamSize(*_fileStream));
+    const auto stopCheck = [this](std::uint64_t) { checkStop(); };
+    sdb::detail::Load load(sdb::detail::streamSize(*_fileStream).value_or(0), stopCheck);
     _canvasInfo.name.clear();
     _canvasInfo.rootNodeKey.clear();
 
@@ -169,6 +170,15 @@ bool SDBReader::loadRecord(const Properties& header, NodeStream& stream)
     }
     stream.getNodeRegistry().postUpgradeNodeProperties(_classVersions);
     return true;
+}
+
+/// A copy is called: it may exchange itself.
+void SDBReader::checkStop() const
+{
+    if (const std::function<void()> check = _stopCheck)
+    {
+        check();
+    }
 }
 
 void SDBReader::notifyLoadRecordProgress(const std::string& message, int percent)

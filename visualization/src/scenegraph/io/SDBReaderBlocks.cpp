@@ -5,7 +5,8 @@
 #include "scenegraph/NodeStream.h"
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/SDBPolyDataReader.h"
-#include "scenegraph/io/detail/Blocks.h"
+#include "scenegraph/io/detail/ArrayReader.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Load.h"
 #include "scenegraph/io/detail/MemoryStream.h"
@@ -131,10 +132,10 @@ bool SDBReader::loadDataArrayFromInputStream(std::ifstream& in, const Properties
     }
     Payload payload(in, tag, load);
     payload.seekToBegin();
-    const vtkSmartPointer<vtkDataArray> array = detail::makeStoredArray(
-        type, components, count, load.budget,
-        [&](char* data, std::uint64_t bytes) { return sdb::detail::readBlock(in, data, bytes, load.budget); });
-    if (!array)
+    detail::CodecRun run(load.budget);
+    run.pulse = load.pulse;
+    const auto [array, result] = detail::readPayload(in, type, components, count, run);
+    if (array == nullptr || !isSound(result))
     {
         return false;
     }
@@ -178,9 +179,12 @@ bool SDBReader::loadPolyDataFromInputStream(std::ifstream& in, const Properties&
     std::fill(block.get() + filled, block.get() + taken, '\0');
     sdb::detail::MemoryStream memory(block.get(), taken);
     vtkNew<SDBPolyDataReader> reader;
+    detail::CodecRun run(load.budget);
+    run.pulse = load.pulse;
     reader->SetIStream(&memory);
-    reader->SetMemoryBudget(&load.budget);
+    detail::lend(*reader, &run);
     reader->Update();
+    detail::lend(*reader, nullptr);
     vtkPolyData* const output = reader->GetOutput();
     if (output == nullptr || output->GetPoints() == nullptr)
     {

@@ -9,9 +9,13 @@
 #include "scenegraph/io/detail/Index.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
-#include "scenegraph/io/detail/NewFile.h"
+#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/TagKeys.h"
+#include "scenegraph/io/detail/WriteProgress.h"
+#include "scenegraph/io/detail/WriterFile.h"
+#include "scenegraph/io/detail/WrittenFiles.h"
 
+#include <cerrno>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -26,12 +30,21 @@ namespace key = sdb::detail::key;
 SDBWriter::SDBWriter()
     : _index(std::make_shared<sdb::detail::FileIndex>())
     , _floatScratch(vtkSmartPointer<vtkFloatArray>::New())
+    , _progress(std::make_shared<sdb::detail::WriteProgress>())
 {
 }
 
 SDBWriter::SDBWriter(const SDBWriter&) = default;
 SDBWriter& SDBWriter::operator=(const SDBWriter&) = default;
-SDBWriter::~SDBWriter() = default; // the file closes with the last writer that shares it
+
+// The file closes with the last writer that shares it.
+SDBWriter::~SDBWriter()
+{
+    if (_fileStream.use_count() == 1)
+    {
+        rememberFile();
+    }
+}
 
 const std::string& SDBWriter::getExt()
 {
@@ -41,38 +54,30 @@ const std::string& SDBWriter::getExt()
 
 io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool compress)
 {
-    OS::FileSystem& files = Platform::filesystem();
-    const std::wstring normalised = files.getFilePath(path);
+    const std::wstring normalised = Platform::filesystem().getFilePath(path);
     _compress = compress;
-    const bool exists = files.fileExists(normalised);
-    if (!append && exists && !sdb::detail::replaceByNewFile(normalised))
+    const auto stream = sdb::detail::openWriterFile(normalised, {append, _synchronised, _fileStream.get()});
+    if (!stream)
     {
-        return io::FileIoStatus::OpenFailed;
-    }
-    if (!exists)
-    {
-        (void)sdb::detail::createNewFile(normalised); // a failure shows when the file is opened
+        return append || errno == EWOULDBLOCK ? refuseFile(normalised) : io::FileIoStatus::OpenFailed;
     }
     _fileName = normalised;
-    const auto in = OS::openForReading(normalised);
-    if (!in->is_open())
-    {
-        _fileStream.reset();
-        return io::FileIoStatus::OpenFailed;
-    }
-    if (!sdb::checkFormat(*in, std::cerr))
+    std::istream in(stream->rdbuf());
+    in.seekg(0);
+    if (!sdb::checkFormat(in, std::cerr))
     {
         return io::FileIoStatus::WrongFormat;
     }
+    const auto known = stream->state() ? sdb::detail::recallWritten(*stream->state()) : sdb::detail::KnownBlocks();
     std::uint64_t nextItem = 0;
-    if (!indexRecords(*in, nextItem))
+    if (!indexRecords(in, known, nextItem))
     {
         return io::FileIoStatus::OpenFailed;
     }
-    in->close();
     _failed = false;
-    _fileStream = std::make_shared<sdb::detail::AppendStream>(normalised, nextItem);
-    if (!_fileStream->is_open() || _fileStream->fail())
+    stream->start(nextItem);
+    _fileStream = stream;
+    if (!isOpen() || _fileStream->fail())
     {
         _fileStream.reset();
         return io::FileIoStatus::OpenFailed;
@@ -80,18 +85,47 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
     return io::FileIoStatus::Success;
 }
 
+/// A file that cannot be opened for adding: because another writer has it, or, as long as it can be read, because it is
+/// foreign, or else for the reason in `errno`.
+io::FileIoStatus SDBWriter::refuseFile(const std::wstring& path)
+{
+    const int reason = errno;
+    if (reason == EWOULDBLOCK)
+    {
+        std::cerr << "SDBWriter: " << OS::toNarrow(path) << ": another process is writing to it\n";
+        errno = reason;
+        return io::FileIoStatus::OpenFailed;
+    }
+    _fileName = path;
+    const auto in = OS::openForReading(path);
+    std::uint64_t nextItem = 0;
+    if (in->is_open() && !sdb::checkFormat(*in, std::cerr))
+    {
+        return io::FileIoStatus::WrongFormat;
+    }
+    if (in->is_open())
+    {
+        (void)indexRecords(*in, {}, nextItem); // for the lists alone
+    }
+    _fileStream.reset();
+    errno = reason;
+    return io::FileIoStatus::OpenFailed;
+}
+
 /// Indexes the file and finds out where the next item starts. False, with a line on standard error, if what would be
 /// added could not be found again; the writer's own index is replaced only on success.
-bool SDBWriter::indexRecords(std::istream& in, std::uint64_t& nextItem)
+bool SDBWriter::indexRecords(std::istream& in, const sdb::detail::KnownBlocks& known, std::uint64_t& nextItem)
 {
     using sdb::detail::WalkEnd;
     const auto index = std::make_shared<sdb::detail::FileIndex>();
-    const std::uint64_t mostBlocks = sdb::detail::storedBlocks(sdb::detail::streamSize(in));
+    const std::uint64_t mostBlocks = sdb::detail::storedBlocks(sdb::detail::streamSize(in).value_or(0));
     const auto registerBlock = [&](unsigned int checksum, const Properties& tag)
     {
         if (index->blockCount() < mostBlocks)
         {
-            index->registerBinaries(checksum, tag, static_cast<unsigned long long>(tag.getLong(key::MTIME)));
+            const auto place = known.find(checksum);
+            const bool isKnown = place != known.end() && place->second == sdb::hexFromProp(tag, key::FILE_POS);
+            index->registerBinaries(checksum, {tag, static_cast<unsigned long long>(tag.getLong(key::MTIME)), isKnown});
             index->keepBinaries(); // what the file holds is never taken back, and tags may come up many times
         }
     };
@@ -108,14 +142,54 @@ bool SDBWriter::indexRecords(std::istream& in, std::uint64_t& nextItem)
     return true;
 }
 
+/// What this process knows of the file as it leaves it.
+void SDBWriter::rememberFile()
+{
+    const auto state = _fileStream && _fileStream->is_open() ? _fileStream->state() : std::nullopt;
+    if (state)
+    {
+        sdb::detail::rememberWritten(*state, _index->knownBlocks());
+    }
+}
+
 void SDBWriter::close()
 {
+    rememberFile();
     if (_fileStream)
     {
         _fileStream->close();
         _fileStream.reset();
     }
     _index = std::make_shared<sdb::detail::FileIndex>();
+}
+
+bool SDBWriter::rollBack()
+{
+    const auto stream = _fileStream;
+    const bool done = isOpen() && stream->abandonAll();
+    close();
+    return done;
+}
+
+void SDBWriter::forgetNodes()
+{
+    _nodes.clear();
+    _arrayNames.clear();
+}
+
+void SDBWriter::attach(Observer& observer)
+{
+    _progress->subject().attach(observer);
+}
+
+void SDBWriter::detach(Observer& observer)
+{
+    _progress->subject().detach(observer);
+}
+
+void SDBWriter::setStopCheck(std::function<void()> check)
+{
+    _progress->setStopCheck(std::move(check));
 }
 
 bool SDBWriter::isOpen() const
@@ -144,6 +218,14 @@ void SDBWriter::moveFileStreamTo(std::streampos position)
     {
         _fileStream->seekp(position);
     }
+}
+
+/// The open file as tags are written to it: through the steps that a derived writer may replace.
+sdb::detail::TagStream SDBWriter::tagStream()
+{
+    const auto position = [this] { return static_cast<std::uint64_t>(std::streamoff(getStreamPosition())); };
+    const auto moveTo = [this](std::uint64_t to) { moveFileStreamTo(static_cast<std::streamoff>(to)); };
+    return {*_fileStream, position, moveTo};
 }
 
 /// The write position after a flush: -1 while the stream is failing, 0 without one.

@@ -5,19 +5,25 @@
 #include "scenegraph/io/SDB.h"
 
 #include <cstdint>
+#include <functional>
 #include <ios>
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 
 #include <vtkSmartPointer.h>
 
 class vtkFloatArray;
 
+class Observer;
+
 namespace sdb::detail
 {
 class AppendStream;
 class FileIndex;
+class WriteProgress;
+struct TagStream;
 } // namespace sdb::detail
 
 namespace tsg
@@ -26,13 +32,18 @@ namespace tsg
 /// Writes scene databases: creates, replaces or extends a file and adds records and thumbnails at its end.
 ///
 /// A record is complete on disk when `addRecord` returns; closing adds nothing. The writer keeps every node that it has
-/// written, and repeats it in its later records: callers keep the nodes alive as long as the writer lives. Data that an
-/// earlier record of the same session stored under the same node, name and kind, with the same modification stamp, is
-/// referred to instead of stored again.
+/// written, and repeats it in its later records, unless `forgetNodes` is called: callers keep the nodes alive until
+/// then.
 ///
-/// Copies of a writer share one open file: closing one closes it for both. One writer at a time may have a file open;
-/// readers may be open at any moment. Data is handed to the system, not synchronised to the device: a killed process
-/// loses no acknowledged record, a power cut may.
+/// A session is the unit of sharing: data that an earlier record of the same session id stored under the same node,
+/// name and kind, and with the same modification stamp, is referred to instead of stored again. Stamps are counted by
+/// each process for itself. So a session may be continued by any process, under any id, without harm: what this process
+/// has not stored itself is compared with the new data before it is referred to.
+///
+/// One writer at a time has a file: `open` locks it, and the lock goes with `close`, or with the process. Readers may
+/// be open at any moment. Copies of a writer share one open file: closing one closes it for both. Data is handed to the
+/// system, so that a killed process loses no acknowledged record; with setSynchronised(true) a power cut loses none
+/// either.
 class TAVO_EXPORT SDBWriter : public ISDBWriter, public NodeStream
 {
 public:
@@ -44,13 +55,16 @@ public:
     /// File extension of scene databases, without a dot.
     static const std::string& getExt();
 
-    /// Opens a file for adding.
+    /// Opens a file for adding, and locks it.
     ///   Success     - the file exists, with a header, and is indexed
-    ///   OpenFailed  - the old file could not be moved away, the path cannot be written, or (appending) what follows
-    ///                 the damage in the file would be invisible (one line on standard error); nothing has changed
+    ///   OpenFailed  - another writer has the file, the path cannot be written, or (appending) what follows the damage
+    ///   in
+    ///                 the file would be invisible (one line on standard error for the first and the last); the file
+    ///                 has not changed, and `errno` tells the system's reason, EWOULDBLOCK for a file that is locked
     ///   WrongFormat - the existing file is foreign, or of a newer format or release (one line on standard error)
-    /// Raises InternalError for a file with a stray top-level tag. A file that an earlier `open` left open stays open;
-    /// callers `close` first.
+    /// Raises InternalError for a file with a stray top-level tag. A file that this writer has open stays open if this
+    /// fails for another reason than that the new one could not be opened, and is left to the copies of this writer if
+    /// it succeeds; the same file may be opened again.
     io::FileIoStatus open(const std::wstring& path, bool append, bool compress) override;
     /// Closes the file, for all copies of this writer, and forgets what is in it; writes nothing.
     void close() override;
@@ -74,11 +88,40 @@ public:
     io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) override;
 
     /// Whether an addition since the last `open` could not be written, for example to a full disk. The file was cut
-    /// back to its last whole item and closed.
+    /// back to its last whole item, or to what it held before all additions, and closed.
     bool hasFailed() const { return _failed; }
 
     /// Whether nodes are being asked for their data at the moment.
     bool getExportBinaryData() const { return _binaryPass; }
+
+    /// Attaches and detaches an observer of the writing of records; it stays with the caller and must be detached
+    /// before it dies. It hears {"Message": "Writing record", "PercentComplete": n} when a record begins and each time
+    /// that n passes a multiple of five, by the bytes of the record's data. What it throws passes through `addRecord`,
+    /// and the record is taken back: the file is as it was before.
+    void attach(Observer& observer);
+    void detach(Observer& observer);
+
+    /// Has `check` called again and again while a record is written, also in the middle of a large payload: at least
+    /// once for each 16 MiB of data. What it throws takes the record back, as with observers. Empty, as at first, for
+    /// none.
+    void setStopCheck(std::function<void()> check);
+
+    /// Whether acknowledged items have reached the device, so that a power cut leaves them: payloads are synchronised
+    /// before the byte that completes the item, and that byte, and the name of a new file, before the call returns. Off
+    /// by default, since it costs two waits for the device an item. To be set before `open`.
+    void setSynchronised(bool synchronised) { _synchronised = synchronised; }
+
+    /// Whether what is added to a file between `open` and `close` stands or falls together: an addition that cannot be
+    /// written then takes all of it back. Off by default. To be set before the first addition.
+    void setAllOrNothing(bool allOrNothing) { _allOrNothing = allOrNothing; }
+
+    /// Forgets the nodes of earlier records, so that the next record repeats none of them, nor lets geometry carry
+    /// arrays for their sake.
+    void forgetNodes();
+
+    /// Takes back everything that was added since `open`, and closes the file: it is cut back to where the first of
+    /// that began. False if it could not be cut, or is not open.
+    bool rollBack();
 
 protected:
     // Steps that a derived writer may replace one by one. The order is the order of their slots, which follow those of
@@ -115,34 +158,51 @@ public:
 private:
     class Addition;
 
+    struct BlockKey;
+    using Pulse = std::function<void(std::uint64_t bytes)>;
+
     bool canBeginAddition() const;
     bool isAdding() const;
-    bool indexRecords(std::istream& in, std::uint64_t& nextItem);
+    io::FileIoStatus refuseFile(const std::wstring& path);
+    bool indexRecords(std::istream& in, const std::unordered_map<unsigned int, std::uint64_t>& known,
+                      std::uint64_t& nextItem);
+    void rememberFile();
     std::streampos getStreamPosition();
+    sdb::detail::TagStream tagStream();
     void writeTag(const Properties& tag);
-    const Properties* findReusableBlock(unsigned int checksum, const std::string& objectKey, const std::string& name,
-                                        sdb::SDBTags kind, unsigned long long stamp);
+    template <class Holds>
+    const Properties* findReusableBlock(const BlockKey& block, const Holds& holdsData);
+    bool isWholeBlockOf(const Properties& stored, const BlockKey& block) const;
+    bool writePolysBlock(const BlockKey& block, vtkPolyData& polys, TimeStamp stamp);
+    bool writeArrayBlock(const BlockKey& block, vtkDataArray& array, int narrowingShift, CompressionMethods method);
     void collectDataArrays();
     void prepareHeader(Properties header, unsigned long long recordPos, unsigned long long headerEnd,
                        unsigned long long length, unsigned long long binaryData);
     void writePropertyTags();
     void writeBinaryData();
-    void writePolyDataBlock(vtkPolyData& polys);
+    void writePolyDataBlock(vtkPolyData& polys, const Pulse& pulse);
     bool writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind, int narrowingShift,
                            bool forceCompression);
-    bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method);
+    bool writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount, CompressionMethods method,
+                           const Pulse& pulse);
+
+    template <class Write>
+    bool measured(std::uint64_t bytes, const Write& write);
 
     sdb::NodeSet _nodes;                                    ///< of all records written so far; borrowed
     std::shared_ptr<sdb::detail::AppendStream> _fileStream; ///< null while closed; one object for all copies
     std::wstring _fileName;                                 ///< normalised path of the file last opened
     bool _compress = false;
-    bool _propertyPass = false;                     ///< nodes are being asked for their properties
-    bool _binaryPass = false;                       ///< nodes are being asked for their data
-    std::string _sessionId;                         ///< of the record being written, or last written
-    std::shared_ptr<sdb::detail::FileIndex> _index; ///< never null; copies share it until one of them adds to it
-    std::set<std::string> _arrayNames;              ///< arrays that polydata blocks may carry
-    vtkSmartPointer<vtkFloatArray> _floatScratch;   ///< target of the narrowing of double arrays
-    bool _failed = false;                           ///< see hasFailed
+    bool _synchronised = false;                            ///< see setSynchronised
+    bool _allOrNothing = false;                            ///< see setAllOrNothing
+    bool _propertyPass = false;                            ///< nodes are being asked for their properties
+    bool _binaryPass = false;                              ///< nodes are being asked for their data
+    std::string _sessionId;                                ///< of the record being written, or last written
+    std::shared_ptr<sdb::detail::FileIndex> _index;        ///< never null; copies share it until one of them adds to it
+    std::set<std::string> _arrayNames;                     ///< arrays that polydata blocks may carry
+    vtkSmartPointer<vtkFloatArray> _floatScratch;          ///< target of the narrowing of double arrays
+    bool _failed = false;                                  ///< see hasFailed
+    std::shared_ptr<sdb::detail::WriteProgress> _progress; ///< never null; one object for all copies
 };
 
 } // namespace tsg

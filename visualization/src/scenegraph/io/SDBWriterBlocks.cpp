@@ -6,12 +6,18 @@
 #include "core/Error.h"
 #include "scenegraph/io/SDBPolyDataWriter.h"
 #include "scenegraph/io/detail/AppendStream.h"
+#include "scenegraph/io/detail/Blocks.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/FileIndex.h"
 #include "scenegraph/io/detail/NarrowToFloat.h"
 #include "scenegraph/io/detail/PendingTag.h"
+#include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/StoredArray.h"
+#include "scenegraph/io/detail/StoredComparison.h"
+#include "scenegraph/io/detail/StoredPolyData.h"
 #include "scenegraph/io/detail/TagKeys.h"
+#include "scenegraph/io/detail/WriteProgress.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -38,16 +44,6 @@ constexpr Invariant ARRAY_HAS_NAME{"The array's name must be specified", "data->
 
 namespace field = sdb::detail::field;
 namespace key = sdb::detail::key;
-
-Properties binaryDataTag(const std::string& objectKey, sdb::SDBTags kind, std::uint64_t stamp)
-{
-    Properties tag;
-    tag.set(key::DATA_FIELD, field::BINARY_DATA);
-    tag.set(key::OBJECT_KEY, objectKey);
-    tag.set(key::TAG, static_cast<int>(kind));
-    tag.set(key::MTIME, static_cast<std::int64_t>(stamp));
-    return tag;
-}
 
 /// Gives the positions their place in the tag; a pending tag fills them in.
 void addPositions(Properties& tag)
@@ -91,6 +87,37 @@ struct ArrayShape
 
 } // namespace
 
+/// Whose data it is, and in which state: what decides about using a stored payload again.
+struct SDBWriter::BlockKey
+{
+    BlockKey(const SDBWriter& writer, const std::string& ownerKey, const char* arrayName, sdb::SDBTags tag,
+             unsigned long long mtime)
+        : objectKey(ownerKey)
+        , name(arrayName)
+        , kind(tag)
+        , stamp(mtime)
+        , checksum(sdb::getChecksum(writer._sessionId, objectKey, name, kind))
+    {
+    }
+
+    /// The beginning of its tag.
+    Properties tag() const
+    {
+        Properties res;
+        res.set(key::DATA_FIELD, field::BINARY_DATA);
+        res.set(key::OBJECT_KEY, objectKey);
+        res.set(key::TAG, static_cast<int>(kind));
+        res.set(key::MTIME, static_cast<std::int64_t>(stamp));
+        return res;
+    }
+
+    const std::string& objectKey;
+    std::string name; ///< empty for polydata
+    sdb::SDBTags kind;
+    unsigned long long stamp;
+    unsigned int checksum;
+};
+
 void SDBWriter::writeTag(const Properties& tag)
 {
     if (isAdding())
@@ -100,22 +127,60 @@ void SDBWriter::writeTag(const Properties& tag)
     }
 }
 
-/// The tag of a stored payload that serves for data of this stamp: the checksum may be that of another owner, and the
-/// tag may come from a damaged file, so that owner, name, kind and extent are compared as well.
-const Properties* SDBWriter::findReusableBlock(unsigned int checksum, const std::string& objectKey,
-                                               const std::string& name, sdb::SDBTags kind, unsigned long long stamp)
+/// Whether a stored payload can serve: the checksum may be that of another owner, and the tag may come from a damaged
+/// file, so that owner, name, kind and extent are compared as well.
+bool SDBWriter::isWholeBlockOf(const Properties& stored, const BlockKey& block) const
 {
-    const Properties* const stored = _index->findIndexedBinaryData(checksum, stamp);
-    if (stored == nullptr)
+    const auto end = sdb::detail::extentEnd(stored);
+    const bool isWhole = sdb::hexFromProp(stored, key::FILE_POS) > 0 && sdb::hexFromProp(stored, key::LENGTH) > 0 &&
+                         end && *end <= static_cast<std::uint64_t>(std::streamoff(_fileStream->tellp()));
+    return isWhole && stored.getString(key::OBJECT_KEY) == block.objectKey &&
+           stored.getString(key::NAME) == block.name && stored.getLong(key::TAG) == block.kind;
+}
+
+/// The tag of a stored payload that serves for the data; null if there is none. What this process has not stored itself
+/// is read and compared by `holdsData`, given its tag and a stream at its payload.
+template <class Holds>
+const Properties* SDBWriter::findReusableBlock(const BlockKey& block, const Holds& holdsData)
+{
+    const auto* const stored = _index->findIndexedBinaryData(block.checksum, block.stamp);
+    if (stored == nullptr || !isWholeBlockOf(stored->tag, block))
     {
         return nullptr;
     }
-    const auto end = sdb::detail::extentEnd(*stored);
-    const bool isWhole = sdb::hexFromProp(*stored, key::FILE_POS) > 0 && sdb::hexFromProp(*stored, key::LENGTH) > 0 &&
-                         end && *end <= static_cast<std::uint64_t>(std::streamoff(_fileStream->tellp()));
-    const bool isOwners = stored->getString(key::OBJECT_KEY) == objectKey && stored->getString(key::NAME) == name &&
-                          stored->getLong(key::TAG) == kind;
-    return isWhole && isOwners ? stored : nullptr;
+    if (!stored->isKnown)
+    {
+        const std::streampos end = getStreamPosition();
+        std::istream in(_fileStream->rdbuf());
+        sdb::detail::seekTo(in, sdb::hexFromProp(stored->tag, key::FILE_POS));
+        const bool holds = holdsData(in, stored->tag);
+        moveFileStreamTo(end);
+        if (!holds)
+        {
+            return nullptr;
+        }
+        sdb::detail::toChange(_index).setKnown(block.checksum);
+    }
+    return &_index->findIndexedBinaryData(block.checksum, block.stamp)->tag;
+}
+
+/// Has data of `bytes` bytes written, or while the nodes are asked for their properties, expects it to come.
+template <class Write>
+bool SDBWriter::measured(std::uint64_t bytes, const Write& write)
+{
+    if (!isOpen() || !isAdding())
+    {
+        return true;
+    }
+    if (!_binaryPass)
+    {
+        _progress->expect(bytes);
+        return true;
+    }
+    _progress->beginData(bytes);
+    const bool result = write();
+    _progress->endData();
+    return result;
 }
 
 bool SDBWriter::writePolys(const std::string& objectKey, vtkPolyData* polys, TimeStamp stamp)
@@ -124,33 +189,48 @@ bool SDBWriter::writePolys(const std::string& objectKey, vtkPolyData* polys, Tim
     {
         return false;
     }
-    if (!_binaryPass || !isOpen() || !isAdding())
-    {
-        return true;
-    }
-    const unsigned int checksum = sdb::getChecksum(_sessionId, objectKey, "", sdb::PolyData);
-    Properties tag = binaryDataTag(objectKey, sdb::PolyData, polys->GetMTime());
-    if (const Properties* const stored = findReusableBlock(checksum, objectKey, "", sdb::PolyData, polys->GetMTime()))
+    return measured(detail::storedBytes(*polys),
+                    [&]
+                    {
+                        const BlockKey block(*this, objectKey, "", sdb::PolyData, polys->GetMTime());
+                        return writePolysBlock(block, *polys, stamp);
+                    });
+}
+
+bool SDBWriter::writePolysBlock(const BlockKey& block, vtkPolyData& polys, TimeStamp stamp)
+{
+    const sdb::detail::Pulse pulse = [this](std::uint64_t bytes) { _progress->advance(bytes); };
+    const auto holds = [&](std::istream& in, const Properties& stored)
+    { return detail::holdsPolyData(in, sdb::hexFromProp(stored, key::LENGTH), polys, _arrayNames, pulse); };
+    Properties tag = block.tag();
+    if (const Properties* const stored = findReusableBlock(block, holds))
     {
         tag.set(key::MTIME, static_cast<std::int64_t>(stamp.getValue()), Properties::Overwrite);
         copyPositions(tag, *stored);
         writeTag(tag);
         return true;
     }
+    const std::string refusal = detail::pointsRefusal(polys);
+    if (!refusal.empty())
+    {
+        std::cerr << "SDBWriter: the points of " << block.objectKey << " cannot be stored: " << refusal << '\n';
+        return false;
+    }
     addPositions(tag);
-    sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
-    writePolyDataBlock(*polys);
-    sdb::detail::toChange(_index).registerBinaries(checksum, pending.commit(), polys->GetMTime());
+    sdb::detail::PendingTag pending(tagStream(), std::move(tag));
+    writePolyDataBlock(polys, pulse);
+    sdb::detail::toChange(_index).registerBinaries(block.checksum, {pending.commit(), polys.GetMTime(), true});
     return true;
 }
 
-void SDBWriter::writePolyDataBlock(vtkPolyData& polys)
+void SDBWriter::writePolyDataBlock(vtkPolyData& polys, const sdb::detail::Pulse& pulse)
 {
     vtkNew<SDBPolyDataWriter> writer;
     writer->SetInclusiveArray(&_arrayNames);
     writer->SetCompressBinaryData(_compress ? 1 : 0);
     writer->SetOStream(_fileStream.get(), VTK_BINARY);
     writer->SetInputData(&polys);
+    detail::lend(*writer, &pulse);
     writer->Write();
     writer->Update();
 }
@@ -182,46 +262,59 @@ bool SDBWriter::writePropNodeData(const std::string&, Properties&&, DataTag)
 bool SDBWriter::writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind,
                                   int narrowingShift, bool forceCompression)
 {
-    if (!_binaryPass || !isOpen() || !isAdding())
+    if (_binaryPass && isOpen() && isAdding())
     {
-        return true;
+        if (array == nullptr)
+        {
+            raise(ARRAY_EXISTS);
+        }
+        if (array->GetName() == nullptr)
+        {
+            raise(ARRAY_HAS_NAME);
+        }
     }
-    if (array == nullptr)
-    {
-        raise(ARRAY_EXISTS);
-    }
-    if (array->GetName() == nullptr)
-    {
-        raise(ARRAY_HAS_NAME);
-    }
-    const unsigned long long stamp = array->GetMTime();
-    const unsigned int checksum = sdb::getChecksum(_sessionId, objectKey, array->GetName(), kind);
-    const ArrayShape shape(*array);
-    Properties tag = binaryDataTag(objectKey, kind, stamp);
-    const Properties* const stored = findReusableBlock(checksum, objectKey, array->GetName(), kind, stamp);
+    return measured(array != nullptr ? detail::storedBytes(*array) : 0,
+                    [&]
+                    {
+                        const BlockKey block(*this, objectKey, array->GetName(), kind, array->GetMTime());
+                        const bool compressed = forceCompression || _compress;
+                        return writeArrayBlock(block, *array, narrowingShift,
+                                               compressed ? CompressionMethods::Zlib : CompressionMethods::None);
+                    });
+}
+
+bool SDBWriter::writeArrayBlock(const BlockKey& block, vtkDataArray& given, int narrowingShift,
+                                CompressionMethods method)
+{
+    const ArrayShape shape(given);
+    const sdb::detail::Pulse pulse = [this](std::uint64_t bytes) { _progress->advance(bytes); };
+    const auto holds = [&](std::istream& in, const Properties& stored)
+    { return shape.isThatOf(stored) && detail::holdsValues(in, given, shape.components * shape.tuples, pulse); };
+    Properties tag = block.tag();
+    const Properties* const stored = findReusableBlock(block, holds);
     if (stored != nullptr && shape.isThatOf(*stored))
     {
         copyPositions(tag, *stored);
-        tag.set(key::NAME, array->GetName());
+        tag.set(key::NAME, block.name);
         tag.set(key::DATA_TYPE, stored->getInt(key::DATA_TYPE));
         shape.describe(tag);
         writeTag(tag);
         return true;
     }
     addPositions(tag);
-    tag.set(key::NAME, array->GetName());
+    tag.set(key::NAME, block.name);
     shape.describe(tag);
+    vtkDataArray* array = &given;
     if (array->IsA("vtkDoubleArray"))
     {
         array = detail::narrowToFloat(array, _floatScratch, narrowingShift);
     }
     tag.set(key::DATA_TYPE, array->GetDataType());
-    const auto method = forceCompression || _compress ? CompressionMethods::Zlib : CompressionMethods::None;
-    if (!writeArrayPayload(tag, *array, shape.components * shape.tuples, method))
+    if (!writeArrayPayload(tag, *array, shape.components * shape.tuples, method, pulse))
     {
         return false;
     }
-    sdb::detail::toChange(_index).registerBinaries(checksum, tag, stamp);
+    sdb::detail::toChange(_index).registerBinaries(block.checksum, {tag, block.stamp, true});
     return true;
 }
 
@@ -229,7 +322,7 @@ bool SDBWriter::writeDataInternal(const std::string& objectKey, vtkDataArray* ar
 ///   false - the values cannot be stored (nothing is written), or the payload could not be written (its tag stays
 ///           unfinished); a line on standard error says so
 bool SDBWriter::writeArrayPayload(Properties& tag, vtkDataArray& array, std::int64_t valueCount,
-                                  CompressionMethods method)
+                                  CompressionMethods method, const sdb::detail::Pulse& pulse)
 {
     const detail::StoredValues values(array, valueCount);
     if (!values.refusal().empty())
@@ -238,8 +331,8 @@ bool SDBWriter::writeArrayPayload(Properties& tag, vtkDataArray& array, std::int
                   << " cannot be stored: " << values.refusal() << '\n';
         return false;
     }
-    sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
-    if (!sdb::writeCompressed(*_fileStream, values.data(), values.size(), method))
+    sdb::detail::PendingTag pending(tagStream(), std::move(tag));
+    if (!sdb::detail::writeBlock(*_fileStream, values.data(), values.size(), method, pulse))
     {
         std::cerr << "Failed to write binary data: " << pending.properties().toString() << '\n';
         return false;

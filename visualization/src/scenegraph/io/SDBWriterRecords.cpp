@@ -14,6 +14,7 @@
 #include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
+#include "scenegraph/io/detail/WriteProgress.h"
 
 #include <iostream>
 #include <utility>
@@ -96,6 +97,7 @@ public:
         , _stream(writer._fileStream)
         , _fileName(writer._fileName)
     {
+        _writer._progress->reset();
         _stream->beginItem();
     }
 
@@ -107,16 +109,25 @@ public:
         }
         // Also for copies made meanwhile: what the addition stored is no part of the file that they share.
         _writer._index->undoBinaries();
-        if (isWritable() && _stream->good())
+        const bool isGood = isWritable() && _stream->good();
+        const bool isStopped = _writer._progress->wasStopped();
+        if (isGood && !isStopped)
         {
             _stream->leaveItem();
         }
-        else
+        else if (!isGood || !_stream->takeItemBack())
         {
-            _stream->abandon();
             _writer._failed = true;
-            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_fileName)
-                      << " failed; the file was cut back to its last whole item and closed\n";
+            if (_writer._allOrNothing)
+            {
+                _stream->abandonAll();
+            }
+            else
+            {
+                _stream->abandon();
+            }
+            std::cerr << "SDBWriter: writing to " << OS::toNarrow(_fileName) << " failed; the file was cut back to "
+                      << (_writer._allOrNothing ? "what it held before" : "its last whole item") << " and closed\n";
         }
     }
 
@@ -125,6 +136,16 @@ public:
 
     /// Whether the system has taken everything that was written up to now.
     bool taken() { return isWritable() && _stream->flushed(); }
+
+    /// The same, and if the writer wants that, whether the device has it too.
+    bool secured()
+    {
+        if (taken() && _writer._synchronised && !_stream->synchronise())
+        {
+            _stream->setstate(std::ios::failbit);
+        }
+        return isWritable() && _stream->good();
+    }
 
     /// Makes the addition part of the file.
     void complete()
@@ -170,6 +191,7 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
 
     recordIndex = -1;
     Addition addition(*this);
+    _progress->begin();
     const unsigned long long recordPos = asNumber(getStreamPosition());
     // Has copies of the texts: nodes may change what they were taken from, but both headers have to be of one length.
     const auto writeRecordHeader =
@@ -181,18 +203,23 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     writePropertyTags();
     const unsigned long long binaryPos = asNumber(getStreamPosition());
     writeBinaryData();
+    _progress->finish();
     const std::streampos end = getStreamPosition();
     if (!addition.taken())
     {
         return io::FileIoStatus::Success;
     }
     prepareHeader(unfinished, recordPos, headerEnd, asNumber(end) - recordPos, binaryPos);
+    if (!addition.secured())
+    {
+        return io::FileIoStatus::Success;
+    }
     // From here on the record is found: the header's length is what says that it is finished.
     moveFileStreamTo(static_cast<std::streamoff>(recordPos));
     const Properties header = writeRecordHeader(asNumber(end) - recordPos, binaryPos);
     moveFileStreamTo(end);
     flushFileStream();
-    if (addition.taken())
+    if (addition.secured())
     {
         sdb::detail::toChange(_index).registerRecord(header);
         addition.complete();
@@ -210,7 +237,7 @@ void SDBWriter::prepareHeader(Properties header, unsigned long long recordPos, u
     header.set(key::BINARY_DATA, hexPosition(binaryData), Properties::Overwrite);
     if (sdb::detail::tagText(header).size() == headerEnd - recordPos)
     {
-        sdb::detail::rewriteTag(*_fileStream, recordPos, headerEnd - recordPos, header);
+        sdb::detail::rewriteTag(tagStream(), recordPos, headerEnd - recordPos, header);
     }
 }
 
@@ -299,7 +326,7 @@ io::FileIoStatus SDBWriter::addThumbnail(int recordIndex, const Bitmap<3>& bitma
     }
     Addition addition(*this);
     writeThumbnail(recordIndex, bitmap);
-    if (addition.taken())
+    if (addition.secured())
     {
         addition.complete();
     }
@@ -317,9 +344,14 @@ void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
     tag.set(key::RECORD_INDEX, recordIndex);
     tag.set(key::WIDTH, bitmap.getWidth());
     tag.set(key::HEIGHT, bitmap.getHeight());
-    sdb::detail::PendingTag pending(*_fileStream, std::move(tag));
+    sdb::detail::PendingTag pending(tagStream(), std::move(tag));
     _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()), static_cast<std::streamsize>(bitmap.getSize()));
-    pending.commitItem();
+    pending.prepare();
+    if (_synchronised && !(_fileStream->flushed() && _fileStream->synchronise()))
+    {
+        _fileStream->setstate(std::ios::failbit);
+    }
+    pending.commit();
 }
 
 } // namespace tsg

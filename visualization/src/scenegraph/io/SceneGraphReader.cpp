@@ -86,6 +86,27 @@ bool reportBytes(const char* failure, std::int64_t bytes, const char* rest)
     return false;
 }
 
+/// Reads what a stream has left, as far as the budget allows text that is taken for no longer than a call; false if
+/// there is more, or more than a text can have.
+bool readRest(std::istream& in, const sdb::detail::MemoryBudget& budget, std::string& text)
+{
+    constexpr std::size_t PIECE = 65536;
+    const auto announced = sdb::detail::bytesLeft(in);
+    const std::uint64_t most = std::min<std::uint64_t>(budget.left(), detail::MAX_STORED);
+    if (announced && *announced > most)
+    {
+        return false;
+    }
+    text.reserve(announced.value_or(0));
+    for (std::size_t size = 0; in.good() && size <= most; size = text.size())
+    {
+        text.resize(size + PIECE);
+        in.read(&text[size], PIECE);
+        text.resize(size + static_cast<std::size_t>(in.gcount()));
+    }
+    return text.size() <= most;
+}
+
 /// Prints a number with at least two digits in the base that standard error is in.
 void printDigits(int number)
 {
@@ -162,7 +183,7 @@ void SceneGraphReader::loadDataDirectory(const std::wstring& directory)
         {
             continue;
         }
-        budget.extend(sdb::detail::loadMemory(sdb::detail::streamSize(*file)) - sdb::detail::loadMemory(0));
+        budget.extend(sdb::detail::loadMemory(sdb::detail::streamSize(*file).value_or(0)) - sdb::detail::loadMemory(0));
         if (!loadVtkData(*file, budget))
         {
             std::cout << "Can't load vtk data!\n";
@@ -214,7 +235,7 @@ void SceneGraphReader::loadNode(const Properties& record, const ClassVersions& v
 
 bool SceneGraphReader::loadVtkDataFromInputStream(std::istream& in)
 {
-    sdb::detail::MemoryBudget budget(sdb::detail::loadMemory(sdb::detail::streamSize(in)));
+    auto budget = sdb::detail::MemoryBudget::forInput(sdb::detail::streamSize(in));
     return loadVtkData(in, budget);
 }
 
@@ -250,19 +271,20 @@ bool SceneGraphReader::loadVtkDataArrayFromInputStream(std::istream& in, Propert
     {
         return false;
     }
-    bool failed = false;
-    const auto fill = [&](char* data, std::uint64_t bytes)
+    const auto source = [&in](char* data, std::uint64_t bytes)
     {
         in.read(data, static_cast<std::streamsize>(bytes));
-        std::fill(data + in.gcount(), data + bytes, '\0');
-        failed = in.bad();
-        return !failed;
+        return static_cast<std::uint64_t>(in.gcount());
     };
-    const vtkSmartPointer<vtkDataArray> array = detail::makeStoredArray(type, components, size, budget, fill);
+    const vtkSmartPointer<vtkDataArray> array =
+        detail::makeStoredArray(type, detail::storedWidth(type), components, size, budget, source);
+    if (in.bad())
+    {
+        return reportBytes("failed to read ", byteCount, " bytes from input stream!\n");
+    }
     if (!array)
     {
-        return failed ? reportBytes("failed to read ", byteCount, " bytes from input stream!\n")
-                      : reportBytes("failed to allocate ", byteCount, " bytes!\n");
+        return reportBytes("failed to allocate ", byteCount, " bytes!\n");
     }
     array->SetName(header.getString(key::NAME).c_str());
     return deliverArray(_target, header.getString(key::OBJECT_KEY), header.getInt(key::TAG), array);
@@ -271,15 +293,11 @@ bool SceneGraphReader::loadVtkDataArrayFromInputStream(std::istream& in, Propert
 bool SceneGraphReader::loadVtkPolyDataFromInputStream(std::istream& in, Properties& header,
                                                       sdb::detail::MemoryBudget& budget)
 {
-    const std::uint64_t end = sdb::detail::streamSize(in);
-    const std::uint64_t size = end - std::min(end, sdb::detail::readPosition(in));
-    const sdb::detail::Charge charge(budget, size);
-    if (size > static_cast<std::uint64_t>(detail::MAX_STORED) || !charge.granted())
+    std::string text;
+    if (!readRest(in, budget, text))
     {
         return false;
     }
-    std::string text(size, '\0');
-    in.read(text.data(), static_cast<std::streamsize>(size));
     const vtkSmartPointer<vtkPolyData> polys = detail::readLegacyPolyData(std::move(text), budget);
     if (!polys)
     {

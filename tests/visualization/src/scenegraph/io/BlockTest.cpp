@@ -1,16 +1,21 @@
 #include "scenegraph/io/SDB.h"
 
+#include "platform/FileStreams.h"
 #include "scenegraph/io/detail/Blocks.h"
+#include "scenegraph/io/detail/MemoryStream.h"
 #include "support/Golden.h"
 #include "support/LogCapture.h"
-#include "support/Testing.h"
+#include "support/TemporaryDirectory.h"
 
 #include <random>
+
+#include <zlib.h>
 
 namespace
 {
 
 using namespace test;
+using sdb::detail::BlockResult;
 using tsg::CompressionMethods;
 
 std::string written(const std::string& data, CompressionMethods method)
@@ -89,8 +94,7 @@ TEST(BlockTest, damagedBlocksAreReportedByBothReaders)
             const LogCapture log;
             std::istringstream in(bytes);
             std::string back(40, '.');
-            sdb::detail::MemoryBudget budget(1 << 20);
-            EXPECT_FALSE(isBounded ? sdb::detail::readBlock(in, back.data(), 40, budget)
+            EXPECT_FALSE(isBounded ? isSound(sdb::detail::readBlock(in, back.data(), 40))
                                    : sdb::readCompressed(in, back.data(), 40));
             EXPECT_EQ(log.entries, messages);
             EXPECT_EQ(in.tellg(), position);
@@ -110,31 +114,74 @@ TEST(BlockTest, theExportedReaderTrustsTheBlocksOwnLength)
 TEST(BlockTest, theBoundedReaderKeepsToItsDestination)
 {
     const LogCapture log;
-    sdb::detail::MemoryBudget budget(1 << 20);
     std::istringstream longer(written(noise(50), CompressionMethods::Zlib) + "next");
     std::string back(41, '.');
-    EXPECT_TRUE(sdb::detail::readBlock(longer, back.data(), 40, budget));
+    EXPECT_EQ(sdb::detail::readBlock(longer, back.data(), 40), BlockResult::Longer);
     EXPECT_EQ(back, noise(40) + ".");
     EXPECT_EQ(longer.str().substr(static_cast<std::size_t>(longer.tellg())), "next");
     EXPECT_THAT(log.entries, ElementsAre(HasSubstr("block of 50 bytes is longer than the expected 40")));
 
     std::istringstream shorter(written(noise(30), CompressionMethods::Zlib));
     back.assign(40, '.');
-    EXPECT_TRUE(sdb::detail::readBlock(shorter, back.data(), 40, budget));
+    EXPECT_EQ(sdb::detail::readBlock(shorter, back.data(), 40), BlockResult::Shorter);
     EXPECT_EQ(back, noise(30) + std::string(10, '\0'));
 }
 
-TEST(BlockTest, aLyingCompressedLengthTakesNoMoreThanTheBudget)
+TEST(BlockTest, noBitOfACompressedBlockFlipsUnnoticed)
+{
+    const std::string content = noise(300);
+    const std::string whole = written(content, CompressionMethods::Zlib);
+    for (std::size_t bit = 0; bit < 8 * whole.size(); ++bit)
+    {
+        const LogCapture log;
+        std::string damaged = whole;
+        damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
+        sdb::detail::MemoryStream in(damaged.data(), damaged.size());
+        std::string back(content.size(), '.');
+        const BlockResult result = sdb::detail::readBlock(in, back.data(), content.size());
+        EXPECT_TRUE(result != BlockResult::Whole || back == content) << "bit " << bit;
+    }
+}
+
+TEST(BlockTest, aLyingCompressedLengthTakesNothing)
 {
     const LogCapture log;
     std::string bytes = golden("block-zlib.bin");
     bytes[14] = '\x7f'; // more than 100 TiB
     std::istringstream in(bytes);
-    sdb::detail::MemoryBudget budget(1 << 20);
     std::string back(40, '\0');
-    EXPECT_FALSE(sdb::detail::readBlock(in, back.data(), 40, budget));
-    EXPECT_EQ(budget.left(), 1U << 20);
+    EXPECT_EQ(sdb::detail::readBlock(in, back.data(), 40), BlockResult::CutOff);
     EXPECT_THAT(log.entries, ElementsAre(HasSubstr("failed to read 139637976727564 bytes")));
+}
+
+/// Writing in pieces must not show in the bytes.
+TEST(BlockTest, streamedBlocksAreThoseOfOneCall)
+{
+    const TemporaryDirectory folder;
+    const TemporaryFile path = folder.file("f");
+    for (const std::size_t size : {2, 65536, 3 << 20})
+    {
+        for (const std::string& content :
+             {noise(size), std::string(size, 'z'), noise(size / 2) + std::string(size / 2, 0)})
+        {
+            uLongf bound = compressBound(content.size());
+            std::string expected(bound, '\0');
+            ASSERT_EQ(compress(reinterpret_cast<Bytef*>(expected.data()), &bound,
+                               reinterpret_cast<const Bytef*>(content.data()), content.size()),
+                      Z_OK);
+            expected.resize(bound);
+            EXPECT_EQ(written(content, CompressionMethods::Zlib).substr(17), expected);
+            std::uint64_t told = 0;
+            const sdb::detail::Pulse pulse = [&](std::uint64_t bytes) { told += bytes; };
+            writeBytes(path.narrow, "before");
+            OS::UpdateStream file(path.wide);
+            file.seekp(6);
+            EXPECT_TRUE(sdb::detail::writeBlock(file, content.data(), content.size(), CompressionMethods::Zlib, pulse));
+            EXPECT_EQ(told, content.size());
+            file.close();
+            EXPECT_EQ(bytesOf(path.narrow), "before" + written(content, CompressionMethods::Zlib));
+        }
+    }
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "scenegraph/io/SDBPolyDataReader.h"
 
-#include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/CodecRun.h"
 #include "support/BlockReading.h"
 #include "support/Golden.h"
 
@@ -106,13 +106,14 @@ TEST(DatasetDamageTest, countsThatNoBlockCanHoldTakeNoMemory)
 TEST(DatasetDamageTest, aRunKeepsToTheBudgetItIsGiven)
 {
     const std::string bytes = header() + points(4) + cells("VERTICES", 1, {1, 3});
-    // The points, what VTK keeps for their components, the list and the cells made of it.
-    const std::uint64_t needed = 4 * 12 + 3 * sizeof(double) + 2 * sizeof(int) + 3 * sizeof(vtkIdType);
+    // The points, a share of what VTK keeps for their components, and the list.
+    const std::uint64_t needed = 4 * 12 + 3 * sizeof(double) / sdb::detail::MEMORY_FACTOR + 2 * sizeof(int);
     for (const std::uint64_t allowed : {needed, needed - 1})
     {
         sdb::detail::MemoryBudget budget(allowed);
+        tsg::detail::CodecRun run(budget);
         const BlockReading reading =
-            readBlock(bytes, [&](tsg::SDBPolyDataReader& reader) { reader.SetMemoryBudget(&budget); });
+            readBlock(bytes, [&](tsg::SDBPolyDataReader& reader) { tsg::detail::lend(reader, &run); });
         EXPECT_EQ(reading.output().GetNumberOfCells(), allowed == needed ? 1 : 0);
         EXPECT_EQ(reading.messages.empty(), allowed == needed);
     }
@@ -172,17 +173,27 @@ TEST(DatasetDamageTest, aFieldListThatEndsEarlyEndsQuietly)
 }
 
 /// Bytes that decode to something else than the header in front of them promises.
-TEST(DatasetDamageTest, blocksOfAnotherLengthFillWhatTheirHeaderPromises)
+TEST(DatasetDamageTest, blocksOfAnotherLengthAreReportedAndFillWhatTheirHeaderPromises)
 {
     const auto fours = [](std::size_t count)
     { return block(std::vector<float>(count, 4.0F), tsg::CompressionMethods::Zlib); };
-    std::string damaged = fours(9);
-    damaged[17] = '\x55'; // the first byte of the zlib stream
-    for (const auto& [stored, last] : {std::pair(fours(100), 4.0), {fours(9), 4.0}, {fours(2), 0.0}, {damaged, 0.0}})
+    std::string damaged = fours(9), wrongSum = fours(9);
+    damaged[17] = '\x55';               // the first byte of the zlib stream
+    wrongSum[wrongSum.size() - 2] ^= 1; // before the line feed
+    const std::tuple<std::string, double, bool> cases[] = {{fours(9), 4.0, true},
+                                                           {fours(100), 4.0, false},
+                                                           {fours(2), 0.0, false},
+                                                           {damaged, 0.0, false},
+                                                           {wrongSum, 4.0, false}};
+    for (const auto& [stored, last, isSound] : cases)
     {
         const BlockReading reading =
-            readBlock(header() + "POINTS 3 float\n" + stored + "LINES 1 3\n" + block<int>({2, 0, 1}));
-        EXPECT_THAT(reading.messages, IsEmpty());
+            readBlock(header() + "POINTS 3 float\n" + stored + "LINES 1 3\n" + block<int>({2, 0, 1}) +
+                      "POINT_DATA 3\nFIELD f 1\nT 1 9 float\n" + stored);
+        EXPECT_THAT(reading.messages,
+                    ElementsAreArray(isSound ? Messages()
+                                             : Messages{"error: Damaged block of values: points",
+                                                        R"(error: Damaged block of values: array "T")"}));
         EXPECT_EQ(reading.output().GetPoint(2)[2], last);
         EXPECT_EQ(reading.output().GetNumberOfLines(), 1);
     }

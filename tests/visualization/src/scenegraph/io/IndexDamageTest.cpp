@@ -189,33 +189,4 @@ TEST(IndexDamageTest, everyDamagedByteEndsAndIsRefusedOrLeavesAReadableFile)
     }
 }
 
-TEST(IndexDamageTest, aTagTornWhileItIsCompletedIsThereAsAWholeOrNotAtAll)
-{
-    const LogCapture log;
-    const std::string start = ContainerBytes().record("a").str();
-    const std::string record = ContainerBytes(start).record("b", {{"T", std::string(300, 'x')}}).str();
-    for (const std::string& whole : {record, ContainerBytes(start).thumbnail(7).str()})
-    {
-        std::string pending = whole;
-        std::size_t end = 0; // of what makes the tag whole
-        for (const std::string key : {"\"FilePos\":\"", "\"Length\":\"", "\"BinaryData\":\""})
-        {
-            const std::size_t digits = whole.find(key, start.size()) + key.size();
-            if (digits < whole.find('}', start.size()))
-            {
-                pending.replace(digits, 16, 16, '0');
-                end = key[1] == 'L' ? digits + 16 : end;
-            }
-        }
-        const std::string item = whole == record ? "record b" : "thumbnail 7";
-        for (std::size_t n = start.size(); n <= whole.find('}', start.size()) + 1; ++n)
-        {
-            const std::string torn = whole.substr(0, n) + pending.substr(n);
-            const bool isThere = n >= end || torn == whole;
-            EXPECT_EQ(indexEvents(torn).back() == item, isThere) << item << " torn at " << n;
-            expectRefusedOrReadable(torn);
-        }
-    }
-}
-
 } // namespace

@@ -96,7 +96,8 @@ TEST(LegacyTextTest, everySectionComesBack)
     }
     for (std::size_t size = 0; size < text.size(); ++size)
     {
-        (void)read(text.substr(0, size)); // a cut between two sections is sound, and all is looked at
+        // A cut between two sections is sound, and all is looked at; one inside a line may have cut a number.
+        EXPECT_TRUE(read(text.substr(0, size)) == nullptr || text[size - 1] == '\n') << size;
     }
 }
 
@@ -173,7 +174,7 @@ TEST(LegacyTextTest, whatVtkCouldNotBeTrustedWithIsRefused)
 
 TEST(LegacyTextTest, memoryIsBoundedByTheBudget)
 {
-    const std::string text = HEADER + "POINTS 1000 double\n" + repeated("0 ", 3000);
+    const std::string text = HEADER + "POINTS 1000 double\n" + repeated("0 ", 3000) + '\n';
     for (const std::uint64_t bytes : {0, 100, 100000})
     {
         sdb::detail::MemoryBudget budget(bytes);

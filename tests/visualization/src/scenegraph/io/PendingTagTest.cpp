@@ -11,6 +11,7 @@ namespace
 
 using namespace test;
 using sdb::detail::PendingTag;
+using sdb::detail::TagStream;
 
 Properties arrayTag()
 {
@@ -25,7 +26,7 @@ TEST(PendingTagTest, positionsAreFilledInWhereZerosWere)
 {
     std::ostringstream out;
     out << "before";
-    PendingTag tag(out, arrayTag());
+    PendingTag tag(TagStream(out), arrayTag());
     const std::string zeros = R"({"FilePos":"0000000000000000","Length":"0000000000000000","Name":"\u007bT\u007d"})";
     EXPECT_EQ(out.str(), "before" + zeros);
     out << "payload";
@@ -40,7 +41,7 @@ TEST(PendingTagTest, positionsAreFilledInWhereZerosWere)
 TEST(PendingTagTest, aFailedStreamKeepsTheZeros)
 {
     std::ostringstream out;
-    PendingTag tag(out, arrayTag());
+    PendingTag tag(TagStream(out), arrayTag());
     const std::string zeros = out.str();
     out.setstate(std::ios::badbit);
     EXPECT_EQ(tag.commit().getString("Length"), "0000000000000000");
@@ -75,9 +76,10 @@ TEST(PendingTagTest, anItemThatIsTornWhileItIsCommittedIsNotFinished)
     tag.set("DataField", "Thumbnail");
     tag.set("Width", 1);
     tag.set("Height", 2000);
-    PendingTag pending(out, tag);
+    PendingTag pending(TagStream(out), tag);
     out << pixels;
-    pending.commitItem();
+    pending.prepare();
+    pending.commit();
     const std::string whole = buffer.str();
     for (std::size_t i = 1; i < buffer.states.size(); ++i)
     {
@@ -104,8 +106,8 @@ TEST(PendingTagTest, nothingIsWrittenThatCouldNotBeReadOrWouldOverwriteWhatFollo
     out << "{}next";
     Properties longTag;
     longTag.set("Title", std::string(sdb::detail::MAX_TAG_BYTES, 't'));
-    EXPECT_THROW(PendingTag(out, longTag), InternalError);
-    EXPECT_THROW(sdb::detail::rewriteTag(out, 0, 2, arrayTag()), InternalError);
+    EXPECT_THROW(PendingTag(TagStream(out), longTag), InternalError);
+    EXPECT_THROW(sdb::detail::rewriteTag(TagStream(out), 0, 2, arrayTag()), InternalError);
     EXPECT_EQ(out.str(), "{}next");
 }
 

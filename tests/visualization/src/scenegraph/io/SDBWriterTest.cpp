@@ -119,12 +119,11 @@ TEST_F(SDBWriterTest, aSeriesOverOneMeshStoresTheMeshOnce)
     root.addChild(part);
     part.setGeometry(grid(SIDE));
     part.setArray(tsg::PolyDataNode::Points, filled("Normals", 3, 0.5));
-    SDBWriter plain;
-    ASSERT_EQ(plain.open(path, false, false), FileIoStatus::Success);
+    ASSERT_EQ(writer.open(path, false, false), FileIoStatus::Success);
     for (std::size_t frame = 0; frame < FRAMES; ++frame)
     {
         part.setArray(tsg::PolyDataNode::Points, filled("p", 1, static_cast<double>(frame)));
-        ASSERT_EQ(add(plain, root), frame);
+        ASSERT_EQ(add(writer, root), frame);
     }
     constexpr std::size_t PAYLOADS = POINTS * (FRAMES + 6) * sizeof(float) + CELLS * 4 * sizeof(std::int32_t);
     const auto size = std::filesystem::file_size(file.narrow);
@@ -305,7 +304,16 @@ TEST_F(SDBWriterTest, openingCreatesReplacesAppendsOrRefuses)
     add(writer, scene);
     records();
     SDBWriter second;
+    for (const bool append : {false, true})
+    {
+        const std::string before = bytes();
+        EXPECT_THAT(stderrOf([&] { EXPECT_EQ(second.open(path, append, true), FileIoStatus::OpenFailed); }),
+                    EndsWith("file.sce: another process is writing to it\n"));
+        EXPECT_EQ(bytes(), before);
+    }
+    writer.close();
     ASSERT_EQ(second.open(path, false, true), FileIoStatus::Success);
+    ASSERT_EQ(second.open(path, true, true), FileIoStatus::Success) << "its own lock does not keep a writer away";
     EXPECT_TRUE(reader.loadRecord(0, stream)) << "a reader of the replaced file keeps its view";
     EXPECT_EQ(stream.calls.size(), 1U);
     EXPECT_EQ(records().size(), 0U);

@@ -35,20 +35,17 @@ TEST(StoredArrayTest, everyStorableTypeComesBackAsItWentIn)
         ASSERT_EQ(values.size(), 4 * width);
 
         MemoryBudget budget(1000);
-        const auto fill = [&](char* data, std::uint64_t bytes)
-        {
-            EXPECT_EQ(bytes, values.size());
-            std::memcpy(data, bytes > 0 ? values.data() : "", bytes);
-            return true;
-        };
-        const auto copy = makeStoredArray(type, 2, 4, budget, fill);
+        std::istringstream stored(std::string(values.data() != nullptr ? values.data() : "", values.size()));
+        const auto source = [&](char* data, std::uint64_t bytes)
+        { return static_cast<std::uint64_t>(stored.read(data, static_cast<std::streamsize>(bytes)).gcount()); };
+        const auto copy = makeStoredArray(type, static_cast<int>(width), 2, 4, budget, source);
         ASSERT_TRUE(copy);
         EXPECT_STREQ(copy->GetClassName(), array->GetClassName());
         ASSERT_EQ(copy->GetNumberOfTuples(), 2);
         const bool isBit = type == VTK_BIT; // bits come zeroed
         EXPECT_THAT(valuesOf(copy), ElementsAre(!isBit, 0, !isBit, isBit ? 0 : last));
-        EXPECT_LE(budget.left(), 1000 - 4U * static_cast<unsigned>(array->GetDataTypeSize()));
-        EXPECT_GE(budget.left(), 1000 - 4U * sizeof(double) - 2 * sizeof(double));
+        EXPECT_LE(budget.left(), 1000 - 4U * width);
+        EXPECT_GE(budget.left(), 1000 - 4U * width - 2 * sizeof(double));
     }
     for (const int type : {-1, VTK_VOID, VTK_STRING, 14, 18, VTK_VARIANT, VTK_OBJECT})
     {
@@ -99,25 +96,26 @@ TEST(StoredArrayTest, valuesThatTheFormatCannotHoldAreRefused)
 
 TEST(StoredArrayTest, nothingIsMadeOfCountsBeyondTheirBounds)
 {
-    const std::tuple<int, std::int64_t, std::int64_t, std::uint64_t, bool> cases[] = {
-        {VTK_STRING, 1, 1, 1000, true},          {VTK_FLOAT, -1, 1, 1000, true},
-        {VTK_FLOAT, 1048577, 1, 1U << 30, true}, {VTK_FLOAT, 1, -1, 1000, true},
-        {VTK_FLOAT, 1, INT64_MAX, 1000, true},   {VTK_FLOAT, 1, INT64_MAX / 16, 1000, true},
-        {VTK_FLOAT, 1, 100, 399, true},          {VTK_FLOAT, 100, 1, 799, true},
-        {VTK_ID_TYPE, 1, 100, 1199, true},       {VTK_ID_TYPE, 1, 10, 1000, false},
+    const auto source = [](char*, std::uint64_t) { return std::uint64_t{0}; };
+    // type, components, values, and a budget that is too small or has nothing to do with it
+    const std::tuple<int, std::int64_t, std::int64_t, std::uint64_t> cases[] = {
+        {VTK_STRING, 1, 1, 1000}, {VTK_FLOAT, -1, 1, 1000},        {VTK_FLOAT, 1048577, 1, 1U << 30},
+        {VTK_FLOAT, 1, -1, 1000}, {VTK_FLOAT, 1, INT64_MAX, 1000}, {VTK_FLOAT, 1, INT64_MAX / 16, 1000},
+        {VTK_FLOAT, 1, 100, 401}, {VTK_FLOAT, 100, 1, 203},        {VTK_ID_TYPE, 1, 100, 401},
     };
-    for (const auto& [type, components, count, allowed, fills] : cases)
+    for (const auto& [type, components, count, allowed] : cases)
     {
         MemoryBudget budget(allowed);
-        const auto fill = [fills = fills](char*, std::uint64_t) { return fills; };
-        EXPECT_FALSE(makeStoredArray(type, components, count, budget, fill))
+        const int width = tsg::detail::storedWidth(type);
+        EXPECT_FALSE(makeStoredArray(type, width, components, count, budget, source))
             << type << ", " << count << " of " << components;
         EXPECT_EQ(budget.left(), allowed);
+        MemoryBudget larger(allowed + 1);
+        EXPECT_EQ(makeStoredArray(type, width, components, count, larger, source) != nullptr, allowed < 1000);
     }
     MemoryBudget budget(1000);
-    const auto fill = [](char*, std::uint64_t bytes) { return bytes == 0; };
-    EXPECT_EQ(makeStoredArray(VTK_FLOAT, 0, 0, budget, fill)->GetNumberOfComponents(), 1);
-    const auto bits = makeStoredArray(VTK_BIT, 1, 9, budget, fill);
+    EXPECT_EQ(makeStoredArray(VTK_FLOAT, 4, 0, 0, budget, source)->GetNumberOfComponents(), 1);
+    const auto bits = makeStoredArray(VTK_BIT, 0, 1, 9, budget, source);
     static_cast<unsigned char*>(bits->GetVoidPointer(0))[2] = 1; // one byte more than nine bits take
     EXPECT_EQ(bits->GetNumberOfTuples(), 9);
 }

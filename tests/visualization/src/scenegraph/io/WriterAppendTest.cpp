@@ -37,6 +37,10 @@ TEST_F(WriterAppendTest, appendingGoesOnBehindTheLastWholeItemOrIsRefused)
     const ContainerBytes whole = ContainerBytes().record("a");
     const ContainerBytes cut = unfinished(whole);
     const std::string beyondEnd = ContainerBytes(whole).record("b", {{"T", "xy"}}).str();
+    const ContainerBytes odd = ContainerBytes(whole)
+                                   .record("b", {{"T", "xy"}}, position("BinaryData", 0))
+                                   .raw("foreign")
+                                   .thumbnail(0, position("Length", 5));
     const Edit noPosition = [](Properties& tag)
     {
         position("FilePos", 0)(tag);
@@ -51,6 +55,7 @@ TEST_F(WriterAppendTest, appendingGoesOnBehindTheLastWholeItemOrIsRefused)
     } cases[] = {
         {whole.str(), {"a", "new"}, whole.size()},
         {whole.str() + "\r\n ", {"a", "new"}, whole.size() + 3},
+        {odd.str(), {"a", "b", "new"}, odd.size()},
         {cut.str(), {"a", "new"}, whole.size()},
         {cut.str() + R"({"DataField":"Hea)", {"a", "new"}, whole.size()},
         {ContainerBytes(whole).thumbnail(0, noPosition).str(), {"a", "new"}, whole.size()},

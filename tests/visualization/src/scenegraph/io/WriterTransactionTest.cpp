@@ -2,6 +2,7 @@
 
 #include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
+#include "support/DatasetBlocks.h"
 #include "support/RecordingStream.h"
 #include "support/Scenes.h"
 #include "support/Testing.h"
@@ -24,6 +25,14 @@ using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 
 /// What nodes do to the addition that asks them, and which data an addition may refer to.
+/// The payload of an array of floats.
+std::string payload(const std::vector<float>& values)
+{
+    std::string bytes = block(values);
+    bytes.pop_back(); // the line feed
+    return bytes;
+}
+
 class WriterTransactionTest : public WriterTest
 {
 };
@@ -85,6 +94,7 @@ TEST_F(WriterTransactionTest, anExceptionLeavesNoRecordAndNoStoredData)
         for (const bool thumbnailNext : {false, true})
         {
             SCOPED_TRACE(moment);
+            writer.close();
             SDBWriter written;
             ASSERT_EQ(written.open(path, false, true), FileIoStatus::Success);
             add(written, good);
@@ -152,6 +162,7 @@ TEST_F(WriterTransactionTest, nodesThatCallTheWriterBackHarmNoFile)
         for (const Actor::Moment moment : {Actor::Versions, Actor::PropertyPass, Actor::BinaryPass})
         {
             SCOPED_TRACE(std::string(test.name) + " at moment " + std::to_string(moment));
+            writer.close();
             SDBWriter written;
             ASSERT_EQ(written.open(other, false, false), FileIoStatus::Success);
             add(written, quiet);
@@ -226,7 +237,7 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
         tag.set("NumberOfTuples", 1);
         tag.set("DataType", VTK_FLOAT);
     };
-    std::vector<test::RawBlock> stored{{"shared", "12345", {}, describe}};
+    std::vector<test::RawBlock> stored{{"shared", payload({1}), {}, describe}};
     for (int i = 1; i < BLOCKS; ++i)
     {
         stored.push_back({std::to_string(i), "12345", {}, describe});
@@ -260,9 +271,9 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
 TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
 {
     const auto array = floats("T", {1, 2, 3});
-    const auto stored = [&](const std::string& name, const Edit& change)
+    const auto stored = [&](const std::string& name, const Edit& change, const std::string& values = payload({1, 2, 3}))
     {
-        RawBlock block{name, std::string(1, '\0') + std::string(12, 'x')};
+        RawBlock block{name, values};
         block.edit = [&array, change](Properties& tag)
         {
             tag.set("MTime", static_cast<std::int64_t>(array->GetMTime()));
@@ -281,6 +292,10 @@ TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
         bool isUsed;
     } cases[] = {
         {"N_1", stored("T", [](Properties&) {}), true},
+        {"N_1",
+         stored(
+             "T", [](Properties&) {}, payload({1, 2, 4})),
+         false},                                           // another process has the same stamp
         {"N_11", stored("1T", [](Properties&) {}), false}, // the same checksum: session, key and name run together
         {"N_1", stored("T", [](Properties& tag) { tag.set("DataType", VTK_INT, Properties::Overwrite); }), false},
         {"N_1", stored("T", [](Properties& tag) { tag.set("NumberOfTuples", 4, Properties::Overwrite); }), false},

@@ -5,29 +5,39 @@
 namespace sdb::detail
 {
 
-AppendStream::AppendStream(const std::wstring& path, std::uint64_t nextItem)
+AppendStream::AppendStream(const std::wstring& path)
     : OS::UpdateStream(path)
-    , _nextItem(nextItem)
+{
+}
+
+void AppendStream::start(std::uint64_t nextItem)
 {
     seekp(0, std::ios::end);
+    _firstItem = nextItem;
+    _nextItem = nextItem;
     _leftover = static_cast<std::uint64_t>(std::streamoff(tellp())) != nextItem;
 }
 
 void AppendStream::beginItem()
 {
     _inItem = true;
-    if (!_leftover)
+    _touched = true;
+    if (_leftover)
     {
-        return;
+        clear();
+        _leftover = !cutTo(_nextItem);
     }
-    clear();
+}
+
+/// Flushes, cuts and goes to the new end; false, with the fail bit set, if any of that fails.
+bool AppendStream::cutTo(std::uint64_t size)
+{
     flush();
-    if (!truncate(_nextItem) || !seekp(static_cast<std::streamoff>(_nextItem)))
+    if (!truncate(size) || !seekp(static_cast<std::streamoff>(size)))
     {
         setstate(std::ios::failbit);
-        return;
     }
-    _leftover = false;
+    return good();
 }
 
 bool AppendStream::flushed()
@@ -48,11 +58,27 @@ void AppendStream::leaveItem()
     _inItem = false;
 }
 
+bool AppendStream::takeItemBack()
+{
+    _inItem = false;
+    return cutTo(_nextItem);
+}
+
 void AppendStream::abandon()
 {
     _inItem = false;
     discard();
     truncate(_nextItem);
+    close();
+}
+
+bool AppendStream::abandonAll()
+{
+    _inItem = false;
+    discard();
+    const bool done = !_touched || truncate(_firstItem);
+    close();
+    return done;
 }
 
 } // namespace sdb::detail

@@ -15,9 +15,12 @@ namespace sdb::detail
 class AppendStream : public OS::UpdateStream
 {
 public:
-    /// Opens the file at `path`; not open on failure. `nextItem` is where the next item starts: the end of the file, or
-    /// that of its last whole item. The write position is the end of the file.
-    AppendStream(const std::wstring& path, std::uint64_t nextItem);
+    /// Opens the file at `path`; not open on failure. It can be read through its buffer until `start`.
+    explicit AppendStream(const std::wstring& path);
+
+    /// Goes to the end of the file. `nextItem` is where the next item starts: that end, or the one of the last whole
+    /// item.
+    void start(std::uint64_t nextItem);
 
     /// Cuts off what an unfinished item left behind and goes to where the next item starts. Sets the fail bit if the
     /// file cannot be cut.
@@ -35,13 +38,24 @@ public:
     /// Leaves the item unfinished in the file; the next one takes its place.
     void leaveItem();
 
+    /// Cuts the item off at once; false if that fails.
+    bool takeItemBack();
+
     /// Cuts the file back to the start of the item, writes nothing more and closes.
     void abandon();
 
+    /// Cuts off all items that were added since `start`, writes nothing more and closes; false if the file cannot be
+    /// cut. A file to which nothing was added stays as it is.
+    bool abandonAll();
+
 private:
-    std::uint64_t _nextItem; ///< first byte of the next item
-    bool _leftover = false;  ///< whether something lies there that has to be cut off first
-    bool _inItem = false;    ///< see isInItem
+    bool cutTo(std::uint64_t size);
+
+    std::uint64_t _firstItem = 0; ///< where the first item that is added starts
+    std::uint64_t _nextItem = 0;  ///< first byte of the next item
+    bool _leftover = false;       ///< whether something lies there that has to be cut off first
+    bool _touched = false;        ///< whether an item has been begun
+    bool _inItem = false;         ///< see isInItem
 };
 
 } // namespace sdb::detail

@@ -25,31 +25,27 @@ constexpr VtkReport FAILED_TEXT{"Error reading ascii data!", SOURCE, 58};
 constexpr VtkReport FAILED_BLOCK{"Error reading binary data!", SOURCE, 84};
 constexpr VtkReport FAILED_PACKED_BITS{"Error reading binary bit array!", SOURCE, 431};
 constexpr VtkReport FAILED_TEXT_BITS{"Error reading ascii bit array! tuple: ", SOURCE, 447};
+constexpr VtkReport DAMAGED_BLOCK{"Damaged block of values: ", SOURCE, 91};
 constexpr VtkReport UNSUPPORTED_TYPE{"Unsupported data type: ", SOURCE, 569};
 
-/// Reads text values of the type T, as which they are stored; false at the first that cannot be read, from which on all
-/// are zero.
+/// Reads text values of the type T, as which they are stored, up to the first that cannot be read; how many bytes they
+/// take.
 template <class T>
-bool readTextValues(std::istream& in, char* data, std::uint64_t bytes)
+std::uint64_t readTextValues(std::istream& in, char* data, std::uint64_t bytes)
 {
     NumberReader numbers(in);
-    for (std::uint64_t at = 0; at < bytes; at += sizeof(T))
+    std::uint64_t at = 0;
+    for (T value{}; at < bytes && numbers.read(value); at += sizeof(T))
     {
-        T value{};
-        if (!numbers.read(value))
-        {
-            std::fill(data + at, data + bytes, '\0');
-            return false;
-        }
         std::memcpy(data + at, &value, sizeof(T));
     }
-    return true;
+    return at;
 }
 
 struct TextValues
 {
     int vtkType;
-    bool (*read)(std::istream& in, char* data, std::uint64_t bytes);
+    std::uint64_t (*read)(std::istream& in, char* data, std::uint64_t bytes);
 };
 
 constexpr TextValues TEXT_VALUES[] = {
@@ -60,70 +56,64 @@ constexpr TextValues TEXT_VALUES[] = {
     {VTK_FLOAT, &readTextValues<float>},       {VTK_DOUBLE, &readTextValues<double>},
 };
 
-bool readText(int vtkType, std::istream& in, char* data, std::uint64_t bytes)
+std::uint64_t readText(int vtkType, std::istream& in, char* data, std::uint64_t bytes)
 {
-    for (const TextValues& row : TEXT_VALUES)
-    {
-        if (row.vtkType == vtkType)
-        {
-            return row.read(in, data, bytes);
-        }
-    }
-    std::fill_n(data, bytes, '\0');
-    return false;
+    const auto* const row = std::find_if(std::begin(TEXT_VALUES), std::end(TEXT_VALUES),
+                                         [=](const TextValues& values) { return values.vtkType == vtkType; });
+    return row == std::end(TEXT_VALUES) ? 0 : row->read(in, data, bytes);
 }
 
 } // namespace
 
-bool ArrayReader::readBlock(char* data, std::uint64_t bytes)
+bool ArrayReader::readBlock(std::uint64_t bytes, const TakeContent& take)
 {
-    if (bytes == 0)
-    {
-        return true;
-    }
     skipRestOfLine(_in);
-    (void)sdb::detail::readBlock(_in, data, bytes, _budget); // only the end of the stream counts
+    sdb::detail::BlockReader block(_in, bytes, _run.pulse);
+    if (!take([&](char* data, std::uint64_t size) { return block.read(data, size); }))
+    {
+        return false;
+    }
+    const sdb::detail::BlockResult result = block.finish();
     if (_in.eof())
     {
         reportGenericWarning(FAILED_BLOCK);
         return false;
     }
+    if (result != sdb::detail::BlockResult::Whole)
+    {
+        reportError(_reporter, DAMAGED_BLOCK, _subject);
+    }
+    _run.countUnchecked(block);
     return true;
 }
 
-void ArrayReader::fillShortIds(char* data, std::uint64_t bytes)
+vtkSmartPointer<vtkDataArray> ArrayReader::readBlocked(const TypeWord& type, int components, std::int64_t values)
 {
-    // The short form is read into the upper half of the values' own memory and widened from the lowest on, so that no
-    // value is overwritten before it was read.
-    const std::uint64_t half = bytes / 2;
-    (void)readBlock(data + half, half); // warned of already
-    for (std::uint64_t at = 0; at < half; at += SHORT_ID_WIDTH)
+    vtkSmartPointer<vtkDataArray> array;
+    const auto take = [&](const ValueSource& content)
     {
-        std::uint16_t narrow = 0;
-        std::memcpy(&narrow, data + half + at, sizeof(narrow));
-        const std::uint32_t wide = narrow;
-        std::memcpy(data + 2 * at, &wide, sizeof(wide));
-    }
+        array = makeStoredArray(type.vtkType, type.width, components, values, _run.budget, content);
+        return array != nullptr;
+    };
+    (void)readBlock(static_cast<std::uint64_t>(values * type.width), take); // a failure has been told
+    return array;
 }
 
-void ArrayReader::fill(const TypeWord& type, char* data, std::uint64_t bytes)
+vtkSmartPointer<vtkDataArray> ArrayReader::readTexts(const TypeWord& type, int components, std::int64_t values)
 {
-    if (bytes == 0)
+    bool complete = true;
+    const auto source = [&](char* data, std::uint64_t bytes)
     {
-        return;
-    }
-    if (type.vtkType == VTK_ID_TYPE && type.width == SHORT_ID_WIDTH)
-    {
-        fillShortIds(data, bytes);
-    }
-    else if (!_text || type.vtkType == VTK_ID_TYPE)
-    {
-        (void)readBlock(data, bytes); // warned of already
-    }
-    else if (!readText(type.vtkType, _in, data, bytes))
+        const std::uint64_t got = complete ? readText(type.vtkType, _in, data, bytes) : 0;
+        complete = complete && got == bytes;
+        return got;
+    };
+    const auto array = makeStoredArray(type.vtkType, type.width, components, values, _run.budget, source);
+    if (!complete)
     {
         reportGenericWarning(FAILED_TEXT);
     }
+    return array;
 }
 
 bool ArrayReader::readPackedBits(vtkDataArray& array)
@@ -172,15 +162,12 @@ vtkSmartPointer<vtkDataArray> ArrayReader::read(std::string_view typeWord, int t
         reportError(_reporter, UNSUPPORTED_TYPE, typeWord);
         return nullptr;
     }
+    const std::int64_t values = std::int64_t{tuples} * components;
+    const bool isBlock = type->width > 0 && values > 0 && (!_text || type->vtkType == VTK_ID_TYPE);
     vtkSmartPointer<vtkDataArray> array;
     if (tuples >= 0)
     {
-        array = makeStoredArray(type->vtkType, components, std::int64_t{tuples} * components, _budget,
-                                [&](char* data, std::uint64_t bytes)
-                                {
-                                    fill(*type, data, bytes);
-                                    return true;
-                                });
+        array = isBlock ? readBlocked(*type, components, values) : readTexts(*type, components, values);
     }
     if (array == nullptr)
     {
@@ -192,6 +179,25 @@ vtkSmartPointer<vtkDataArray> ArrayReader::read(std::string_view typeWord, int t
         return nullptr;
     }
     return array;
+}
+
+PayloadArray readPayload(std::istream& in, int vtkType, std::int64_t components, std::int64_t valueCount, CodecRun& run)
+{
+    const int width = storedWidth(vtkType);
+    if (width == 0 || valueCount <= 0)
+    {
+        return {makeStoredArray(vtkType, width, components, valueCount, run.budget, {})};
+    }
+    sdb::detail::BlockReader block(in, static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(valueCount),
+                                   run.pulse);
+    const auto content = [&](char* data, std::uint64_t size) { return block.read(data, size); };
+    PayloadArray res{makeStoredArray(vtkType, width, components, valueCount, run.budget, content)};
+    if (res.array != nullptr)
+    {
+        res.result = block.finish();
+        run.countUnchecked(block);
+    }
+    return res;
 }
 
 } // namespace tsg::detail

@@ -148,24 +148,10 @@ private:
 
 } // namespace
 
-ConnectivityBuffer::ConnectivityBuffer(std::int64_t size, sdb::detail::MemoryBudget& budget)
-    : _budget(budget)
-    , _bytes(static_cast<std::uint64_t>(size) * sizeof(std::int32_t))
+bool ConnectivityBuffer::read(std::int64_t size, const sdb::detail::MemoryBudget& budget, const ValueSource& source)
 {
-    if (_budget.charge(_bytes))
-    {
-        // At least one integer, so that an empty list differs from a refused one.
-        _list.reset(static_cast<std::int32_t*>(std::malloc(std::max<std::size_t>(_bytes, sizeof(std::int32_t)))));
-    }
-    else
-    {
-        _bytes = 0;
-    }
-}
-
-ConnectivityBuffer::~ConnectivityBuffer()
-{
-    _budget.release(_bytes);
+    _list = readMemory(static_cast<std::uint64_t>(size) * sizeof(std::int32_t), budget, source);
+    return _list != nullptr;
 }
 
 ImportedCells importCells(const std::int32_t* list, std::int64_t size, std::int64_t cellCount)

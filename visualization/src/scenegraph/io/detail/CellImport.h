@@ -1,10 +1,9 @@
 #pragma once
 
 #include "scenegraph/io/detail/MemoryBudget.h"
+#include "scenegraph/io/detail/StoredArray.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 #include <vtkSmartPointer.h>
 
@@ -30,33 +29,19 @@ struct ImportedCells
     IdRange ids;
 };
 
-/// Bytes that the cells of a consistent list of `size` integers take in memory.
-constexpr std::uint64_t importedBytes(std::int64_t size)
-{
-    return (static_cast<std::uint64_t>(size) + 1) * sizeof(std::int64_t);
-}
-
-/// A connectivity list without values yet, scratch memory that is charged for as long as this object lives.
+/// A connectivity list on its way from a file to VTK's cells.
 class ConnectivityBuffer
 {
 public:
-    ConnectivityBuffer(std::int64_t size, sdb::detail::MemoryBudget& budget);
-    ~ConnectivityBuffer();
-    ConnectivityBuffer(const ConnectivityBuffer&) = delete;
-    ConnectivityBuffer& operator=(const ConnectivityBuffer&) = delete;
+    /// Takes memory for `size` integers, more than 0, and fills it from the source; what does not come is zero. False
+    /// if the memory does not suffice. Nothing is charged.
+    bool read(std::int64_t size, const sdb::detail::MemoryBudget& budget, const ValueSource& source);
 
-    /// Null if the budget or the memory does not suffice.
-    std::int32_t* get() { return _list.get(); }
+    /// Null until it has been read.
+    const std::int32_t* get() const { return reinterpret_cast<const std::int32_t*>(_list.get()); }
 
 private:
-    struct Free
-    {
-        void operator()(std::int32_t* list) const { std::free(list); }
-    };
-
-    sdb::detail::MemoryBudget& _budget;
-    std::uint64_t _bytes;
-    std::unique_ptr<std::int32_t, Free> _list;
+    AdoptableMemory _list;
 };
 
 /// Imports a list of `size` integers that has to hold exactly `cellCount` cells, none with a negative number of points.

@@ -1,5 +1,6 @@
 #include "scenegraph/io/detail/FileIndex.h"
 
+#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
 namespace sdb::detail
@@ -21,9 +22,8 @@ int FileIndex::nextFrame(const std::string& sessionId, const std::string& title)
     return found == _frames.end() ? 0 : found->second;
 }
 
-void FileIndex::registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp)
+void FileIndex::registerBinaries(unsigned int checksum, StoredBlock block)
 {
-    StoredBlock block{tag, stamp};
     _replaced.push_back({checksum, std::nullopt});
     const auto [stored, isNew] = _storedBlocks.try_emplace(checksum);
     if (!isNew)
@@ -33,10 +33,32 @@ void FileIndex::registerBinaries(unsigned int checksum, const Properties& tag, u
     stored->second = std::move(block);
 }
 
-const Properties* FileIndex::findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const
+const FileIndex::StoredBlock* FileIndex::findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const
 {
     const auto block = _storedBlocks.find(checksum);
-    return block != _storedBlocks.end() && block->second.stamp == stamp ? &block->second.tag : nullptr;
+    return block != _storedBlocks.end() && block->second.stamp == stamp ? &block->second : nullptr;
+}
+
+void FileIndex::setKnown(unsigned int checksum)
+{
+    const auto block = _storedBlocks.find(checksum);
+    if (block != _storedBlocks.end())
+    {
+        block->second.isKnown = true;
+    }
+}
+
+std::unordered_map<unsigned int, std::uint64_t> FileIndex::knownBlocks() const
+{
+    std::unordered_map<unsigned int, std::uint64_t> known;
+    for (const auto& [checksum, block] : _storedBlocks)
+    {
+        if (block.isKnown)
+        {
+            known.emplace(checksum, hexFromProp(block.tag, key::FILE_POS));
+        }
+    }
+    return known;
 }
 
 void FileIndex::undoBinaries() noexcept

@@ -3,10 +3,12 @@
 #include "core/Properties.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -27,14 +29,30 @@ public:
     /// each such record, in file order, whose own frame is not below it: frames 0, 1, 2 give 3, but 2, 0, 1 give 2.
     int nextFrame(const std::string& sessionId, const std::string& title) const;
 
-    /// Remembers the payload that a binary data tag describes under the checksum of its owner; a newer one replaces it.
-    void registerBinaries(unsigned int checksum, const Properties& tag, unsigned long long stamp);
+    /// A payload that the file holds.
+    struct StoredBlock
+    {
+        Properties tag;               ///< says where it lies
+        unsigned long long stamp = 0; ///< of the data when it was stored
+        /// Whether this process has stored it, or found that it holds what it would store: only then the stamp, which
+        /// each process counts for itself, says that data is unchanged.
+        bool isKnown = false;
+    };
+
+    /// Remembers a payload under the checksum of its owner; a newer one replaces it.
+    void registerBinaries(unsigned int checksum, StoredBlock block);
 
     /// How many payloads are remembered.
     std::size_t blockCount() const { return _storedBlocks.size(); }
 
-    /// The tag of the payload stored for `checksum`, if the data had this stamp when it was stored; else null.
-    const Properties* findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const;
+    /// The payload stored for `checksum`, if the data had this stamp when it was stored; else null.
+    const StoredBlock* findIndexedBinaryData(unsigned int checksum, unsigned long long stamp) const;
+
+    /// Marks the payload that is stored for `checksum` as known.
+    void setKnown(unsigned int checksum);
+
+    /// The known payloads: where each lies, by checksum.
+    std::unordered_map<unsigned int, std::uint64_t> knownBlocks() const;
 
     /// Makes the payloads registered since the last call of either function final, or takes them back.
     void keepBinaries() { _replaced.clear(); }
@@ -42,12 +60,6 @@ public:
     void undoBinaries() noexcept;
 
 private:
-    struct StoredBlock
-    {
-        Properties tag;           ///< says where the payload lies
-        unsigned long long stamp; ///< of the data when it was stored
-    };
-
     struct Replaced
     {
         unsigned int checksum;

@@ -11,7 +11,6 @@
 #include "scenegraph/io/detail/TagScan.h"
 #include "scenegraphcommon/Logger.h"
 
-#include <algorithm>
 #include <istream>
 #include <optional>
 #include <utility>
@@ -38,7 +37,7 @@ public:
         , _record(record)
         , _block(block)
         , _thumbnail(thumbnail)
-        , _fileSize(streamSize(in))
+        , _fileSize(streamSize(in).value_or(0))
         , _budget(indexedBlocks(_fileSize))
     {
     }
@@ -93,7 +92,7 @@ private:
 
     bool visitItem(bool isRecord)
     {
-        const std::optional<std::uint64_t> end = finishedEnd(_in, _tag, _end, _fileSize);
+        const std::optional<std::uint64_t> end = finishedEnd(_tag, _end);
         if (!end.has_value())
         {
             return skipUnfinished();
@@ -116,7 +115,8 @@ private:
     {
         if (_block != nullptr)
         {
-            walkBlocks(_in, _tag, end, *_block, _budget);
+            const BlockCallback block = *_block; // each record has a callback of its own, with what that remembers
+            walkBlocks(_in, _tag, end, block, _budget);
             if (_budget.isSpent())
             {
                 spentBudget.log("sdb::indexRecords: too many blocks, the rest of them is not looked at");
@@ -137,14 +137,12 @@ private:
         {
             return stop(canBeCut() ? WalkEnd::UnfinishedItem : WalkEnd::Damage, _begin);
         }
-        _claimed = std::max(_claimed, extentEnd(_tag).value_or(0));
         seekTo(_in, next);
         return true;
     }
 
-    /// Whether another item may take the place of the current one: there is a file header in front of it, and nothing
-    /// unfinished before it that could come to look finished when other bytes stand where it seems to end.
-    bool canBeCut() const { return _result.lastItemEnd > 0 && _claimed <= _begin; }
+    /// Whether another item may take the place of the current one: there is a file header in front of it.
+    bool canBeCut() const { return _result.lastItemEnd > 0; }
 
     void stopAtUnreadable(TagScan scan)
     {
@@ -184,7 +182,6 @@ private:
     std::uint64_t _begin = 0; ///< first byte of the current tag
     std::uint64_t _end = 0;   ///< first byte after it
 
-    std::uint64_t _claimed = 0; ///< the furthest end that an unfinished item claims which is not the last
     WalkResult _result;
 };
 

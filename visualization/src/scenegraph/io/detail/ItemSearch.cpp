@@ -20,8 +20,7 @@ bool isInItsPlace(const std::string& text, std::uint64_t begin)
 {
     const Properties tag(text);
     const std::uint64_t tagEnd = begin + text.size();
-    const std::optional<std::uint64_t> end = extentEnd(tag);
-    if (!end.has_value() || *end < tagEnd)
+    if (!finishedEnd(tag, tagEnd))
     {
         return false;
     }
@@ -103,32 +102,6 @@ bool beginsAsItem(const std::string& text)
                        });
 }
 
-std::uint64_t pixelBytes(const Properties& tag)
-{
-    const int width = tag.getInt(key::WIDTH);
-    const int height = tag.getInt(key::HEIGHT);
-    return width > 0 && height > 0 ? 3 * std::uint64_t(width) * std::uint64_t(height) : 0;
-}
-
-std::optional<std::uint64_t> finishedEnd(std::istream& in, const Properties& tag, std::uint64_t tagEnd,
-                                         std::uint64_t fileSize)
-{
-    const std::optional<std::uint64_t> end = extentEnd(tag);
-    if (!end.has_value() || *end < tagEnd)
-    {
-        return std::nullopt;
-    }
-    const bool isRecord = tag.getString(key::DATA_FIELD) == field::HEADER;
-    const bool isPartial = isRecord ? tag.hasName(key::BINARY_DATA) && hexFromProp(tag, key::BINARY_DATA) == 0
-                                    : hexFromProp(tag, key::LENGTH) < pixelBytes(tag);
-    if (isPartial && *end < fileSize)
-    {
-        seekTo(in, end);
-        return in.peek() == '{' ? end : std::nullopt;
-    }
-    return end;
-}
-
 std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from)
 {
     in.clear();
@@ -150,6 +123,31 @@ std::optional<std::uint64_t> findItem(std::istream& in, std::uint64_t from)
         in.setstate(std::ios::badbit);
         return std::nullopt;
     }
+}
+
+bool isItemAt(std::istream& in, std::uint64_t position)
+{
+    constexpr std::uint64_t MOST_BYTES = 65536;
+    in.clear();
+    seekTo(in, position);
+    Candidate candidate;
+    for (std::uint64_t taken = 1; taken <= MOST_BYTES; ++taken)
+    {
+        const int next = in.get();
+        if (next == std::istream::traits_type::eof())
+        {
+            return false;
+        }
+        if (candidate.take(static_cast<char>(next)))
+        {
+            return isInItsPlace(candidate.text(), position);
+        }
+        if (candidate.text().size() != taken)
+        {
+            return false; // something else, or it begins later
+        }
+    }
+    return false;
 }
 
 } // namespace sdb::detail

@@ -81,7 +81,8 @@ LegacyTextCheck::LegacyTextCheck(std::string& text, sdb::detail::MemoryBudget& b
 
 bool LegacyTextCheck::passes()
 {
-    return passHeader() && passSections() && _pointCount >= 0 && _lowestId >= 0 && _highestId < _pointCount;
+    return _tokens.endsWithLine() && passHeader() && passSections() && _pointCount >= 0 && _lowestId >= 0 &&
+           _highestId < _pointCount;
 }
 
 bool LegacyTextCheck::passHeader()

@@ -32,6 +32,7 @@ struct ReplacedValues
 /// Proves, in one pass, that the text of a polydata in the VTK legacy format can be left to VTK's reader, which trusts
 /// it. A sound text
 ///   - is of a version below 5 and ASCII, and its dataset is POLYDATA with points
+///   - ends with the end of a line
 ///   - has each section at most once, a keyword or array only at the beginning of a line, and its values behind its
 ///   line
 ///   - has as many values as it says, each within the range of its type

@@ -32,6 +32,9 @@ public:
     /// How many bytes are left.
     std::int64_t left() const { return _end - _at; }
 
+    /// Whether the last line of the text ends: where it does not, its last number may have been cut.
+    bool endsWithLine() const { return _at != _end && _end[-1] == '\n'; }
+
     /// Whether nothing but white space is left.
     bool atEnd();
 

@@ -25,7 +25,10 @@ constexpr std::uint64_t MAX_PADDING_BYTES = 4096;
 /// Most bytes that zlib makes of one.
 constexpr std::uint64_t MOST_INFLATED = 1032;
 
-/// Memory that one load may take: more than zlib makes of the file, so that no honest one reaches it.
+/// What one load may take, in bytes of the stored form: more than zlib makes of the file, so that no honest one reaches
+/// it. Memory may keep a stored byte in up to MEMORY_FACTOR: ids of two bytes have eight in VTK.
+constexpr std::uint64_t MEMORY_FACTOR = 4;
+
 constexpr std::uint64_t loadMemory(std::uint64_t fileSize)
 {
     constexpr std::uint64_t BASE = std::uint64_t{16} << 20;

@@ -4,12 +4,13 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 
 namespace sdb::detail
 {
 
-/// What one load may still take. Every buffer whose size a file decides is charged here before it is taken; what is
-/// only scratch is given back.
+/// What one load may still take, counted in bytes of the stored form; see loadMemory. Every buffer whose size a file
+/// decides is charged here before it is taken; what is only scratch is given back.
 class MemoryBudget
 {
 public:
@@ -17,6 +18,18 @@ public:
         : _left(bytes)
     {
     }
+
+    /// The budget of an input, of which so many bytes are left. Where that cannot be known it has no end, but nothing
+    /// may be taken in advance: memory grows with what really arrives.
+    static MemoryBudget forInput(std::optional<std::uint64_t> bytesLeft)
+    {
+        MemoryBudget budget(bytesLeft ? loadMemory(*bytesLeft) : UINT64_MAX);
+        budget._hasEnd = bytesLeft.has_value();
+        return budget;
+    }
+
+    /// Whether memory may be taken for all that is announced before it arrives.
+    bool hasEnd() const { return _hasEnd; }
 
     /// Takes `bytes` off the budget; false, and nothing is taken, if there is less left.
     [[nodiscard]] bool charge(std::uint64_t bytes)
@@ -39,6 +52,7 @@ public:
 
 private:
     std::uint64_t _left;
+    bool _hasEnd = true;
 };
 
 /// Memory that is charged for as long as this object lives.
@@ -71,7 +85,10 @@ private:
     bool _granted;
 };
 
-/// Bytes from the beginning of a stream to its end; 0 if the stream cannot seek. Position and state are restored.
-std::uint64_t streamSize(std::istream& in);
+/// Bytes from the beginning of a stream to its end; none if the stream cannot seek. Position and state are restored.
+std::optional<std::uint64_t> streamSize(std::istream& in);
+
+/// The same from the position of the stream on.
+std::optional<std::uint64_t> bytesLeft(std::istream& in);
 
 } // namespace sdb::detail

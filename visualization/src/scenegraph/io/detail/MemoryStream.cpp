@@ -10,6 +10,11 @@ MemoryBuffer::MemoryBuffer(const char* data, std::size_t size)
     setg(begin, begin, begin + size);
 }
 
+const char* MemoryBuffer::peek(std::uint64_t size) const
+{
+    return static_cast<std::uint64_t>(egptr() - gptr()) < size ? nullptr : gptr();
+}
+
 const char* MemoryBuffer::take(std::uint64_t size)
 {
     const char* const bytes = gptr();

@@ -18,6 +18,9 @@ public:
     /// The next `size` bytes, which count as read. If there are fewer, null, and all of them count as read.
     const char* take(std::uint64_t size);
 
+    /// The next `size` bytes without reading them; null if there are fewer.
+    const char* peek(std::uint64_t size) const;
+
 protected:
     pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode which) override;
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override;

@@ -1,6 +1,7 @@
 #include "scenegraph/io/detail/PendingTag.h"
 
 #include "core/Error.h"
+#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
@@ -39,15 +40,15 @@ std::string tagText(const Properties& tag)
     return text;
 }
 
-void rewriteTag(std::ostream& out, std::uint64_t position, std::uint64_t length, const Properties& tag)
+void rewriteTag(const TagStream& stream, std::uint64_t position, std::uint64_t length, const Properties& tag)
 {
     const std::string text = tagText(tag);
     if (text.size() != length)
     {
         raise(SAME_LENGTH);
     }
-    out.seekp(static_cast<std::streamoff>(position));
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    stream.moveTo(position);
+    stream.out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::string beyondAnyFile(std::uint64_t position)
@@ -57,50 +58,71 @@ std::string beyondAnyFile(std::uint64_t position)
     return digits;
 }
 
-bool isBeyondAnyFile(const std::string& position)
+bool isPending(const Properties& tag)
 {
-    return !position.empty() && position.front() == BEYOND_ANY_FILE;
+    const bool isRecord = tag.getString(key::DATA_FIELD) == field::HEADER;
+    const char* const last = isRecord ? key::LENGTH : key::FILE_POS;
+    const std::string& digits = tag.getString(last);
+    return digits == hexPosition(0) || digits == beyondAnyFile(hexFromProp(tag, last));
 }
 
-PendingTag::PendingTag(std::ostream& out, Properties tag)
-    : _out(out)
+TagStream::TagStream(std::ostream& stream)
+    : TagStream(
+          stream, [&stream] { return writePosition(stream); },
+          [&stream](std::uint64_t to) { stream.seekp(static_cast<std::streamoff>(to)); })
+{
+}
+
+TagStream::TagStream(std::ostream& stream, std::function<std::uint64_t()> flushedPosition,
+                     std::function<void(std::uint64_t)> move)
+    : out(stream)
+    , position(std::move(flushedPosition))
+    , moveTo(std::move(move))
+{
+}
+
+PendingTag::PendingTag(TagStream stream, Properties tag)
+    : _stream(std::move(stream))
     , _tag(std::move(tag))
-    , _tagPos(writePosition(out))
+    , _tagPos(_stream.position())
 {
     setPositions(_tag, 0, 0);
     const std::string text = tagText(_tag);
     _length = text.size();
-    _out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    _payloadPos = writePosition(_out);
+    _stream.out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    _payloadPos = _stream.position();
+}
+
+/// Rewrites the tag and goes back to the payload's end.
+void PendingTag::rewrite(std::uint64_t end, const Properties& tag)
+{
+    rewriteTag(_stream, _tagPos, _length, tag);
+    _stream.moveTo(end);
 }
 
 const Properties& PendingTag::commit()
 {
-    const std::uint64_t end = writePosition(_out);
-    if (_out.fail())
+    const std::uint64_t end = _stream.position();
+    if (!_stream.out.fail())
     {
-        return _tag;
+        Properties committed = _tag;
+        setPositions(committed, _payloadPos, end - _payloadPos);
+        rewrite(end, committed);
+        _tag = std::move(committed);
     }
-    Properties committed = _tag;
-    setPositions(committed, _payloadPos, end - _payloadPos);
-    rewriteTag(_out, _tagPos, _length, committed);
-    _out.seekp(static_cast<std::streamoff>(end));
-    _tag = std::move(committed);
     return _tag;
 }
 
-const Properties& PendingTag::commitItem()
+void PendingTag::prepare()
 {
-    const std::uint64_t end = writePosition(_out);
-    if (!_out.fail())
+    const std::uint64_t end = _stream.position();
+    if (!_stream.out.fail())
     {
         Properties unfinished = _tag;
         setPositions(unfinished, _payloadPos, end - _payloadPos);
         unfinished.set(key::FILE_POS, beyondAnyFile(_payloadPos), Properties::Overwrite);
-        rewriteTag(_out, _tagPos, _length, unfinished);
-        _out.seekp(static_cast<std::streamoff>(end));
+        rewrite(end, unfinished);
     }
-    return commit();
 }
 
 } // namespace sdb::detail

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <utility>
 
 #include <vtkDataArray.h>
 
@@ -59,6 +58,7 @@ void widenValues(const char* stored, void* values, std::int64_t count)
 struct Conversion
 {
     int vtkType;
+    int width; ///< of a stored value
     std::string (*refusal)(const void* values, std::int64_t count);
     void (*pack)(const void* values, char* stored, std::int64_t count);
     void (*widen)(const char* stored, void* values, std::int64_t count);
@@ -67,21 +67,23 @@ struct Conversion
 template <class Memory, class Stored>
 constexpr Conversion conversion(int vtkType)
 {
-    return {vtkType, &refusalOf<Memory, Stored>, &packValues<Memory, Stored>, &widenValues<Memory, Stored>};
+    return {vtkType, sizeof(Stored), &refusalOf<Memory, Stored>, &packValues<Memory, Stored>,
+            &widenValues<Memory, Stored>};
 }
 
 constexpr Conversion CONVERSIONS[] = {
     conversion<long, std::int32_t>(VTK_LONG),
     conversion<unsigned long, std::uint32_t>(VTK_UNSIGNED_LONG),
     conversion<vtkIdType, std::int32_t>(VTK_ID_TYPE),
+    conversion<vtkIdType, std::uint16_t>(VTK_ID_TYPE),
 };
 
 /// Null where the layouts agree.
-const Conversion* conversionOf(int vtkType)
+const Conversion* conversionOf(int vtkType, int width)
 {
     for (const Conversion& row : CONVERSIONS)
     {
-        if (row.vtkType == vtkType && vtkAbstractArray::GetDataTypeSize(vtkType) != storedWidth(vtkType))
+        if (row.vtkType == vtkType && row.width == width && vtkAbstractArray::GetDataTypeSize(vtkType) != width)
         {
             return &row;
         }
@@ -113,80 +115,65 @@ std::string countRefusal(vtkDataArray& array, std::int64_t valueCount)
 /// The same for the values of a contiguous array.
 std::string valueRefusal(vtkDataArray& array, std::int64_t valueCount)
 {
-    const Conversion* const conversion = conversionOf(array.GetDataType());
+    const Conversion* const conversion = conversionOf(array.GetDataType(), storedWidth(array.GetDataType()));
     return conversion != nullptr && valueCount > 0 ? conversion->refusal(array.GetVoidPointer(0), valueCount) : "";
 }
 
-/// Memory without values yet that a VTK array may adopt. Memory and its charge are given back unless they are handed
-/// over.
-class ChargedMemory
+/// Bytes that an array of bits takes in memory. VTK writes the last byte of adopted bits in any case.
+std::uint64_t bitMemory(std::int64_t valueCount)
 {
-public:
-    ChargedMemory(std::uint64_t bytes, sdb::detail::MemoryBudget& budget)
-        : _budget(budget)
-        , _bytes(budget.charge(bytes) ? bytes : 0)
-        , _memory(_bytes == bytes && bytes > 0 ? std::malloc(bytes) : nullptr)
-        , _taken(_bytes == bytes && (bytes == 0 || _memory != nullptr))
-    {
-    }
-
-    ~ChargedMemory()
-    {
-        _budget.release(_bytes);
-        std::free(_memory);
-    }
-
-    ChargedMemory(const ChargedMemory&) = delete;
-    ChargedMemory& operator=(const ChargedMemory&) = delete;
-
-    bool taken() const { return _taken; }
-
-    /// Null for no bytes.
-    char* get() const { return static_cast<char*>(_memory); }
-
-    void* handOver()
-    {
-        _bytes = 0;
-        return std::exchange(_memory, nullptr);
-    }
-
-private:
-    sdb::detail::MemoryBudget& _budget;
-    std::uint64_t _bytes;
-    void* _memory;
-    bool _taken;
-};
-
-/// Bytes that an array of `valueCount` values takes in memory. VTK writes the last byte of adopted bits in any case.
-std::uint64_t memorySize(int vtkType, std::int64_t valueCount)
-{
-    const auto count = static_cast<std::uint64_t>(valueCount);
-    return vtkType == VTK_BIT ? count / 8 + 2
-                              : count * static_cast<std::uint64_t>(vtkAbstractArray::GetDataTypeSize(vtkType));
+    return static_cast<std::uint64_t>(valueCount) / 8 + 2;
 }
 
-/// Has the values at `memory` filled in their stored form.
-bool fillMemory(int vtkType, std::int64_t valueCount, char* memory, sdb::detail::MemoryBudget& budget,
-                const FillValues& fill)
+/// Makes memory larger, with what it holds; false, and nothing has changed, if there is not so much.
+bool grow(AdoptableMemory& memory, std::uint64_t bytes)
 {
-    const std::uint64_t bytes =
-        static_cast<std::uint64_t>(valueCount) * static_cast<std::uint64_t>(storedWidth(vtkType));
-    if (vtkType == VTK_BIT && memory != nullptr)
-    {
-        std::memset(memory, 0, memorySize(vtkType, valueCount));
-    }
-    const Conversion* const conversion = conversionOf(vtkType);
-    if (conversion == nullptr || bytes == 0)
-    {
-        return fill(memory, bytes);
-    }
-    const ChargedMemory stored(bytes, budget);
-    if (!stored.taken() || !fill(stored.get(), bytes))
+    char* const grown = static_cast<char*>(std::realloc(memory.get(), bytes));
+    if (grown == nullptr)
     {
         return false;
     }
-    conversion->widen(stored.get(), memory, valueCount);
+    (void)memory.release(); // it has moved
+    memory.reset(grown);
     return true;
+}
+
+/// Widens values on their way into memory, through a window.
+ValueSource widening(const Conversion& conversion, int memoryWidth, const ValueSource& source)
+{
+    return [&conversion, memoryWidth, &source](char* data, std::uint64_t bytes)
+    {
+        constexpr std::uint64_t WINDOW_VALUES = 16384;
+        char window[WINDOW_VALUES * sizeof(std::int32_t)];
+        const auto width = static_cast<std::uint64_t>(conversion.width);
+        const auto wide = static_cast<std::uint64_t>(memoryWidth);
+        std::uint64_t done = 0;
+        for (std::uint64_t left = bytes / wide; left > 0;)
+        {
+            const std::uint64_t values = std::min(left, WINDOW_VALUES);
+            const std::uint64_t got = source(window, values * width);
+            std::fill(window + got, window + values * width, '\0'); // of a value that is cut off
+            const std::uint64_t come = (got + width - 1) / width;
+            conversion.widen(window, data + done, static_cast<std::int64_t>(come));
+            done += come * wide;
+            left = come < values ? 0 : left - values;
+        }
+        return done;
+    };
+}
+
+/// The memory of an array's values, filled; null if there is none for them.
+AdoptableMemory valueMemory(int vtkType, int width, std::int64_t valueCount, const sdb::detail::MemoryBudget& budget,
+                            const ValueSource& source)
+{
+    if (vtkType == VTK_BIT)
+    {
+        return readMemory(bitMemory(valueCount), budget, [](char*, std::uint64_t) { return std::uint64_t{0}; });
+    }
+    const int memoryWidth = vtkAbstractArray::GetDataTypeSize(vtkType);
+    const std::uint64_t bytes = static_cast<std::uint64_t>(valueCount) * static_cast<std::uint64_t>(memoryWidth);
+    const Conversion* const conversion = conversionOf(vtkType, width);
+    return readMemory(bytes, budget, conversion != nullptr ? widening(*conversion, memoryWidth, source) : source);
 }
 
 } // namespace
@@ -210,6 +197,12 @@ std::string storingRefusal(vtkDataArray& array, std::int64_t valueCount)
 {
     const std::string refusal = countRefusal(array, valueCount);
     return refusal.empty() ? valueRefusal(*contiguous(array), valueCount) : refusal;
+}
+
+std::uint64_t storedBytes(vtkDataArray& array)
+{
+    const std::int64_t values = array.GetNumberOfTuples() * array.GetNumberOfComponents();
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(values, 0) * storedWidth(array.GetDataType()));
 }
 
 vtkSmartPointer<vtkDataArray> contiguous(vtkDataArray& array)
@@ -240,7 +233,7 @@ StoredValues::StoredValues(vtkDataArray& array, std::int64_t valueCount)
     }
     _size = size;
     _data = static_cast<const char*>(_array->GetVoidPointer(0));
-    if (const Conversion* const conversion = conversionOf(array.GetDataType()))
+    if (const Conversion* const conversion = conversionOf(array.GetDataType(), storedWidth(array.GetDataType())))
     {
         _packed.resize(size);
         conversion->pack(_data, _packed.data(), valueCount);
@@ -248,8 +241,33 @@ StoredValues::StoredValues(vtkDataArray& array, std::int64_t valueCount)
     }
 }
 
-vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, std::int64_t components, std::int64_t valueCount,
-                                              sdb::detail::MemoryBudget& budget, const FillValues& fill)
+AdoptableMemory readMemory(std::uint64_t bytes, const sdb::detail::MemoryBudget& budget, const ValueSource& source)
+{
+    constexpr std::uint64_t FIRST_ROOM = std::uint64_t{1} << 20; // whole values fit, now and whenever it is doubled
+    constexpr std::uint64_t ROOM_FOR_NOTHING = std::uint64_t{16} << 20;
+    AdoptableMemory memory;
+    std::uint64_t room = budget.hasEnd() ? bytes : std::min(bytes, FIRST_ROOM);
+    std::uint64_t filled = 0;
+    for (bool ended = false; !ended;)
+    {
+        if (!grow(memory, room))
+        {
+            return nullptr;
+        }
+        filled += source(memory.get() + filled, room - filled);
+        ended = filled < room || room == bytes;
+        room = ended ? room : std::min(bytes, 2 * room);
+    }
+    if (room < bytes && (bytes > std::max(ROOM_FOR_NOTHING, 2 * room) || !grow(memory, bytes)))
+    {
+        return nullptr;
+    }
+    std::fill(memory.get() + filled, memory.get() + bytes, '\0');
+    return memory;
+}
+
+vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, int width, std::int64_t components, std::int64_t valueCount,
+                                              sdb::detail::MemoryBudget& budget, const ValueSource& source)
 {
     if (!isStorable(vtkType) || components < 0 || components > sdb::detail::MAX_COMPONENTS || valueCount < 0 ||
         valueCount > INT64_MAX / 16)
@@ -257,22 +275,29 @@ vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, std::int64_t componen
         return nullptr;
     }
     // VTK keeps one double a component for each array, however few values it holds.
-    const std::uint64_t overhead = static_cast<std::uint64_t>(components) * sizeof(double);
-    if (!budget.charge(overhead))
+    const std::uint64_t overhead = static_cast<std::uint64_t>(components) * sizeof(double) / sdb::detail::MEMORY_FACTOR;
+    const std::uint64_t stored = vtkType == VTK_BIT
+                                     ? bitMemory(valueCount)
+                                     : static_cast<std::uint64_t>(valueCount) * static_cast<std::uint64_t>(width);
+    if (!budget.charge(overhead + stored))
     {
         return nullptr;
     }
-    ChargedMemory memory(valueCount == 0 ? 0 : memorySize(vtkType, valueCount), budget);
-    if (!memory.taken() || !fillMemory(vtkType, valueCount, memory.get(), budget, fill))
+    AdoptableMemory memory;
+    if (valueCount > 0)
     {
-        budget.release(overhead);
+        memory = valueMemory(vtkType, width, valueCount, budget, source);
+    }
+    if (valueCount > 0 && memory == nullptr)
+    {
+        budget.release(overhead + stored);
         return nullptr;
     }
     auto array = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(vtkType));
     array->SetNumberOfComponents(static_cast<int>(components));
     if (valueCount > 0)
     {
-        array->SetVoidArray(memory.handOver(), valueCount, 0, vtkAbstractArray::VTK_DATA_ARRAY_FREE);
+        array->SetVoidArray(memory.release(), valueCount, 0, vtkAbstractArray::VTK_DATA_ARRAY_FREE);
     }
     return array;
 }

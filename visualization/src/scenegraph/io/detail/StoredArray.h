@@ -3,7 +3,9 @@
 #include "scenegraph/io/detail/MemoryBudget.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,9 @@ constexpr std::int64_t MAX_STORED = INT32_MAX;
 /// width.
 std::string storingRefusal(vtkDataArray& array, std::int64_t valueCount);
 
+/// The bytes of an array's values in stored form.
+std::uint64_t storedBytes(vtkDataArray& array);
+
 /// The array itself if its values lie tuple by tuple in one piece of memory, or else a copy for which they do.
 vtkSmartPointer<vtkDataArray> contiguous(vtkDataArray& array);
 
@@ -65,16 +70,29 @@ private:
     std::string _refusal;
 };
 
-/// Fills all of the `bytes` bytes of stored values at `data`, which is null when there are none; answers whether the
-/// array is to be made of them.
-using FillValues = std::function<bool(char* data, std::uint64_t bytes)>;
+/// Gives the next bytes of what is stored, into `data`, which has room for `bytes`; how many there were. Fewer than
+/// asked for are the last.
+using ValueSource = std::function<std::uint64_t(char* data, std::uint64_t bytes)>;
 
-/// Takes memory for `valueCount` values in stored form, has `fill` fill it and makes an array of VTK type `vtkType`
-/// with `components` components of them. `long` and ids are widened by sign extension, `unsigned long` by zero
-/// extension. Null if the code is not storable, a count is out of range, the budget or the memory does not suffice, or
-/// `fill` fails; nothing stays charged then. Otherwise the array owns its memory, which stays charged. Bit arrays come
-/// zeroed, with one byte more than their bits need: `fill` is called with 0 bytes.
-vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, std::int64_t components, std::int64_t valueCount,
-                                              sdb::detail::MemoryBudget& budget, const FillValues& fill);
+struct FreeMemory
+{
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+/// Memory that a VTK array may adopt; null for none.
+using AdoptableMemory = std::unique_ptr<char, FreeMemory>;
+
+/// Takes memory for `bytes` bytes and fills it; what does not come is zero. Nothing is charged. Null if memory does not
+/// suffice; also, for a budget without end, if next to nothing of so much comes.
+AdoptableMemory readMemory(std::uint64_t bytes, const sdb::detail::MemoryBudget& budget, const ValueSource& source);
+
+/// Takes memory for `valueCount` values, fills it with what comes in stored form, `width` bytes each, and makes an
+/// array of VTK type `vtkType` with `components` components of them; values that do not come are zero. `long` and ids
+/// are widened by sign extension, `unsigned long` and ids of two bytes by zero extension, piece by piece. Null if the
+/// code is not storable, a count is out of range, or the budget or the memory does not suffice; nothing stays charged
+/// then. Otherwise the array owns its memory, and its stored form stays charged. Bit arrays come zeroed, with one byte
+/// more than their bits need, and nothing is asked of the source.
+vtkSmartPointer<vtkDataArray> makeStoredArray(int vtkType, int width, std::int64_t components, std::int64_t valueCount,
+                                              sdb::detail::MemoryBudget& budget, const ValueSource& source);
 
 } // namespace tsg::detail

@@ -1,6 +1,6 @@
 #include "scenegraph/io/SDB.h"
 
-#include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/MemoryBudget.h"
 #include "scenegraph/io/detail/Positions.h"
@@ -21,7 +21,7 @@ void resizeToTag(std::istream& in, const Properties& tag, tsg::Bitmap<3>& bitmap
 {
     const int width = tag.getInt(detail::key::WIDTH);
     const int height = tag.getInt(detail::key::HEIGHT);
-    const bool isPlausible = detail::pixelBytes(tag) <= detail::loadMemory(detail::streamSize(in));
+    const bool isPlausible = detail::pixelBytes(tag) <= detail::loadMemory(detail::streamSize(in).value_or(0));
     bitmap.resize(isPlausible ? width : 0, isPlausible ? height : 0);
 }
 

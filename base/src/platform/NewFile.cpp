@@ -1,0 +1,222 @@
+#include "platform/NewFile.h"
+
+#include "platform/FileSystem.h"
+#include "platform/detail/Posix.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <tuple>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace OS
+{
+
+namespace
+{
+
+constexpr mode_t PRIVATE = 0600;
+constexpr mode_t PERMISSIONS = 07777;
+
+/// A path that leads to an open file, even if that has no name; empty if the system has no such paths.
+std::string pathOf(int descriptor)
+{
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    struct stat byPath = {}, byDescriptor = {};
+    const bool leads = stat(path.c_str(), &byPath) == 0 && fstat(descriptor, &byDescriptor) == 0 &&
+                       byPath.st_dev == byDescriptor.st_dev && byPath.st_ino == byDescriptor.st_ino;
+    return leads ? path : std::string();
+}
+
+/// The permissions of a new file that was private until now.
+mode_t maskedPermissions()
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != "Umask:")
+    {
+    }
+    unsigned mask = 0;
+    if (status >> std::oct >> mask)
+    {
+        return posix::READ_WRITE_FOR_ALL & ~static_cast<mode_t>(mask);
+    }
+    const mode_t other = umask(S_IRWXG | S_IRWXO); // the only other way to learn it is to set it
+    umask(other);
+    return posix::READ_WRITE_FOR_ALL & ~other;
+}
+
+} // namespace
+
+NewFile::NewFile(const std::wstring& path)
+{
+    const auto name = posix::systemPath(path);
+    if (!name)
+    {
+        return;
+    }
+    const std::string target = posix::followLinks(*name);
+    std::tie(_folder, _name) = posix::openFolderOf(target);
+    if (_folder != -1 && (openUnnamed() || openNamed()))
+    {
+        const std::string leading = pathOf(_descriptor);
+        _path = toWide(!leading.empty() ? leading : target.substr(0, target.rfind('/') + 1) + _temporary);
+    }
+}
+
+NewFile::~NewFile()
+{
+    if (!_temporary.empty())
+    {
+        unlinkat(_folder, _temporary.c_str(), 0);
+    }
+    for (const int descriptor : {_descriptor, _folder})
+    {
+        if (descriptor != -1)
+        {
+            posix::closeQuietly(descriptor);
+        }
+    }
+}
+
+bool NewFile::openUnnamed()
+{
+    const int descriptor = openat(_folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, posix::READ_WRITE_FOR_ALL);
+    if (descriptor != -1 && pathOf(descriptor).empty())
+    {
+        posix::closeQuietly(descriptor); // it could never be given a name
+        return false;
+    }
+    _descriptor = descriptor;
+    return isOpen();
+}
+
+/// Only the way of the file system to say that it knows no files without a name leads here, or a failure that comes
+/// again.
+bool NewFile::openNamed()
+{
+    std::string temporary;
+    do
+    {
+        temporary = posix::temporaryName(_name);
+        _descriptor = openat(_folder, temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, PRIVATE);
+    } while (!isOpen() && errno == EEXIST);
+    if (isOpen())
+    {
+        _temporary = temporary;
+    }
+    return isOpen();
+}
+
+bool NewFile::install()
+{
+    if (!isOpen() || (!_temporary.empty() && fchmod(_descriptor, maskedPermissions()) != 0))
+    {
+        return false;
+    }
+    _installed = giveName(_name);
+    return _installed;
+}
+
+/// Gives the file a name that nothing has.
+bool NewFile::giveName(const std::string& name)
+{
+    if (_temporary.empty())
+    {
+        return linkat(AT_FDCWD, toNarrow(_path).c_str(), _folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    }
+    // A second link, where the file system can make one, else a rename that replaces nothing.
+    if (renameat2(_folder, _temporary.c_str(), _folder, name.c_str(), RENAME_NOREPLACE) == 0)
+    {
+        _temporary.clear();
+        return true;
+    }
+    return (errno == EINVAL || errno == ENOSYS) && linkat(_folder, _temporary.c_str(), _folder, name.c_str(), 0) == 0;
+}
+
+bool NewFile::replace()
+{
+    struct stat replaced = {};
+    if (!isOpen())
+    {
+        return false;
+    }
+    if (fstatat(_folder, _name.c_str(), &replaced, AT_SYMLINK_NOFOLLOW) != 0)
+    {
+        return errno == ENOENT && install();
+    }
+    if (!posix::checkRegular(replaced.st_mode))
+    {
+        return false;
+    }
+    if (fchown(_descriptor, replaced.st_uid, replaced.st_gid) != 0)
+    {
+        errno = 0; // an ordinary user may not give files away
+    }
+    if (fchmod(_descriptor, replaced.st_mode & PERMISSIONS) != 0)
+    {
+        return false;
+    }
+    const posix::BlockedSignals blocked; // for a moment there is one name too many
+    _installed = takeTemporaryName() && exchange(replaced.st_ino);
+    return _installed;
+}
+
+bool NewFile::takeTemporaryName()
+{
+    while (_temporary.empty())
+    {
+        const std::string temporary = posix::temporaryName(_name);
+        if (giveName(temporary))
+        {
+            _temporary = temporary;
+        }
+        else if (errno != EEXIST)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Exchanges the temporary name with that of the file that has the number `replaced`, and removes that.
+bool NewFile::exchange(std::uint64_t replaced)
+{
+    const auto swap = [this](unsigned how)
+    { return renameat2(_folder, _temporary.c_str(), _folder, _name.c_str(), how) == 0; };
+    struct stat moved = {};
+    if (!swap(RENAME_EXCHANGE))
+    {
+        if ((errno != EINVAL && errno != ENOSYS) || !swap(0))
+        {
+            return false;
+        }
+        _temporary.clear();
+        return true;
+    }
+    if (fstatat(_folder, _temporary.c_str(), &moved, AT_SYMLINK_NOFOLLOW) == 0 && moved.st_ino != replaced)
+    {
+        (void)swap(RENAME_EXCHANGE); // somebody else's, which nobody has asked to replace
+        errno = EBUSY;
+        return false;
+    }
+    unlinkat(_folder, _temporary.c_str(), 0);
+    _temporary.clear();
+    return true;
+}
+
+bool NewFile::synchronise()
+{
+    return fsync(_descriptor) == 0;
+}
+
+bool NewFile::synchroniseName()
+{
+    const bool isReadable = (fcntl(_folder, F_GETFL) & O_PATH) == 0;
+    return _installed && (!isReadable || fsync(_folder) == 0);
+}
+
+} // namespace OS
