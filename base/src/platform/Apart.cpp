@@ -20,8 +20,13 @@ constexpr int PATIENCE = 100; ///< milliseconds between two calls of what is to 
 /// Never comes back: the copy must not flush or destroy what belongs to the original.
 [[noreturn]] void workAndExit(const std::function<void()>& work, int output)
 {
-    (void)std::signal(SIGINT, SIG_DFL); // a refusal leaves the handler of the original, which does no harm
-    (void)std::signal(SIGTERM, SIG_DFL);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        if (std::signal(signal, SIG_DFL) == SIG_IGN) // handlers are for what the original does
+        {
+            (void)std::signal(signal, SIG_IGN);
+        }
+    }
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
     try

@@ -31,6 +31,15 @@ TEST(ApartTest, howWorkEndsIsAnAnswer)
     }
 }
 
+TEST(ApartTest, signalsEndTheWorkUnlessTheyAreIgnored)
+{
+    for (const auto handler : {SIG_IGN, SIG_DFL})
+    {
+        (void)std::signal(SIGINT, handler);
+        EXPECT_EQ(OS::runApart([] { (void)std::raise(SIGINT); }).ended, handler == SIG_IGN);
+    }
+}
+
 TEST(ApartTest, whatIsThrownMeanwhileEndsTheWork)
 {
     const auto workForEver = []
