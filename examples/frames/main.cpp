@@ -12,6 +12,7 @@
 #include "scenegraph/io/SDBReader.h"
 #include "scenegraph/io/SDBWriter.h"
 
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -186,14 +187,22 @@ int main(int argc, char** argv)
         return 2;
     }
     const std::wstring path = OS::toWide(argv[1]);
-    if (!writeScene(path))
+    try
     {
-        std::cerr << "cannot write " << argv[1] << '\n';
-        return 1;
+        if (!writeScene(path))
+        {
+            std::cerr << "cannot write " << argv[1] << '\n';
+            return 1;
+        }
+        if (!readScene(path))
+        {
+            std::cerr << "cannot read " << argv[1] << '\n';
+            return 1;
+        }
     }
-    if (!readScene(path))
+    catch (const std::exception& error) // a full disk, a damaged file, or no memory
     {
-        std::cerr << "cannot read " << argv[1] << '\n';
+        std::cerr << argv[1] << ": " << error.what() << '\n';
         return 1;
     }
     return 0;

@@ -34,14 +34,13 @@ double sumOf(vtkFieldData* fields)
     return sum;
 }
 
-/// Sums the coordinates of the points that the cells use; `sound` becomes false if one has fewer than `least` points.
-double sumOf(vtkPolyData& data, vtkCellArray& cells, vtkIdType least, bool& sound)
+/// Sums the coordinates of the points that the cells use; `large` gets the cells that have at least `least` points.
+double sumOf(vtkPolyData& data, vtkCellArray& cells, vtkIdType least, vtkCellArray& large)
 {
     double sum = 0.0;
     const vtkNew<vtkIdList> ids;
     for (cells.InitTraversal(); cells.GetNextCell(ids) != 0;)
     {
-        sound = sound && ids->GetNumberOfIds() >= least;
         for (const vtkIdType id : *ids)
         {
             if (id < 0 || id >= data.GetNumberOfPoints())
@@ -50,6 +49,23 @@ double sumOf(vtkPolyData& data, vtkCellArray& cells, vtkIdType least, bool& soun
             }
             sum += data.GetPoint(id)[0];
         }
+        if (ids->GetNumberOfIds() >= least)
+        {
+            large.InsertNextCell(ids);
+        }
+    }
+    return sum;
+}
+
+double sumOfBounds(vtkPolyData& data)
+{
+    double sum = 0.0;
+    data.BuildLinks();
+    for (vtkIdType cell = 0; cell < data.GetNumberOfCells(); ++cell)
+    {
+        double bounds[6];
+        data.GetCellBounds(cell, bounds);
+        sum += bounds[0];
     }
     return sum;
 }
@@ -63,20 +79,16 @@ double touchEverything(vtkPolyData& data)
     {
         sum += sumOf(*data.GetPoints()->GetData());
     }
-    bool sound = true;
-    sum += sumOf(data, *data.GetVerts(), 1, sound) + sumOf(data, *data.GetLines(), 2, sound) +
-           sumOf(data, *data.GetPolys(), 3, sound) + sumOf(data, *data.GetStrips(), 3, sound);
-    if (sound && data.GetNumberOfCells() > 0)
-    {
-        data.BuildLinks();
-        for (vtkIdType cell = 0; cell < data.GetNumberOfCells(); ++cell)
-        {
-            double bounds[6];
-            data.GetCellBounds(cell, bounds);
-            sum += bounds[0];
-        }
-    }
-    return sum;
+    const vtkNew<vtkPolyData> large;
+    const vtkNew<vtkCellArray> verts, lines, polys, strips;
+    sum += sumOf(data, *data.GetVerts(), 1, *verts) + sumOf(data, *data.GetLines(), 2, *lines) +
+           sumOf(data, *data.GetPolys(), 3, *polys) + sumOf(data, *data.GetStrips(), 3, *strips);
+    large->SetPoints(data.GetPoints());
+    large->SetVerts(verts);
+    large->SetLines(lines);
+    large->SetPolys(polys);
+    large->SetStrips(strips);
+    return large->GetNumberOfCells() > 0 ? sum + sumOfBounds(*large) : sum;
 }
 
 } // namespace test

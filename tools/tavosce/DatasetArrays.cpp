@@ -27,7 +27,7 @@ std::string arrayName(vtkAbstractArray* array)
     return array == nullptr || array->GetName() == nullptr ? "" : array->GetName();
 }
 
-void replaceArray(vtkFieldData& fields, vtkDataArray& array)
+void replaceArray(vtkFieldData& fields, vtkAbstractArray& array)
 {
     std::vector<int> kinds;
     auto* const attributes = vtkDataSetAttributes::SafeDownCast(&fields);

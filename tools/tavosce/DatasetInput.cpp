@@ -146,20 +146,19 @@ Dataset readChecked(const Format& format, const std::string& path)
 /// streams what it does not report.
 void rehearse(const Format& format, const std::string& path)
 {
-    const OS::ApartResult result = OS::runApart(
-        [&]
+    const auto read = [&]
+    {
+        const VtkMessages messages; // come again when the file is really read
+        try
         {
-            const VtkMessages messages; // come again when the file is really read
-            try
-            {
-                (void)format.read(path);
-            }
-            catch (const std::exception&)
-            {
-                return; // comes again as well
-            }
-        });
-    throwIfInterrupted();
+            (void)format.read(path);
+        }
+        catch (const std::exception&)
+        {
+            return; // comes again as well
+        }
+    };
+    const OS::ApartResult result = OS::runApart(read, &throwIfInterrupted);
     if (!result.ended)
     {
         throw Failure(TooDamaged, shown(path), "the file is damaged or truncated: its reader breaks down on it");
@@ -180,6 +179,26 @@ bool isIdle(const std::string& warning)
 bool meansLoss(const std::string& warning)
 {
     return warning.find("rror reading") != std::string::npos;
+}
+
+/// A complaint about files in which nothing is wrong: a first piece without points needs no such element. Where one is
+/// missing that is needed there are other complaints.
+bool isFalseAlarm(const std::string& error)
+{
+    return error.rfind("No Points element available in first piece", 0) == 0;
+}
+
+/// The words of a reader for which its input is refused; `warnings` gets all others.
+std::vector<std::string> errorsOf(VtkMessages& messages, std::vector<std::string>& warnings)
+{
+    std::vector<std::string> res = messages.takeErrors();
+    res.erase(std::remove_if(res.begin(), res.end(), &isFalseAlarm), res.end());
+    warnings = messages.takeWarnings();
+    warnings.erase(std::remove_if(warnings.begin(), warnings.end(), &isIdle), warnings.end());
+    const auto losses = std::stable_partition(warnings.begin(), warnings.end(), &meansLoss);
+    res.insert(res.end(), warnings.begin(), losses);
+    warnings.erase(warnings.begin(), losses);
+    return res;
 }
 
 } // namespace
@@ -212,11 +231,8 @@ vtkSmartPointer<vtkPolyData> readDataset(const std::string& path, Report& report
     }
     VtkMessages messages;
     Dataset res = readChecked(format, path);
-    std::vector<std::string> errors = messages.takeErrors();
-    std::vector<std::string> warnings = messages.takeWarnings();
-    warnings.erase(std::remove_if(warnings.begin(), warnings.end(), &isIdle), warnings.end());
-    const auto losses = std::stable_partition(warnings.begin(), warnings.end(), &meansLoss);
-    errors.insert(errors.end(), warnings.begin(), losses);
+    std::vector<std::string> warnings;
+    const std::vector<std::string> errors = errorsOf(messages, warnings);
     const bool nothing = !res || (format.neverEmpty && res->GetNumberOfPoints() == 0);
     if (!errors.empty() || nothing)
     {
@@ -224,9 +240,9 @@ vtkSmartPointer<vtkPolyData> readDataset(const std::string& path, Report& report
                       errors.empty() ? std::string("no ") + format.extension + " file, or one without geometry"
                                      : shown(joined(errors)));
     }
-    for (auto warning = losses; warning != warnings.end(); ++warning)
+    for (const std::string& warning : warnings)
     {
-        report.warning(shown(path), shown(*warning));
+        report.warning(shown(path), shown(warning));
     }
     return res;
 }

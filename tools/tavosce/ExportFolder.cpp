@@ -1,17 +1,15 @@
 #include "ExportFolder.h"
 
+#include "DatasetOutput.h"
+#include "NodeDataset.h"
 #include "RecordJson.h"
 #include "Text.h"
-#include "VtkMessages.h"
 
 #include "scenegraph/io/detail/TagKeys.h"
 
 #include <cerrno>
 #include <fstream>
 #include <functional>
-
-#include <vtkNew.h>
-#include <vtkXMLPolyDataWriter.h>
 
 namespace tavosce
 {
@@ -35,12 +33,16 @@ void writeText(const std::string& path, const std::string& place, const std::fun
     }
 }
 
-/// Adds to the beginning of a section which of its arrays is the pedigree ids, if one is.
-void addPedigreeIds(std::string& text, const std::string& section, const std::string& array)
+/// Says what the file of a node does not hold as the node does.
+void noteChanges(const NodeDataset& dataset, const std::string& place, Report& report)
 {
-    if (!array.empty())
+    for (const std::string& change : dataset.changes)
     {
-        text.insert(text.find(section) + section.size(), " PedigreeIds=\"" + array + '"');
+        report.note(place, change);
+    }
+    for (const std::string& loss : dataset.losses)
+    {
+        report.warning(place, loss);
     }
 }
 
@@ -100,15 +102,8 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
             continue;
         }
         const std::string name = baseOf(objectKey) + ".vtp";
-        for (const std::string& change : dataset.changes)
-        {
-            _report.note(shown(folder + name), change);
-        }
-        for (const std::string& loss : dataset.losses)
-        {
-            _report.warning(shown(folder + name), loss);
-        }
-        writeDataset(dataset, folder + name);
+        noteChanges(dataset, shown(folder + name), _report);
+        writeDataset(dataset, _output.fileFor(folder + name), shown(folder + name));
         res.files.emplace(objectKey, name);
         if (dataset.hasGeometry)
         {
@@ -117,27 +112,6 @@ ExportedRecord ExportFolder::write(const tsg::SceneGraph& graph, const RecordCon
     }
     writeRecordJson(contents, res);
     return res;
-}
-
-void ExportFolder::writeDataset(const NodeDataset& dataset, const std::string& name)
-{
-    // VTK's writer does not notice every full disk: so it writes into memory.
-    VtkMessages messages;
-    const vtkNew<vtkXMLPolyDataWriter> writer;
-    writer->WriteToOutputStringOn();
-    writer->SetInputData(dataset.polys);
-    writer->EncodeAppendedDataOff();
-    const bool written = writer->Write() == 1;
-    const std::vector<std::string> errors = messages.takeErrors();
-    if (!written || !errors.empty())
-    {
-        throw cannotWrite(shown(name), shown(joined(errors)));
-    }
-    std::string text = writer->GetOutputString();
-    addPedigreeIds(text, "<PointData", dataset.pointIds);
-    addPedigreeIds(text, "<CellData", dataset.cellIds);
-    writeText(_output.fileFor(name), shown(name),
-              [&](std::ostream& out) { out.write(text.data(), static_cast<std::streamsize>(text.size())); });
 }
 
 void ExportFolder::writeRecordJson(const RecordContents& contents, const ExportedRecord& record)

@@ -38,7 +38,7 @@ public:
     ExportFolder(const std::string& target, bool force, const SceneFile& file, Report& report);
 
     /// Writes the datasets of a record's nodes and record.json. The graph is not used again. Throws Failure
-    /// CannotWrite.
+    /// CannotWrite, and Interruption.
     ExportedRecord write(const tsg::SceneGraph& graph, const RecordContents& contents, std::size_t record,
                          const std::string& folder);
 
@@ -51,7 +51,6 @@ public:
 private:
     /// The name without extension for what belongs to a key: the same in every record, and no other key's.
     const std::string& baseOf(const std::string& objectKey);
-    void writeDataset(const NodeDataset& dataset, const std::string& name);
     void writeRecordJson(const RecordContents& contents, const ExportedRecord& record);
 
     const SceneFile& _file;

@@ -6,6 +6,7 @@
 #include "ImportTarget.h"
 #include "Interrupt.h"
 #include "Json.h"
+#include "LibraryLog.h"
 #include "OutputFile.h"
 #include "SceneDirectory.h"
 #include "SceneForm.h"
@@ -121,7 +122,16 @@ void addSceneDirectory(const ImportOptions& options, const std::string& input, I
     tsg::SceneGraph graph = loadSceneDirectory(input, report).graph;
     makeStorable(graph, SceneForm::Database, shown(input), options.skipUnsupported, report);
     const std::size_t end = input.find_last_not_of('/') + 1; // "scene/" is "scene"
-    target.addScene(titleOf(options), descriptionOf(options, nameOf(input.substr(0, end))), graph);
+    const auto add = [&]
+    { target.addScene(titleOf(options), descriptionOf(options, nameOf(input.substr(0, end))), graph); };
+    writeHeedingWords(add, shown(options.target.path), report);
+}
+
+void addRecord(const ImportOptions& options, const std::string& inputNames, ImportTarget& target, ImportGraph& graph,
+               Report& report)
+{
+    const auto add = [&] { target.addRecord(titleOf(options), descriptionOf(options, inputNames), graph); };
+    writeHeedingWords(add, shown(options.target.path), report);
 }
 
 /// Reads the inputs one after another; every one of them, or all datasets together, become a record.
@@ -144,12 +154,12 @@ void addInputs(const ImportOptions& options, ImportTarget& target, ImportGraph& 
         names.push_back(nameOf(input));
         if (!options.singleRecord)
         {
-            target.addRecord(titleOf(options), descriptionOf(options, names.back()), graph);
+            addRecord(options, names.back(), target, graph, report);
         }
     }
     if (!names.empty() && options.singleRecord)
     {
-        target.addRecord(titleOf(options), descriptionOf(options, joined(names, ", ")), graph);
+        addRecord(options, joined(names, ", "), target, graph, report);
     }
     report.progress().clear();
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Report.h"
+
 #include "scenegraphcommon/Logger.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,5 +27,10 @@ private:
     std::vector<std::string> _entries;
     Logger::Sink _before;
 };
+
+/// Calls what writes through the library. The lines that the library and VTK print meanwhile become notes about
+/// `place`, but for those that tell nothing and, if `write` throws, those that say in their words what is thrown. What
+/// is thrown passes through. Reports must not go to std::cerr itself, which is caught.
+void writeHeedingWords(const std::function<void()>& write, const std::string& place, Report& report);
 
 } // namespace tavosce

@@ -1,6 +1,7 @@
 #include "NodeDataset.h"
 
 #include "DatasetArrays.h"
+#include "SmallCells.h"
 #include "Text.h"
 
 #include "scenegraph/PolyDataNode.h"
@@ -182,6 +183,10 @@ NodeDataset compose(const PolyDataNode& node)
         }
     }
     NodeDataset dataset{res, node.getGeometry() != nullptr, {}, {}, {}, {}};
+    if (const std::uint64_t small = leaveOutSmallCells(*res)) // after all others have been told that fit the whole
+    {
+        dataset.changes.push_back("left out: " + counted(small, "cell") + " with too few points");
+    }
     for (const Section& section : sectionsOf(*res))
     {
         prepareArrays(section, dataset);

@@ -2,6 +2,7 @@
 
 #include "scenegraph/DataNode.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,11 +23,12 @@ struct NodeDataset
     std::vector<std::string> losses;    ///< what is not in it for that reason, a sentence each
 };
 
-/// The geometry of a node with the point and cell arrays that fit it, active attributes and lookup tables; all other
-/// arrays as field data, and the colours of the lookup tables too, since the files that it is meant for hold no tables.
-/// A field array whose name is taken gets "_2" and so on behind it. The names of all arrays and components, which are
-/// the node's own, are escaped as VTK's XML writer needs them; the node is not used again. That writer breaks down on
-/// pedigree ids that are strings: they are not active. Strings with zero bytes, where it ends them, are left out.
+/// The geometry of a node, without cells that have fewer points than their kind needs, with the point and cell arrays
+/// that fit it, active attributes and lookup tables; all other arrays as field data, and the colours of the lookup
+/// tables too, since the files that it is meant for hold no tables. A field array whose name is taken gets "_2" and so
+/// on behind it. The names of all arrays and components, which are the node's own, are escaped as VTK's XML writer
+/// needs them; the node is not used again. That writer breaks down on pedigree ids that are strings: they are not
+/// active. Strings with zero bytes, where it ends them, are left out.
 NodeDataset datasetOf(const tsg::DataNode& node);
 
 } // namespace tavosce

@@ -219,6 +219,10 @@ std::string fileNameOf(const std::string& objectKey)
 
 std::string xmlNameOf(const std::string& name)
 {
+    if (name.empty())
+    {
+        return "%00"; // as if it were its end: VTK's reader refuses a file in which a name is empty
+    }
     const auto unfit = [](std::uint32_t codePoint)
     {
         const bool blank = codePoint == '\t' || codePoint == '\n' || codePoint == '\r';

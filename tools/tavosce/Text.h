@@ -42,7 +42,7 @@ std::string padded(const std::string& text, std::size_t width);
 std::string fileNameOf(const std::string& objectKey);
 
 /// A name that XML can hold: the name itself, or, if there is anything in it that XML cannot hold, with %XX for that in
-/// the same way.
+/// the same way; "%00" for an empty one.
 std::string xmlNameOf(const std::string& name);
 
 /// A text as it stands between the quotes of an XML attribute.

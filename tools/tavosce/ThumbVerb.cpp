@@ -3,6 +3,7 @@
 #include "ImportTarget.h"
 #include "Interrupt.h"
 #include "Json.h"
+#include "LibraryLog.h"
 #include "OutputFile.h"
 #include "Png.h"
 #include "RecordAddress.h"
@@ -140,12 +141,16 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     const tsg::Bitmap<3> bitmap = readPng(options.picture);
     throwIfInterrupted();
     GrowingFile target(address.file, true);
-    errno = 0;
-    const tsg::io::FileIoStatus status = target.writer().addThumbnail(*record, bitmap);
-    if (status != tsg::io::FileIoStatus::Success || target.writer().hasFailed())
+    const auto add = [&]
     {
-        throw cannotWrite(shown(address.file), systemReason());
-    }
+        errno = 0;
+        const tsg::io::FileIoStatus status = target.writer().addThumbnail(*record, bitmap);
+        if (status != tsg::io::FileIoStatus::Success || target.writer().hasFailed())
+        {
+            throw cannotWrite(shown(address.file), systemReason());
+        }
+    };
+    writeHeedingWords(add, shown(address.file), console.report);
     target.finish();
     acknowledge(options, address.file, *record, bitmap, " added", console.out);
 }

@@ -30,11 +30,11 @@ void fillClosedStreams()
 int main(int argc, char** argv)
 {
     fillClosedStreams();
-    // The library prints to standard output; only results may go there.
-    std::ostream results(std::cout.rdbuf());
+    // The library prints to standard output; only results may go there. What it prints to standard error may be caught.
+    std::ostream results(std::cout.rdbuf()), messages(std::cerr.rdbuf());
     std::streambuf* const before = std::cout.rdbuf(std::cerr.rdbuf());
     tavosce::watchSignals();
-    const int res = tavosce::run({argv + 1, argv + argc}, results, std::cerr, OS::isErrorTerminal());
+    const int res = tavosce::run({argv + 1, argv + argc}, results, messages, OS::isErrorTerminal());
     std::cout.rdbuf(before);
     return res;
 }

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,48 +15,88 @@ namespace
 {
 
 constexpr std::size_t MAX_WORDS = 4096;
+constexpr int PATIENCE = 100; ///< milliseconds between two calls of what is to be done meanwhile
 
 /// Never comes back: the copy must not flush or destroy what belongs to the original.
 [[noreturn]] void workAndExit(const std::function<void()>& work, int output)
 {
-    (void)std::signal(SIGINT, SIG_DFL); // a refusal leaves the handler of the original, which does no harm
-    (void)std::signal(SIGTERM, SIG_DFL);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        if (std::signal(signal, SIG_DFL) == SIG_IGN) // handlers are for what the original does
+        {
+            (void)std::signal(signal, SIG_IGN);
+        }
+    }
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
-    work();
+    try
+    {
+        work();
+    }
+    catch (...)
+    {
+        _exit(EXIT_FAILURE);
+    }
     _exit(EXIT_SUCCESS);
 }
 
-std::string readWords(int input)
+/// A copy of this process at work, and the end of a pipe that it prints into. One that is still at work is ended.
+class Copy
 {
-    std::string res;
-    char buffer[1024];
-    for (;;)
+public:
+    Copy(pid_t process, int input)
+        : _process(process)
+        , _input(input)
     {
-        const ssize_t count = read(input, buffer, sizeof buffer);
+    }
+
+    ~Copy()
+    {
+        close(_input);
+        if (_process > 0)
+        {
+            (void)kill(_process, SIGKILL); // at worst it has ended by itself
+            (void)endedWell();
+        }
+    }
+
+    Copy(const Copy&) = delete;
+    Copy& operator=(const Copy&) = delete;
+
+    /// Adds what it has printed since, after waiting for that a little. False if nothing more will come.
+    bool read(std::string& words) const
+    {
+        pollfd printed{_input, POLLIN, 0};
+        if (poll(&printed, 1, PATIENCE) <= 0)
+        {
+            return true; // nothing yet, or a signal
+        }
+        char buffer[1024];
+        const ssize_t count = ::read(_input, buffer, sizeof buffer);
         if (count > 0)
         {
-            res.append(buffer, res.size() < MAX_WORDS ? static_cast<std::size_t>(count) : 0);
+            words.append(buffer, words.size() < MAX_WORDS ? static_cast<std::size_t>(count) : 0);
         }
-        else if (count == 0 || errno != EINTR)
-        {
-            return res;
-        }
+        return count > 0 || (count < 0 && errno == EINTR);
     }
-}
 
-bool endedWell(pid_t process)
-{
-    int status = 0;
-    while (waitpid(process, &status, 0) == -1)
+    /// Waits for its end. True if it did not crash and was not ended.
+    bool endedWell()
     {
-        if (errno != EINTR)
+        int status = 0;
+        pid_t waited = -1;
+        do
         {
-            return false;
-        }
+            waited = waitpid(_process, &status, 0);
+        } while (waited == -1 && errno == EINTR);
+        _process = -1;
+        return waited != -1 && WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
-}
+
+private:
+    pid_t _process;
+    int _input;
+};
 
 } // namespace
 
@@ -64,7 +105,7 @@ long processNumber()
     return getpid();
 }
 
-ApartResult runApart(const std::function<void()>& work)
+ApartResult runApart(const std::function<void()>& work, const std::function<void()>& meanwhile)
 {
     ApartResult res;
     int ends[2];
@@ -79,12 +120,18 @@ ApartResult runApart(const std::function<void()>& work)
         workAndExit(work, ends[1]);
     }
     close(ends[1]);
-    if (process > 0)
+    Copy copy(process, ends[0]);
+    if (process < 0)
     {
-        res.words = readWords(ends[0]);
-        res.ended = endedWell(process);
+        return res;
     }
-    close(ends[0]);
+    const std::function<void()> doMeanwhile = meanwhile ? meanwhile : [] {};
+    while (copy.read(res.words))
+    {
+        doMeanwhile();
+    }
+    res.ended = copy.endedWell();
+    doMeanwhile();
     return res;
 }
 

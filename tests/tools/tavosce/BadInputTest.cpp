@@ -37,7 +37,12 @@ protected:
             {"stray.sce", scene + "{\"a\":1}"},
             {"unfinished.sce", scene + R"({"DataField":"Header","FilePos":"0","Length":"0"})"},
             {"truncated.vtp", bytes("good.vtp").substr(0, 900)},
+            {"points.vtp",
+             R"(<VTKFile type="PolyData" version="0.1"><PolyData><Piece NumberOfPoints="1"/></PolyData></VTKFile>)"},
             {"foreign.stl", "not a solid"},
+            {"nothing.stl", "solid\nendsolid\n"},
+            {"nothing.ply", "ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\n"
+                            "property float z\nelement face 0\nproperty list uchar int vertex_indices\nend_header\n"},
             {"truncated.stl", std::string(80, '\0') + std::string("\2\0\0\0", 4) + std::string(50, '\1')},
             {"nothing.obj", "nothing in here\n"},
             {"truncated.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
@@ -80,6 +85,9 @@ TEST_F(BadInputTest, everyRefusalNamesFileAndReason)
         {"import -o @o.sce @good.vtp/x.vtp", 3, "x.vtp: cannot open: Not a directory"},
         {"import -o @o.sce @empty.vtp", 5, "@empty.vtp: the file is empty"},
         {"import -o @o.sce @good.vtp @truncated.vtp", 5, "tavosce: @truncated.vtp: "},
+        {"import -o @o.sce @points.vtp", 5, "@points.vtp: A piece is missing its Points element"},
+        {"import -o @o.sce @nothing.stl", 5, "no .stl file, or one without geometry"},
+        {"import -o @o.sce @nothing.ply", 5, "no .ply file, or one without geometry"},
         {"import -o @o.sce @foreign.stl", 5, "Expecting 'solid'"},
         {"import -o @o.sce @truncated.stl", 5, "the file is truncated: it should hold 2 triangles"},
         {"import -o @o.sce @truncated.ply", 5, "@truncated.ply: "},
@@ -179,6 +187,7 @@ TEST_F(BadInputTest, aDiskThatIsFullAtAnyByteIsToldAndLeavesNothing)
     ASSERT_EQ(run("import @a.vtp -o @s.sce --no-compress").code, 0);
     const auto entries = [this] { return std::distance(std::filesystem::directory_iterator(dir.path()), {}); };
     const auto before = entries();
+    testing::internal::CaptureStderr();
     for (const std::string line :
          {"import @a.vtp -o @out", "export @s.sce -o @out", "export @s.sce --scene-directory -o @out"})
     {
@@ -195,6 +204,7 @@ TEST_F(BadInputTest, aDiskThatIsFullAtAnyByteIsToldAndLeavesNothing)
         }
         std::filesystem::remove_all(path("out"));
     }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the library's own words";
 }
 
 } // namespace

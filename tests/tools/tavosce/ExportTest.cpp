@@ -1,7 +1,12 @@
 #include "DatasetArrays.h"
+#include "DatasetOutput.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "NodeDataset.h"
 
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
+#include "scenegraph/SceneGraph.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
@@ -14,6 +19,13 @@ using std::filesystem::exists;
 class ExportTest : public ToolTest
 {
 protected:
+    void store(tsg::Node& root) const
+    {
+        tsg::SDBWriter writer;
+        writer.open(dir.file("s.sce").wide, false, true);
+        add(writer, root);
+    }
+
     /// The sizes of the field arrays of an exported dataset by their names.
     std::map<std::string, vtkIdType> fields(const std::string& name) const
     {
@@ -79,17 +91,15 @@ TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
     const auto polys = allCellKinds();
     const auto fits = counting(VTK_FLOAT, "fits & \"100%41\"", 5, 3), misfit = counting(VTK_INT, "misfit", 3, 1),
                field = counting(VTK_DOUBLE, "misfit", 7, 2), alone = counting(VTK_SHORT, "alone", 4, 1),
-               strange = counting(VTK_INT, "&<\">\xe6\n%41", 2, 1);
+               unnamed = counting(VTK_INT, "", 6, 1), strange = counting(VTK_INT, "&<\">\xe6\n%41", 2, 1);
     tube.addData(NodeData::ofPolys(polys, tsg::TimeStamp(polys->GetMTime())));
     tube.addData(NodeData::ofPoints(fits));
     tube.addData(NodeData::ofPoints(misfit));
     tube.addData(NodeData::ofNode(field, NodeStream::DataTag7, tsg::TimeStamp()));
     chart.addData(NodeData::ofCells(alone));
     chart.addData(NodeData::ofNode(strange, NodeStream::DataTag1, tsg::TimeStamp()));
-    tsg::SDBWriter writer;
-    writer.open(dir.file("s.sce").wide, false, true);
-    add(writer, root);
-    writer.close();
+    chart.addData(NodeData::ofNode(unnamed, NodeStream::DataTag7, tsg::TimeStamp()));
+    store(root);
 
     const auto run = this->run("export @s.sce -o @out");
     ASSERT_EQ(run.code, 0) << run.err;
@@ -99,7 +109,8 @@ TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
     EXPECT_EQ(dataset->GetPointData()->GetNumberOfArrays(), 1);
     EXPECT_EQ(valuesOf(dataset->GetPointData()->GetArray("fits & \"100%41\"")), valuesOf(fits));
     EXPECT_THAT(fields("out/record-0000/Tube%2F1.vtp"), ElementsAre(Pair("misfit", 7), Pair("misfit_2", 3)));
-    EXPECT_THAT(fields("out/record-0000/Chart%252F_1.vtp"), ElementsAre(Pair("&<\">%E6\n%2541", 2), Pair("alone", 4)));
+    EXPECT_THAT(fields("out/record-0000/Chart%252F_1.vtp"),
+                ElementsAre(Pair("%00", 6), Pair("&<\">%E6\n%2541", 2), Pair("alone", 4)));
 
     const auto record = parsed(bytes("out/record-0000/record.json"));
     EXPECT_EQ(record["nodes"].Size(), 4U);
@@ -107,6 +118,67 @@ TEST_F(ExportTest, nodesOfUnknownClassesLoseNothing)
     EXPECT_EQ(at(record, "/nodes/1/file"), R"("Chart%252F_1.vtp")");
     EXPECT_THAT(bytes("out/Tube%2F1.pvd"), HasSubstr("timestep=\"0\" part=\"0\" file=\"record-0000/Tube%2F1.vtp\""));
     EXPECT_FALSE(exists(path("out/Chart%252F_1.pvd")));
+}
+
+vtkSmartPointer<vtkPolyData> withRows(vtkSmartPointer<vtkPolyData> polys, const std::vector<double>& rows,
+                                      const std::vector<double>& bits)
+{
+    polys->GetCellData()->SetScalars(arrayOf(VTK_SHORT, "row", 1, rows));
+    polys->GetCellData()->AddArray(arrayOf(VTK_BIT, "bit", 1, bits));
+    return polys;
+}
+
+TEST_F(ExportTest, cellsWithTooFewPointsAreLeftOutWithTheirRows)
+{
+    constexpr vtkIdType LEAST[] = {1, 2, 3, 3}, IDS[] = {0, 1, 2};
+    tsg::SceneGraph graph;
+    auto& root = graph.create<tsg::SceneNode>();
+    std::vector<vtkSmartPointer<vtkPolyData>> expected;
+    for (std::size_t kind = 0; kind < 4; ++kind)
+    {
+        for (vtkIdType size = 0; size < LEAST[kind]; ++size)
+        {
+            std::vector<double> rows{10, 11, 12, 13, 14}, bits{1, 0, 1, 1, 0};
+            const auto polys = withRows(allCellKinds(), rows, bits);
+            (polys->*tavosce::CELL_KINDS[kind].cells)()->InsertNextCell(size, IDS);
+            rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(kind) + 1);
+            bits.erase(bits.begin() + static_cast<std::ptrdiff_t>(kind) + 1);
+            expected.push_back(withRows(allCellKinds(), rows, bits));
+            auto& node = graph.create<tsg::PolyDataNode>();
+            node.setPolyData(polys);
+            root.addChild(node);
+        }
+    }
+    store(root);
+
+    const auto run = this->run("export @s.sce:0 -o @out");
+    ASSERT_EQ(run.code, 0) << run.err;
+    for (std::size_t i = 0; i < expected.size(); ++i)
+    {
+        const std::string name = "PolyDataNode_" + std::to_string(i + 1);
+        EXPECT_THAT(run.err, HasSubstr(name + ".vtp: note: left out: 1 cell with too few points\n"));
+        EXPECT_EQ(exported("out/" + name + ".vtp"), textOf(*expected[i])) << name;
+    }
+}
+
+TEST_F(ExportTest, theWriterOfDatasetsMayCrashAndBeInterrupted)
+{
+    const auto polys = triangle();
+    polys->GetPointData()->AddArray(counting(VTK_INT, "v", 3, 2));
+    polys->GetPointData()->GetArray("v")->SetComponentName(1, "<&>");
+    tsg::PolyDataNode node("N_1");
+    node.setPolyData(polys);
+    const auto write = [&](const tavosce::NodeDataset& dataset)
+    { tavosce::writeDataset(dataset, path("a.vtp"), "a.vtp"); };
+    write(tavosce::datasetOf(node));
+    EXPECT_STREQ(readVtp(path("a.vtp"))->GetPointData()->GetArray("v")->GetComponentName(1), "<&>");
+
+    const tavosce::NodeDataset unchecked{polys, true, {}, {}, {}, {}};
+    tavosce::setInterrupted(true);
+    EXPECT_THROW(write(unchecked), tavosce::Interruption);
+    tavosce::setInterrupted(false);
+    polys->SetPolys(cellsOf({{0, 1}}));
+    EXPECT_THAT([&] { write(unchecked); }, ThrowsMessage<tavosce::Failure>(HasSubstr("VTK's writer breaks down")));
 }
 
 TEST_F(ExportTest, damagedBlocksAreNamedAndOtherRecordsExported)

@@ -1,10 +1,13 @@
 #include "DatasetComparison.h"
 #include "Json.h"
+#include "LibraryLog.h"
 #include "ProgressBar.h"
 #include "Suggestion.h"
 #include "Text.h"
 
 #include "support/ToolRun.h"
+
+#include <iostream>
 
 namespace
 {
@@ -117,6 +120,29 @@ TEST(DatasetComparisonTest, everyDifferenceOfArraysCounts)
         const auto& [left, right, same] = cases[i];
         EXPECT_EQ(tavosce::sameArray(*left, *right), same) << i;
     }
+}
+
+TEST(LibraryLogTest, wordsOfAWriteAreNotesUnlessTheToolSaysThem)
+{
+    std::ostringstream messages;
+    tavosce::Report report(messages, false);
+    const auto write = [](bool fails)
+    {
+        vtkGenericWarningMacro("Error writing VTK's words");
+        std::cerr << "Failed to write binary data: {}\nother\x1b words";
+        if (fails)
+        {
+            throw tavosce::cannotWrite("f", "full");
+        }
+    };
+    const std::string other = "tavosce: f: note: other\\x1b words\n";
+    EXPECT_THROW(tavosce::writeHeedingWords([&] { write(true); }, "f", report), tavosce::Failure);
+    EXPECT_EQ(messages.str(), other);
+    messages.str("");
+    tavosce::writeHeedingWords([&] { write(false); }, "f", report);
+    EXPECT_EQ(messages.str(), "tavosce: f: note: Error writing VTK's words\n"
+                              "tavosce: f: note: Failed to write binary data: {}\n" +
+                                  other);
 }
 
 TEST(ProgressBarTest, onlyPatientTerminalsSeeIt)

@@ -2,6 +2,8 @@
 
 #include "support/ToolRun.h"
 
+#include <vtkPolyDataWriter.h>
+
 namespace
 {
 
@@ -66,6 +68,35 @@ TEST_F(SeriesTest, whatStaysTheSameIsStoredOnce)
         EXPECT_EQ(exported("out/record-000" + number + "/PolyDataNode_1.vtp"), textOf(*frames[i].first)) << number;
     }
     EXPECT_EQ(document["totals"]["sharedBlocks"].GetInt(), 6);
+}
+
+TEST_F(SeriesTest, framesMayBeEmpty)
+{
+    const vtkNew<vtkPolyData> nothing, bare;
+    bare->GetPointData()->AddArray(counting(VTK_FLOAT, "T", 0, 1));
+    bare->GetCellData()->SetVectors(counting(VTK_DOUBLE, "V", 0, 3));
+    bare->GetFieldData()->AddArray(counting(VTK_INT, "time", 1, 1));
+    const std::pair<vtkSmartPointer<vtkPolyData>, const char*> frames[] = {
+        {nothing, "mesh= "}, {bare, "mesh= T V time "}, {frame({{"T", 1}}), "mesh T "}, {bare, "mesh T V time "}};
+    std::string inputs;
+    for (std::size_t i = 0; i < std::size(frames); ++i)
+    {
+        write(std::to_string(i) + ".vtp", *frames[i].first);
+        inputs += " @" + std::to_string(i) + ".vtp";
+    }
+    writeWith<vtkPolyDataWriter>(*nothing, path("4.vtk"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(run("import -o @s.sce @4.vtk" + inputs).err, "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the library's own words";
+    EXPECT_EQ(run("export @s.sce -o @out").err, "");
+    nothing->SetPoints(vtkNew<vtkPoints>());
+    bare->SetPoints(vtkNew<vtkPoints>());
+    EXPECT_EQ(exported("out/record-0000/PolyDataNode_1.vtp"), textOf(*nothing));
+    for (unsigned i = 0; i < std::size(frames); ++i)
+    {
+        EXPECT_EQ(blocksOf(info("s.sce")["records"][i + 1]), frames[i].second);
+        EXPECT_EQ(exported("out/record-000" + std::to_string(i + 1) + "/PolyDataNode_1.vtp"), textOf(*frames[i].first));
+    }
 }
 
 TEST_F(SeriesTest, appendingContinuesASessionOrBeginsOne)

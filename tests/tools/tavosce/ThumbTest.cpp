@@ -186,7 +186,7 @@ TEST_F(ThumbTest, aFullOrReadOnlyDiskLeavesFilesAsTheyWere)
     const auto refused = [&](const std::string& line, const std::string& reason)
     {
         ToolRun done{};
-        (void)stderrOf([&] { done = run(line); }); // the library's own line
+        EXPECT_EQ(stderrOf([&] { done = run(line); }), "") << "the library's own words";
         EXPECT_EQ(done.code, 6) << line;
         EXPECT_THAT(done.err, HasSubstr(reason)) << line;
         EXPECT_EQ(done.out, "") << line;
