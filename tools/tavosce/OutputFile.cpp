@@ -104,6 +104,10 @@ void OutputFile::install()
     {
         throw cannotWrite(_shown, systemReason());
     }
+    if (_force && (!_replaced || !_replaced->isAt(_target)) && Platform::filesystem().fileExists(_target))
+    {
+        lockReplaced(); // somebody has made or exchanged it since
+    }
     stopOrCommit();
     if (!(_force ? _file.replace() : _file.install()) || !_file.synchroniseName())
     {

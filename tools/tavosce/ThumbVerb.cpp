@@ -128,12 +128,7 @@ void getThumbnail(const ThumbOptions& options, Console& console)
 void setThumbnail(const ThumbOptions& options, Console& console)
 {
     const RecordAddress address = parseAddress(options.address);
-    std::optional<int> record;
-    {
-        const SceneFile file(address.file);
-        record = recordOf(address, file);
-    }
-    if (!record)
+    if (!address.index)
     {
         throw Failure(WrongUsage, shown(options.address), "--set needs to know the record",
                       "name it as FILE:INDEX; -1 is the last one");
@@ -141,11 +136,13 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     const tsg::Bitmap<3> bitmap = readPng(options.picture);
     throwIfInterrupted();
     std::optional<GrowingFile> target;
+    int record = 0;
     const auto add = [&]
     {
         target.emplace(address.file, true);
+        record = recordOf(address, SceneFile(address.file)).value(); // others may have added records until now
         errno = 0;
-        const tsg::io::FileIoStatus status = target->writer().addThumbnail(*record, bitmap);
+        const tsg::io::FileIoStatus status = target->writer().addThumbnail(record, bitmap);
         if (status != tsg::io::FileIoStatus::Success || target->writer().hasFailed())
         {
             throw cannotWrite(shown(address.file), systemReason());
@@ -153,7 +150,7 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     };
     writeHeedingWords(add, shown(address.file), console.report);
     target->finish();
-    acknowledge(options, address.file, *record, bitmap, " added", console.out);
+    acknowledge(options, address.file, record, bitmap, " added", console.out);
 }
 
 } // namespace

@@ -74,7 +74,7 @@ public:
     ~FileLock()
     {
         // A copy of this process shares the description and must leave the lock to the original.
-        if (getpid() == _process)
+        if (!isInherited())
         {
             (void)setLock(_descriptor, F_UNLCK); // it goes with the last descriptor in any case
         }
@@ -83,6 +83,9 @@ public:
 
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
+
+    /// Whether it is the lock of the process that this one is a copy of.
+    bool isInherited() const { return getpid() != _process; }
 
 private:
     int _descriptor;
@@ -183,7 +186,7 @@ LockResult UpdateStream::lock()
 bool UpdateStream::shareLock(const UpdateStream& other)
 {
     const auto ours = state(), theirs = other.state();
-    if (other._lock == nullptr || !ours || !theirs || !ours->isOf(*theirs))
+    if (other._lock == nullptr || other._lock->isInherited() || !ours || !theirs || !ours->isOf(*theirs))
     {
         return false;
     }

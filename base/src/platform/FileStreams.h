@@ -74,7 +74,7 @@ public:
     LockResult lock();
 
     /// Takes part in the lock that another stream has on the same file; false, with nothing taken, if it is another
-    /// file or has none.
+    /// file, has none, or has that of the process which this one is a copy of.
     bool shareLock(const UpdateStream& other);
 
     /// Whether the path leads to the open file at the moment.

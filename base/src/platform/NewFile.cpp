@@ -216,12 +216,12 @@ bool NewFile::exchange(std::uint64_t replaced)
     return true;
 }
 
-bool NewFile::synchronise()
+bool NewFile::synchronise() const
 {
     return fsync(_descriptor) == 0;
 }
 
-bool NewFile::synchroniseName()
+bool NewFile::synchroniseName() const
 {
     const bool isReadable = (fcntl(_folder, F_GETFL) & O_PATH) == 0;
     return _installed && (!isReadable || fsync(_folder) == 0);

@@ -42,10 +42,10 @@ public:
     [[nodiscard]] bool replace();
 
     /// Waits until the device has what the file holds.
-    [[nodiscard]] bool synchronise();
+    [[nodiscard]] bool synchronise() const;
 
     /// Waits until the device has the name that the file was given. A folder that may not be read is passed over.
-    [[nodiscard]] bool synchroniseName();
+    [[nodiscard]] bool synchroniseName() const;
 
 private:
     bool isFreeOrRegular() const;

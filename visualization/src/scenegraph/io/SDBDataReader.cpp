@@ -333,11 +333,10 @@ bool SDBDataReader::ReadCellList(int size, detail::ConnectivityBuffer& list)
         hasRoom = list.read(size, this->LentRun().budget, source);
         return hasRoom;
     };
-    if (size > 0)
+    if (size == 0 || this->ReadConnectivity(size, take)) // what is missing shows in the list
     {
-        (void)this->ReadConnectivity(size, take); // what is missing shows in the list
+        this->AdvanceProgress();
     }
-    this->AdvanceProgress();
     return hasRoom;
 }
 
@@ -370,8 +369,15 @@ int SDBDataReader::ReadCells(int size, int* list, int skip1, int read2, int /*sk
     }
     const sdb::detail::Charge charge(this->LentRun().budget, static_cast<std::uint64_t>(size) * sizeof(int));
     detail::ConnectivityBuffer whole;
-    if (!charge.granted() || !this->ReadCellList(size, whole) || this->Stream->fail() ||
-        !detail::copyCells(whole.get(), size, skip1, read2, list))
+    if (!charge.granted() || !this->ReadCellList(size, whole))
+    {
+        return this->Fail(failure);
+    }
+    if (this->IsText() && this->Stream->fail())
+    {
+        return 0; // reported already
+    }
+    if (this->Stream->fail() || !detail::copyCells(whole.get(), size, skip1, read2, list))
     {
         return this->Fail(failure);
     }

@@ -56,10 +56,11 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
 {
     const std::wstring normalised = Platform::filesystem().getFilePath(path);
     _compress = compress;
+    const bool isSameFile = _fileStream && _fileStream->isAt(normalised);
     const auto stream = sdb::detail::openWriterFile(normalised, {append, _synchronised, _fileStream.get()});
     if (!stream)
     {
-        return append || errno == EWOULDBLOCK ? refuseFile(normalised) : io::FileIoStatus::OpenFailed;
+        return refuseFile(normalised, append);
     }
     _fileName = normalised;
     std::istream in(stream->rdbuf());
@@ -76,6 +77,10 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
     }
     _failed = false;
     stream->start(nextItem);
+    if (isSameFile && !isAdding())
+    {
+        _fileStream->close(); // copies of this writer would not notice what is added from now on
+    }
     _fileStream = stream;
     if (!isOpen() || _fileStream->fail())
     {
@@ -85,16 +90,22 @@ io::FileIoStatus SDBWriter::open(const std::wstring& path, bool append, bool com
     return io::FileIoStatus::Success;
 }
 
-/// A file that cannot be opened for adding: because another writer has it, or, as long as it can be read, because it is
-/// foreign, or else for the reason in `errno`.
-io::FileIoStatus SDBWriter::refuseFile(const std::wstring& path)
+/// A file that cannot be opened: because another writer has it, or, as long as what is to be added to can be read,
+/// because it is foreign, or else for the reason in `errno`. The writer is closed.
+io::FileIoStatus SDBWriter::refuseFile(const std::wstring& path, bool append)
 {
     const int reason = errno;
+    _fileStream.reset();
     if (reason == EWOULDBLOCK)
     {
         std::cerr << "SDBWriter: another process is writing to " << OS::toNarrow(path) << '\n';
         errno = reason;
         return io::FileIoStatus::OpenFailed;
+    }
+    if (!append && Platform::filesystem().fileExists(path))
+    {
+        errno = reason;
+        return io::FileIoStatus::OpenFailed; // it could not be replaced
     }
     _fileName = path;
     const auto in = OS::openForReading(path);
@@ -107,7 +118,6 @@ io::FileIoStatus SDBWriter::refuseFile(const std::wstring& path)
     {
         (void)indexRecords(*in, {}, nextItem); // for the lists alone
     }
-    _fileStream.reset();
     errno = reason;
     return io::FileIoStatus::OpenFailed;
 }

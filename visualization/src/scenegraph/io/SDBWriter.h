@@ -61,9 +61,9 @@ public:
     ///                 in the file would be invisible (one line on standard error for the first and the last); the
     ///                 file has not changed, and `errno` tells the system's reason, EWOULDBLOCK for a locked file
     ///   WrongFormat - the existing file is foreign, or of a newer format or release (one line on standard error)
-    /// Raises InternalError for a file with a stray top-level tag. A file that this writer has open stays open if this
-    /// fails for another reason than that the new one could not be opened, and is left to the copies of this writer if
-    /// it succeeds; the same file may be opened again.
+    /// Raises InternalError for a file with a stray top-level tag. A file that this writer has open is left to the
+    /// copies of this writer, also if the new one cannot be opened for writing; it stays open if the new one is
+    /// foreign, or damaged. The same file may be opened again, which closes it for the copies.
     io::FileIoStatus open(const std::wstring& path, bool append, bool compress) override;
     /// Closes the file, for all copies of this writer, and forgets what is in it; writes nothing.
     void close() override;
@@ -162,7 +162,7 @@ private:
 
     bool canBeginAddition() const;
     bool isAdding() const;
-    io::FileIoStatus refuseFile(const std::wstring& path);
+    io::FileIoStatus refuseFile(const std::wstring& path, bool append);
     bool indexRecords(std::istream& in, const std::unordered_map<unsigned int, std::uint64_t>& known,
                       std::uint64_t& nextItem);
     void rememberFile();

@@ -159,7 +159,7 @@ const Properties* SDBWriter::findReusableBlock(const BlockKey& block, const Hold
         {
             return nullptr;
         }
-        sdb::detail::toChange(_index).setKnown(block.checksum);
+        _index->setKnown(block.checksum);
     }
     return &_index->findIndexedBinaryData(block.checksum, block.stamp)->tag;
 }
@@ -219,7 +219,7 @@ bool SDBWriter::writePolysBlock(const BlockKey& block, vtkPolyData& polys, TimeS
     addPositions(tag);
     sdb::detail::PendingTag pending(tagStream(), std::move(tag));
     writePolyDataBlock(polys, pulse);
-    sdb::detail::toChange(_index).registerBinaries(block.checksum, {pending.commit(), polys.GetMTime(), true});
+    _index->registerBinaries(block.checksum, {pending.commit(), polys.GetMTime(), true});
     return true;
 }
 
@@ -314,7 +314,7 @@ bool SDBWriter::writeArrayBlock(const BlockKey& block, vtkDataArray& given, int 
     {
         return false;
     }
-    sdb::detail::toChange(_index).registerBinaries(block.checksum, {tag, block.stamp, true});
+    _index->registerBinaries(block.checksum, {tag, block.stamp, true});
     return true;
 }
 

@@ -221,7 +221,7 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     flushFileStream();
     if (addition.secured())
     {
-        sdb::detail::toChange(_index).registerRecord(header);
+        _index->registerRecord(header);
         addition.complete();
         recordIndex = static_cast<int>(_index->records().size()) - 1;
     }

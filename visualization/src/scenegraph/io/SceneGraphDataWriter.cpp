@@ -95,7 +95,6 @@ std::ostream* SceneGraphDataWriter::OpenVTKFile()
     this->OpenedFile.clear();
     this->RefusedCells = false;
     this->LeftOut = false;
-    this->ArrayCount = 0;
     if (this->WriteToOStream == 1)
     {
         return this->OStream;
@@ -185,6 +184,7 @@ int SceneGraphDataWriter::WriteHeader(std::ostream* fp)
     {
         return 0;
     }
+    this->ArrayCount = 0;
     detail::writeText(*fp, detail::headerText(this->Header, this->FileType));
     return this->FinishSection(fp);
 }

@@ -5,6 +5,8 @@
 #include "scenegraph/io/detail/PolyDataInput.h"
 #include "scenegraph/io/detail/VtkReport.h"
 
+#include <utility>
+
 #include <vtkErrorCode.h>
 #include <vtkObjectFactory.h>
 
@@ -47,7 +49,7 @@ int SceneGraphPolyDataWriter::FillInputPortInformation(int, vtkInformation* info
 
 void SceneGraphPolyDataWriter::WriteData()
 {
-    std::ostream* const fp = this->OpenVTKFile();
+    std::ostream* fp = this->OpenVTKFile();
     if (fp == nullptr)
     {
         return;
@@ -64,7 +66,8 @@ void SceneGraphPolyDataWriter::WriteData()
     }
 }
 
-void SceneGraphPolyDataWriter::WriteFile(std::ostream* fp)
+// CloseVTKFile deletes the stream even if it throws: nobody may close it again.
+void SceneGraphPolyDataWriter::WriteFile(std::ostream*& fp)
 {
     vtkPolyData* const input = this->GetInput();
     if (this->WriteHeader(fp) == 0)
@@ -77,7 +80,7 @@ void SceneGraphPolyDataWriter::WriteFile(std::ostream* fp)
         this->Abandon(fp, false);
         return;
     }
-    this->CloseVTKFile(fp);
+    this->CloseVTKFile(std::exchange(fp, nullptr));
 }
 
 int SceneGraphPolyDataWriter::WriteBody(std::ostream* fp, vtkPolyData& input)
@@ -98,7 +101,7 @@ int SceneGraphPolyDataWriter::WriteBody(std::ostream* fp, vtkPolyData& input)
     return complete && this->WritePointData(fp, &input) != 0 ? 1 : 0;
 }
 
-void SceneGraphPolyDataWriter::Abandon(std::ostream* fp, bool inHeader)
+void SceneGraphPolyDataWriter::Abandon(std::ostream*& fp, bool inHeader)
 {
     if (this->GetErrorCode() == vtkErrorCode::NoError)
     {
@@ -108,18 +111,18 @@ void SceneGraphPolyDataWriter::Abandon(std::ostream* fp, bool inHeader)
     if (fileName != nullptr)
     {
         detail::reportError(*this, inHeader ? NO_ROOM_FOR_HEADER : NO_ROOM_FOR_DATA, fileName);
-        this->CloseVTKFile(fp);
+        this->CloseVTKFile(std::exchange(fp, nullptr));
         this->DeleteOpenedFile();
         return;
     }
     if (inHeader)
     {
-        this->CloseVTKFile(fp);
+        this->CloseVTKFile(std::exchange(fp, nullptr));
         detail::reportError(*this, HEADER_FAILED);
         return;
     }
     detail::reportError(*this, DATA_FAILED);
-    this->CloseVTKFile(fp);
+    this->CloseVTKFile(std::exchange(fp, nullptr));
 }
 
 } // namespace tsg

@@ -33,9 +33,9 @@ protected:
     void WriteData() override;
 
 private:
-    void WriteFile(std::ostream* fp);
+    void WriteFile(std::ostream*& fp);
     int WriteBody(std::ostream* fp, vtkPolyData& input);
-    void Abandon(std::ostream* fp, bool inHeader);
+    void Abandon(std::ostream*& fp, bool inHeader);
 };
 
 } // namespace tsg

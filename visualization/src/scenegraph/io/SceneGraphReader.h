@@ -58,7 +58,6 @@ public:
     ///   true  - delivered; of an array that the stream cuts short the rest is zero
     ///   false - unreadable header, unknown "Tag", numbers that are no array, polydata text that is not sound, or no
     ///           memory (some of these are printed); nothing was delivered
-    /// The stream has to be one that can seek for polydata.
     bool loadVtkDataFromInputStream(std::istream& in);
 
 private:

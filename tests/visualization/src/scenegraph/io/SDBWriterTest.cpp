@@ -19,6 +19,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -313,20 +314,25 @@ TEST_F(SDBWriterTest, copiesShareOneFile)
     {
         SDBWriter copy(writer);
         EXPECT_EQ(add(copy, scene), 1);
+        EXPECT_EQ(add(writer, scene), 2) << "they count together";
+        EXPECT_EXIT(_exit(static_cast<int>(writer.open(path, true, true))),
+                    testing::ExitedWithCode(static_cast<int>(FileIoStatus::OpenFailed)), "another process");
+        ASSERT_EQ(writer.open(path, true, true), FileIoStatus::Success);
+        EXPECT_EQ(add(copy, scene), -2) << "it would write over what the other one adds";
     }
     EXPECT_EQ(writer.addThumbnail(7, tsg::Bitmap<3>()), FileIoStatus::Success);
     SDBWriter copy;
     copy = writer;
     copy.close();
     EXPECT_EQ(writer.addThumbnail(7, tsg::Bitmap<3>()), FileIoStatus::NotOpen);
-    EXPECT_EQ(records().size(), 2U);
+    EXPECT_EQ(records().size(), 3U);
     EXPECT_EQ(reader.getThumbnails().at(0).getInt("RecordIndex"), 7);
 
     auto first = std::make_unique<SDBWriter>();
     ASSERT_EQ(first->open(path, true, true), FileIoStatus::Success);
     copy = *first;
     first.reset();
-    EXPECT_EQ(add(copy, scene), 2) << "the file stays open for the writer that is left";
+    EXPECT_EQ(add(copy, scene), 3) << "the file stays open for the writer that is left";
 }
 
 TEST_F(SDBWriterTest, thumbnailsFollowTheirTagAndRecordsFollowThem)

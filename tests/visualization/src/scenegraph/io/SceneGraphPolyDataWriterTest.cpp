@@ -239,6 +239,21 @@ struct LastStraw : vtkFloatArray
     void* GetVoidPointer(vtkIdType) override { throw std::bad_alloc(); }
 };
 
+/// Finds no memory for the text when its stream is closed.
+struct NoRoomAtTheEnd : Writer
+{
+    static NoRoomAtTheEnd* New() { VTK_STANDARD_NEW_BODY(NoRoomAtTheEnd); }
+
+    void CloseVTKFile(std::ostream* fp) override
+    {
+        closed += fp != nullptr ? 1 : 0;
+        Writer::CloseVTKFile(fp);
+        throw std::bad_alloc();
+    }
+
+    int closed = 0;
+};
+
 TEST(SceneGraphPolyDataWriterTest, anExceptionLeavesNoOpenFileAndNoPartOfOne)
 {
     const TemporaryDirectory directory;
@@ -259,6 +274,11 @@ TEST(SceneGraphPolyDataWriterTest, anExceptionLeavesNoOpenFileAndNoPartOfOne)
         EXPECT_EQ(openFiles(), before);
         EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
     }
+    const vtkNew<NoRoomAtTheEnd> writer;
+    writer->WriteToOutputStringOn();
+    writer->SetInputData(onePoint());
+    EXPECT_THROW(writer->Write(), std::bad_alloc);
+    EXPECT_EQ(writer->closed, 1);
 }
 
 TEST(SceneGraphPolyDataWriterTest, theStreamComesBeforeTheStringAndTheStringBeforeTheFile)

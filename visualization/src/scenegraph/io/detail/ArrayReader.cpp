@@ -108,7 +108,7 @@ vtkSmartPointer<vtkDataArray> ArrayReader::readTexts(const TypeWord& type, int c
         complete = complete && got == bytes;
         return got;
     };
-    const auto array = makeStoredArray(type.vtkType, type.width, components, values, _run.budget, source);
+    auto array = makeStoredArray(type.vtkType, type.width, components, values, _run.budget, source);
     if (!complete)
     {
         reportGenericWarning(FAILED_TEXT);

@@ -85,7 +85,7 @@ void BlockReader::readFrame()
     {
     case static_cast<int>(CompressionMethods::None):
         _stated = _expected;
-        _wrongMethod = looksCompressed();
+        _wrongMethod = isCompressedBlock();
         return;
     case static_cast<int>(CompressionMethods::Zlib):
         break;
@@ -113,23 +113,33 @@ void BlockReader::readFrame()
     _zlib.emplace();
 }
 
-/// Whether uncompressed bytes in memory are the lengths and the beginning of a zlib stream for just this content: then
-/// it is the method byte that is damaged.
-bool BlockReader::looksCompressed() const
+/// Whether uncompressed bytes in memory are the lengths and the zlib stream of a block for just this content: then it
+/// is the method byte that is damaged.
+bool BlockReader::isCompressedBlock() const
 {
-    constexpr std::uint64_t ZLIB_HEADER = 2;
-    constexpr unsigned DEFLATE = 8;
-    constexpr unsigned DIVISOR = 31; // of each zlib header
     const auto* const memory = dynamic_cast<const MemoryBuffer*>(_in.rdbuf());
-    const char* const bytes = memory != nullptr ? memory->peek(SIZES_BYTES + ZLIB_HEADER) : nullptr;
-    if (bytes == nullptr || littleEndian64(bytes) != _expected ||
-        littleEndian64(bytes + 8) > compressBound(zlibLength(_expected)))
+    const char* const sizes = memory != nullptr ? memory->peek(SIZES_BYTES) : nullptr;
+    if (sizes == nullptr || littleEndian64(sizes) != _expected || _expected != zlibLength(_expected))
     {
         return false;
     }
-    const unsigned first = static_cast<unsigned char>(bytes[SIZES_BYTES]);
-    const unsigned second = static_cast<unsigned char>(bytes[SIZES_BYTES + 1]);
-    return (first & 15) == DEFLATE && (256 * first + second) % DIVISOR == 0;
+    const std::uint64_t compressed = littleEndian64(sizes + 8);
+    const char* const bytes = compressed <= compressBound(_expected) ? memory->peek(SIZES_BYTES + compressed) : nullptr;
+    if (bytes == nullptr || compressed != zlibLength(compressed))
+    {
+        return false;
+    }
+    Inflation zlib;
+    zlib.stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes + SIZES_BYTES)); // zlib only reads them
+    zlib.stream.avail_in = static_cast<uInt>(compressed);
+    int result = Z_OK;
+    while (result == Z_OK)
+    {
+        zlib.stream.next_out = reinterpret_cast<Bytef*>(zlib.scratch);
+        zlib.stream.avail_out = SCRATCH_BYTES;
+        result = inflate(&zlib.stream, Z_NO_FLUSH);
+    }
+    return result == Z_STREAM_END && zlib.stream.total_out == _expected;
 }
 
 void BlockReader::cutOff(std::uint64_t bytes)

@@ -85,7 +85,7 @@ private:
     };
 
     void readFrame();
-    bool looksCompressed() const;
+    bool isCompressedBlock() const;
     void cutOff(std::uint64_t bytes);
     bool refill();
     std::uint64_t readRaw(char* data, std::uint64_t size);
@@ -100,7 +100,7 @@ private:
     std::uint64_t _length = 0;         ///< see contentLength
     std::uint64_t _compressed = 0;     ///< bytes of the zlib stream, as the frame says
     std::uint64_t _compressedLeft = 0; ///< of these, how many have not been taken from the stream
-    bool _wrongMethod = false;         ///< see looksCompressed
+    bool _wrongMethod = false;         ///< see isCompressedBlock
     BlockResult _failure = BlockResult::Whole;
     std::optional<Inflation> _zlib; ///< none where nothing is compressed
 };

@@ -72,14 +72,4 @@ private:
     std::vector<Replaced> _replaced;                            ///< what undoBinaries puts back, oldest first
 };
 
-/// An index to be added to: one that is shared with copies of its owner is replaced by a copy of its own first.
-inline FileIndex& toChange(std::shared_ptr<FileIndex>& index)
-{
-    if (index.use_count() > 1)
-    {
-        index = std::make_shared<FileIndex>(*index);
-    }
-    return *index;
-}
-
 } // namespace sdb::detail

@@ -59,7 +59,14 @@ public:
     {
     }
 
-    bool takeBlock(const char* data, std::uint64_t size) override { return isBlockOf(_in, data, size, _pulse); }
+    bool takeBlock(const char* data, std::uint64_t size) override
+    {
+        _differs = !isBlockOf(_in, data, size, _pulse);
+        return !_differs;
+    }
+
+    /// Whether a block of values is another one; the writer raises an InternalError then.
+    bool differs() const { return _differs; }
 
 protected:
     std::streamsize xsputn(const char* text, std::streamsize size) override
@@ -81,6 +88,7 @@ protected:
 private:
     std::istream& _in;
     const sdb::detail::Pulse& _pulse;
+    bool _differs = false;
 };
 
 } // namespace
@@ -111,7 +119,11 @@ bool holdsPolyData(std::istream& in, std::uint64_t length, vtkPolyData& polys, s
     }
     catch (const InternalError&)
     {
-        return false; // a block of values that differs
+        if (!comparison.differs())
+        {
+            throw; // somebody wants to stop
+        }
+        return false;
     }
     return out.good() && sdb::detail::readPosition(in) == end;
 }

@@ -57,7 +57,7 @@ Stream makeFile(const std::wstring& path, const WriterFileOptions& options, bool
     return options.synchronise && !file.synchroniseName() ? nullptr : stream;
 }
 
-/// An existing file, locked; null with EAGAIN if something else has come to its path meanwhile.
+/// An existing file, locked. Something else may have come to its path meanwhile.
 Stream openExisting(const std::wstring& path, const WriterFileOptions& options)
 {
     auto stream = std::make_shared<AppendStream>(path);
