@@ -162,8 +162,9 @@ void RecordCheck::checkPayload(const StoredBlock& block)
     {
         return;
     }
-    const auto found = _depth == CheckDepth::Everything ? decodingFindings(_in, block, _fileSize)
-                                                        : framingFindings(_in, block, _fileSize);
+    const auto [found, uncheckedBytes] = _depth == CheckDepth::Everything
+                                             ? decodeBlock(_in, block, _fileSize)
+                                             : DecodedBlock{framingFindings(_in, block, _fileSize)};
     if (found.empty())
     {
         _sound.insert(form);
@@ -171,7 +172,7 @@ void RecordCheck::checkPayload(const StoredBlock& block)
     _findings.insert(_findings.end(), found.begin(), found.end());
     if (_unchecked != nullptr && gravest(found) != Severity::Error && _counted.insert(block.filePos).second)
     {
-        _unchecked->add(uncheckedBytes(_in, block));
+        _unchecked->add(uncheckedBytes);
     }
 }
 

@@ -270,9 +270,15 @@ TEST_F(VerifyTest, whatHasNoChecksumIsSummedUp)
     ContainerBytes file;
     file.record("a", {array("T", ABC), array("Z", aZlibBlock(), number("NumberOfTuples", 99)), array("bad", "\7abc")});
     file.record("b", {array("none", ""), array("U", ABC)});
-    write("x.sce", file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0).str());
-    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":3,"bytes":18})");
-    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 3 payloads, 18 bytes, stored without a checksum"));
+    file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0);
+    // 36 bytes of points, 16 of cells, and 9 bits; the values of the other one are all compressed.
+    const std::string triangleBlock = header() + points(3) + cells("POLYGONS", 1, {3, 0, 1, 2});
+    const std::string bits = "FIELD FieldData 1\nb 1 9 bit\nab\n";
+    const std::string zlibPoints = "POINTS 3 float\n" + block(std::vector<float>(9), tsg::CompressionMethods::Zlib);
+    file.record("d", {polys(triangleBlock + bits), polys(header() + zlibPoints)});
+    write("x.sce", file.str());
+    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":4,"bytes":72})");
+    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 4 payloads, 72 bytes, stored without a checksum"));
     EXPECT_EQ(at(run("verify --quick --json @x.sce").json(), "/files/0/unchecked"), "null");
     EXPECT_THAT(run("verify --quick @x.sce").out, Not(HasSubstr("checksum")));
 

@@ -128,6 +128,7 @@ bool ArrayReader::readPackedBits(vtkDataArray& array)
         reportError(_reporter, FAILED_PACKED_BITS);
         return false;
     }
+    _run.uncheckedBytes += static_cast<std::uint64_t>(array.GetNumberOfValues() + 7) / 8;
     return true;
 }
 
