@@ -141,6 +141,10 @@ std::vector<Finding> datasetFindings(const StoredBlock& block, const BlockData& 
     {
         words.insert(words.end(), more.begin(), more.end());
     }
+    if (words.empty() && !data.isEmpty() && !data.isSeparated)
+    {
+        words.emplace_back("values without a line end behind them: their number or the name that follows is damaged");
+    }
     if (words.empty() && !data.isEmpty())
     {
         return {};

@@ -73,6 +73,7 @@ BlockData readBlockData(std::istream& in, const StoredBlock& block, std::uint64_
         res.polys = readPolys(in, block.length, run);
     }
     res.uncheckedBytes = run.uncheckedBytes;
+    res.isSeparated = run.isSeparated;
     return res;
 }
 

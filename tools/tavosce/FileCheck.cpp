@@ -178,11 +178,13 @@ private:
         }
         else
         {
+            const bool isOfRecord = piece.tag.hasName(key::RECORD_INDEX);
             add(FindingCode::ThumbnailDamaged, piece.begin,
-                counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
-                    hexadecimal(sdb::hexFromProp(piece.tag, key::FILE_POS)) + " for " +
-                    std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
-                    std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
+                !isOfRecord ? "its tag does not say of which record it is"
+                            : counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
+                                  hexadecimal(sdb::hexFromProp(piece.tag, key::FILE_POS)) + " for " +
+                                  std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
+                                  std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
         }
         const int record = piece.tag.getInt(key::RECORD_INDEX);
         if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())

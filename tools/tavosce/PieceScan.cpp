@@ -141,11 +141,12 @@ private:
 
     void takeThumbnail(Properties tag, std::uint64_t tagEnd, std::uint64_t end)
     {
-        const bool isConsistent = sdb::hexFromProp(tag, key::FILE_POS) == tagEnd && end <= _fileSize &&
+        const bool isConsistent = tag.hasName(key::RECORD_INDEX) && sdb::hexFromProp(tag, key::FILE_POS) == tagEnd &&
+                                  end <= _fileSize &&
                                   sdb::hexFromProp(tag, key::LENGTH) == sdb::detail::pixelBytes(tag);
         add(FilePiece::Thumbnail, isConsistent ? end : std::min(end, nextItem(tagEnd)), std::move(tag));
         _pieces.back().fault =
-            isConsistent ? "" : "the picture is not behind its tag, or has not the bytes of its size";
+            isConsistent ? "" : "the picture is not behind its tag, has not the bytes of its size, or is of no record";
     }
 
     /// A piece from the present position on; nothing if it would be empty. Bytes that cannot be read become one piece.

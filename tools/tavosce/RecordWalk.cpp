@@ -202,8 +202,28 @@ private:
                !tag.hasName(key::VERSIONS);
     }
 
+    /// Whether a tag is one of a record, with what nothing else in the file can replace.
+    static bool isComplete(const Properties& tag, const std::string& kind)
+    {
+        if (!isTagOfRecord(tag))
+        {
+            return false;
+        }
+        if (kind == field::CLASS_VERSIONS)
+        {
+            return tag.hasName(key::VERSIONS);
+        }
+        const bool isNamed = kind == field::NODE ? tag.hasName(key::PROPERTIES)
+                                                 : tag.getInt(key::TAG) == sdb::PolyData || tag.hasName(key::NAME);
+        return tag.hasName(key::OBJECT_KEY) && isNamed;
+    }
+
     void takeOwnTag(const Properties& tag, const std::string& kind)
     {
+        if (!isComplete(tag, kind))
+        {
+            _res.oddities.push_back({_tagPosition, true});
+        }
         if (kind == field::NODE)
         {
             enter(Nodes);
@@ -218,10 +238,6 @@ private:
         {
             _stage = Blocks;
             takeBlock(tag);
-        }
-        else
-        {
-            _res.oddities.push_back({_tagPosition, true});
         }
     }
 

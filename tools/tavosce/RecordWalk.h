@@ -41,7 +41,7 @@ struct StoredBlock
 struct Oddity
 {
     std::uint64_t position;
-    bool isUnknown; ///< of no known kind, or one too many; otherwise only its place is wrong
+    bool isUnknown; ///< of no known kind, one too many or not complete; otherwise only its place is wrong
 };
 
 /// Whether a tag is of a kind that stands in records only.

@@ -165,7 +165,7 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {aRecord(array("T", ABC, text("ObjectKey", "N_2"))), "node-missing"},
         {ContainerBytes().record("a", {array("T", ABC, text("ObjectKey", "N_2")), array("T", ABC)}).str(),
          "node-missing block-order"},
-        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Node","ObjectKey":"N_0"})", position("Length", 2))),
+        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Node","ObjectKey":"N_0","Properties":{}})", position("Length", 2))),
          "record-order node-order block-size"},
         {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Nodx","ObjectKey":"N_2"})", position("Length", 2))),
          "record-tag block-size"},

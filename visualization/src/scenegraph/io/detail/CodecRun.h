@@ -25,6 +25,7 @@ struct CodecRun
     sdb::detail::MemoryBudget& budget; ///< of all that is read
     sdb::detail::Pulse pulse;          ///< of every value block
     std::uint64_t uncheckedBytes = 0;  ///< of values without compression, which no checksum protects
+    bool isSeparated = true;           ///< whether a line end follows all values, as writers leave it
 
     /// Counts a block that has been read, if it is one of such values.
     void countUnchecked(const sdb::detail::BlockReader& block)
