@@ -128,7 +128,12 @@ private:
     {
         const std::size_t index = _res.records++;
         const std::size_t before = _res.findings.size();
-        if (!piece.reached)
+        RecordContents contents;
+        if (piece.fault.empty())
+        {
+            contents = walkRecordAt(_file.stream(), piece.tag, piece.begin, _file.size());
+        }
+        if (!piece.reached && contents.isInPlace)
         {
             add(FindingCode::ItemHidden, piece.begin);
         }
@@ -139,7 +144,7 @@ private:
         }
         else
         {
-            const auto found = _records.check(piece.tag, walkRecord(_file.stream(), piece.tag, _file.size()));
+            const auto found = _records.check(piece.tag, contents);
             _res.readable += gravest(found) == Severity::Error ? 0 : 1;
             _res.findings.insert(_res.findings.end(), found.begin(), found.end());
         }

@@ -124,7 +124,7 @@ Places placesOf(const char* expression, const std::string& file)
 /// Of tags: positions, sizes, and the keys of what nothing else tells.
 constexpr char NUMBERS_AND_KEYS[] =
     R"~("(FilePos|Length|BinaryData)":"[0-9a-f]{16}|"NumberOf[A-Z][a-z]+":[0-9]+|)~"
-    R"~(\{"DataField":"[A-Z]|"(ObjectKey|Properties|Versions|Name|RootNodeKey|RecordIndex)":)~";
+    R"~(\{"DataField":"[A-Z]|"(ObjectKey|Properties|Versions|RootNodeKey|RecordIndex)":|"Name":(?="[^"]*","Number))~";
 
 /// Of polydata: sections and counts, and those of arrays behind their names.
 constexpr char COUNTS[] = "(POINTS|VERTICES|LINES|POLYGONS|TRIANGLE_STRIPS|(POINT|CELL)_DATA) [0-9 ]+| [0-9]+ [0-9]+ "
