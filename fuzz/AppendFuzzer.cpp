@@ -26,17 +26,33 @@ bool openForAdding(tsg::SDBWriter& writer, const std::wstring& path)
     }
 }
 
-void checkAdded(const std::wstring& path, const std::vector<Properties>& before, int index)
+/// What a file lists.
+struct Listed
+{
+    std::vector<Properties> records;
+    std::vector<Properties> thumbnails;
+};
+
+Listed listed(const std::wstring& path)
+{
+    tsg::SDBReader reader;
+    (void)fuzz::open(reader, path);
+    return {reader.getRecords(), reader.getThumbnails()};
+}
+
+void checkAdded(const std::wstring& path, const Listed& before, int index)
 {
     tsg::SDBReader reader;
     require(fuzz::open(reader, path), "a file that was added to can be opened");
     const auto& records = reader.getRecords();
-    require(records.size() == before.size() + 1 && std::equal(before.begin(), before.end(), records.begin()),
+    const std::size_t count = before.records.size();
+    require(records.size() == count + 1 && std::equal(before.records.begin(), before.records.end(), records.begin()),
             "the records that were there are there");
-    require(index == static_cast<int>(before.size()) && records.back().getString("SessionID") == SESSION,
+    require(reader.getThumbnails() == before.thumbnails, "the thumbnails that were there are there");
+    require(index == static_cast<int>(count) && records.back().getString("SessionID") == SESSION,
             "the new record is the last");
     fuzz::Delivery delivery;
-    require(fuzz::load(reader, before.size(), delivery) && delivery.nodes.size() == 1 && delivery.data.size() == 1 &&
+    require(fuzz::load(reader, count, delivery) && delivery.nodes.size() == 1 && delivery.data.size() == 1 &&
                 test::valuesOf(delivery.data[0].data.array) == std::vector<double>{1, 2, 3},
             "the new record can be loaded");
 }
@@ -49,12 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const fuzz::ScratchFile file;
     const std::string bytes = fuzz::asString(data, size);
     file.write(bytes);
-    std::vector<Properties> before;
-    {
-        tsg::SDBReader reader;
-        (void)fuzz::open(reader, file.path());
-        before = reader.getRecords();
-    }
+    const Listed before = listed(file.path());
     tsg::SDBWriter writer;
     const bool opened = openForAdding(writer, file.path());
     require(file.bytes() == bytes, "opening changes nothing");

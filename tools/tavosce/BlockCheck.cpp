@@ -107,10 +107,9 @@ void requireMemory(const StoredBlock& block)
     room.reserve(static_cast<std::size_t>(valuesOf(block)) * static_cast<std::size_t>(width) + block.length);
 }
 
-std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+std::vector<Finding> arrayFindings(std::istream& in, const StoredBlock& block, const BlockData& data)
 {
-    const LibraryLog log;
-    if (!readBlockData(in, block, fileSize).isEmpty())
+    if (!data.isEmpty())
     {
         return {};
     }
@@ -135,17 +134,18 @@ FindingCode codeOf(const std::string& message)
 }
 
 /// One finding: behind the first message the others are often its consequence.
-std::vector<Finding> datasetFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+std::vector<Finding> datasetFindings(const StoredBlock& block, const BlockData& data, VtkMessages& vtk, LibraryLog& log)
 {
-    VtkMessages vtk;
-    LibraryLog log;
-    const bool isEmpty = readBlockData(in, block, fileSize).isEmpty();
     std::vector<std::string> words = vtk.takeErrors();
     for (const auto& more : {vtk.takeWarnings(), log.take()})
     {
         words.insert(words.end(), more.begin(), more.end());
     }
-    if (words.empty() && !isEmpty)
+    if (words.empty() && !data.isEmpty() && !data.isSeparated)
+    {
+        words.emplace_back("values without a line end behind them: their number or the name that follows is damaged");
+    }
+    if (words.empty() && !data.isEmpty())
     {
         return {};
     }
@@ -193,33 +193,25 @@ std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block,
     return sizeFindings(in, block);
 }
 
-std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
+DecodedBlock decodeBlock(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
-    std::vector<Finding> res = framingFindings(in, block, fileSize);
-    if (gravest(res) == Severity::Error)
+    DecodedBlock res{framingFindings(in, block, fileSize)};
+    if (gravest(res.findings) == Severity::Error)
     {
         return res;
     }
-    const auto deeper = block.isArray() ? arrayFindings(in, block, fileSize) : datasetFindings(in, block, fileSize);
-    res.insert(res.end(), deeper.begin(), deeper.end());
+    VtkMessages vtk;
+    LibraryLog log;
+    const BlockData data = readBlockData(in, block, fileSize);
+    const auto deeper = block.isArray() ? arrayFindings(in, block, data) : datasetFindings(block, data, vtk, log);
+    res.findings.insert(res.findings.end(), deeper.begin(), deeper.end());
+    res.uncheckedBytes = data.uncheckedBytes;
     return res;
-}
-
-std::uint64_t uncheckedBytes(std::istream& in, const StoredBlock& block)
-{
-    if (!block.isArray() || block.length == 0)
-    {
-        return 0;
-    }
-    in.clear();
-    sdb::detail::seekTo(in, block.filePos);
-    const auto method = sdb::detail::readFrame(in, block.length - 1).method;
-    return method == static_cast<int>(tsg::CompressionMethods::None) ? block.length - 1 : 0;
 }
 
 std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize)
 {
-    for (const Finding& finding : decodingFindings(in, block, fileSize))
+    for (const Finding& finding : decodeBlock(in, block, fileSize).findings)
     {
         if (finding.kind().severity == Severity::Error)
         {

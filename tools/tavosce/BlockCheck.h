@@ -23,12 +23,15 @@ std::string describeBlock(const StoredBlock& block);
 /// What is wrong with the payload of a block, as far as tag and framing tell; nothing is decoded.
 std::vector<Finding> framingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 
-/// What is wrong with the payload of a block, found by decoding it as a load does.
-std::vector<Finding> decodingFindings(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
+/// What the decoding of a block has shown.
+struct DecodedBlock
+{
+    std::vector<Finding> findings;
+    std::uint64_t uncheckedBytes = 0; ///< of values that are stored as they are, without a checksum
+};
 
-/// How many bytes of the payload of a block without errors are stored as they are, without a checksum. Of a polydata
-/// that is not known.
-std::uint64_t uncheckedBytes(std::istream& in, const StoredBlock& block);
+/// Decodes the payload of a block as a load does, to find what is wrong with it.
+DecodedBlock decodeBlock(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);
 
 /// Why the payload of a block cannot be loaded, found by decoding it; empty if nothing is wrong with it.
 std::string blockFault(std::istream& in, const StoredBlock& block, std::uint64_t fileSize);

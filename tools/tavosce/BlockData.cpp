@@ -72,8 +72,8 @@ BlockData readBlockData(std::istream& in, const StoredBlock& block, std::uint64_
     {
         res.polys = readPolys(in, block.length, run);
     }
-    res.uncheckedBlocks = run.uncheckedBlocks;
     res.uncheckedBytes = run.uncheckedBytes;
+    res.isSeparated = run.isSeparated;
     return res;
 }
 

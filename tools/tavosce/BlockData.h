@@ -17,9 +17,8 @@ struct BlockData
 {
     vtkSmartPointer<vtkPolyData> polys;
     vtkSmartPointer<vtkDataArray> array;
-    // The values in it that are stored without compression, which no checksum protects.
-    std::uint64_t uncheckedBlocks = 0;
-    std::uint64_t uncheckedBytes = 0;
+    std::uint64_t uncheckedBytes = 0; ///< of values that are stored without compression, which no checksum protects
+    bool isSeparated = true;          ///< whether a line end follows all values in a polydata, as writers leave it
 
     bool isEmpty() const { return polys == nullptr && array == nullptr; }
 };

@@ -128,7 +128,12 @@ private:
     {
         const std::size_t index = _res.records++;
         const std::size_t before = _res.findings.size();
-        if (!piece.reached)
+        RecordContents contents;
+        if (piece.fault.empty())
+        {
+            contents = walkRecordAt(_file.stream(), piece.tag, piece.begin, _file.size());
+        }
+        if (!piece.reached && contents.isInPlace)
         {
             add(FindingCode::ItemHidden, piece.begin);
         }
@@ -139,7 +144,7 @@ private:
         }
         else
         {
-            const auto found = _records.check(piece.tag, walkRecord(_file.stream(), piece.tag, _file.size()));
+            const auto found = _records.check(piece.tag, contents);
             _res.readable += gravest(found) == Severity::Error ? 0 : 1;
             _res.findings.insert(_res.findings.end(), found.begin(), found.end());
         }
@@ -178,11 +183,13 @@ private:
         }
         else
         {
+            const bool isOfRecord = piece.tag.hasName(key::RECORD_INDEX);
             add(FindingCode::ThumbnailDamaged, piece.begin,
-                counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
-                    hexadecimal(sdb::hexFromProp(piece.tag, key::FILE_POS)) + " for " +
-                    std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
-                    std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
+                !isOfRecord ? "its tag does not say of which record it is"
+                            : counted(sdb::hexFromProp(piece.tag, key::LENGTH), "byte") + " at " +
+                                  hexadecimal(sdb::hexFromProp(piece.tag, key::FILE_POS)) + " for " +
+                                  std::to_string(piece.tag.getInt(key::WIDTH)) + " x " +
+                                  std::to_string(piece.tag.getInt(key::HEIGHT)) + " pixels");
         }
         const int record = piece.tag.getInt(key::RECORD_INDEX);
         if (record < 0 || static_cast<std::size_t>(record) >= _file.recordCount())

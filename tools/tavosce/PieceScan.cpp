@@ -94,58 +94,50 @@ private:
             return;
         }
         const std::optional<std::uint64_t> end = sdb::detail::finishedEnd(tag, tagEnd);
-        if (!end)
+        if (kind == field::HEADER && !sdb::detail::isPending(tag))
         {
-            add(FilePiece::Unfinished, nextItem(tagEnd), std::move(tag));
+            takeRecord(std::move(tag), tagEnd, end);
         }
-        else if (kind == field::HEADER)
-        {
-            takeRecord(std::move(tag), tagEnd, *end);
-        }
-        else
+        else if (kind == field::THUMBNAIL && end)
         {
             takeThumbnail(std::move(tag), tagEnd, *end);
         }
+        else
+        {
+            add(FilePiece::Unfinished, nextItem(tagEnd), std::move(tag));
+        }
     }
 
-    void takeRecord(Properties header, std::uint64_t tagEnd, std::uint64_t end)
+    /// `end` as the header tells it; none if readers take the record for unfinished.
+    void takeRecord(Properties header, std::uint64_t tagEnd, std::optional<std::uint64_t> end)
     {
         RecordContents contents;
         contents.faultPosition = _position;
-        if (sdb::hexFromProp(header, key::FILE_POS) != _position)
-        {
-            contents.fault = "the record's header is not where it says";
-        }
-        else if (_budget.isSpent())
+        if (_budget.isSpent())
         {
             contents.fault = "not looked at, after so much damage";
         }
         else
         {
-            contents = walkRecord(_in, header, _fileSize);
+            contents = walkRecordAt(_in, header, _position, _fileSize);
         }
-        if (contents.fault.empty())
-        {
-            end = contents.end;
-            _budget.pay(std::max(contents.readTo, end) - end);
-        }
-        else
-        {
-            _budget.pay(std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
-            end = std::min(end, nextItem(tagEnd));
-        }
-        add(FilePiece::Record, end, std::move(header));
-        _pieces.back().fault = std::move(contents.fault);
+        const bool isWhole = contents.fault.empty();
+        _budget.pay(isWhole ? std::max(contents.readTo, contents.end) - contents.end
+                            : std::max({contents.faultPosition, contents.readTo, tagEnd}) - _position);
+        const std::uint64_t next = isWhole ? contents.end : std::min(end.value_or(_fileSize), nextItem(tagEnd));
+        add(isWhole || end ? FilePiece::Record : FilePiece::Unfinished, next, std::move(header));
+        _pieces.back().fault = isWhole || end ? std::move(contents.fault) : std::string();
         _pieces.back().faultPosition = contents.faultPosition;
     }
 
     void takeThumbnail(Properties tag, std::uint64_t tagEnd, std::uint64_t end)
     {
-        const bool isConsistent = sdb::hexFromProp(tag, key::FILE_POS) == tagEnd && end <= _fileSize &&
+        const bool isConsistent = tag.hasName(key::RECORD_INDEX) && sdb::hexFromProp(tag, key::FILE_POS) == tagEnd &&
+                                  end <= _fileSize &&
                                   sdb::hexFromProp(tag, key::LENGTH) == sdb::detail::pixelBytes(tag);
         add(FilePiece::Thumbnail, isConsistent ? end : std::min(end, nextItem(tagEnd)), std::move(tag));
         _pieces.back().fault =
-            isConsistent ? "" : "the picture is not behind its tag, or has not the bytes of its size";
+            isConsistent ? "" : "the picture is not behind its tag, has not the bytes of its size, or is of no record";
     }
 
     /// A piece from the present position on; nothing if it would be empty. Bytes that cannot be read become one piece.

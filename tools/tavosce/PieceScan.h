@@ -16,7 +16,8 @@ struct FilePiece
     enum Kind
     {
         FileHeader, ///< the tag and the line end behind it
-        Record,     ///< header to the end of its last payload; with a fault to the end that its tag says, at most
+        Record,     ///< header to the end of its last payload; with a fault to the end that its tag says, at most.
+                    ///< Readers may take one without a fault for unfinished, where its positions are damaged
         Thumbnail,  ///< tag and pixels, as its tag says; cut at the end of the file
         Unfinished, ///< a record or thumbnail that was never finished, up to the next piece
         UnknownTag, ///< a tag with a "DataField" of no known kind, which readers pass over

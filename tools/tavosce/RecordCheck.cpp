@@ -65,7 +65,7 @@ bool RecordCheck::isStored(const Properties& header, const StoredBlock& block) c
 
 void RecordCheck::checkHeader(const Properties& header, const RecordContents& contents)
 {
-    const std::uint64_t begin = sdb::hexFromProp(header, key::FILE_POS);
+    const std::uint64_t begin = contents.begin;
     const int version = header.getInt(key::VERSION);
     if (version != OLD_VERSION && version != CURRENT_VERSION)
     {
@@ -78,7 +78,11 @@ void RecordCheck::checkHeader(const Properties& header, const RecordContents& co
     {
         add(FindingCode::RecordRoot, begin, "the root " + shown(root) + " is no node of the record", root);
     }
-    if (!contents.lengthIsRight)
+    if (!contents.isInPlace)
+    {
+        add(FindingCode::PositionDamaged, begin);
+    }
+    else if (!contents.lengthIsRight)
     {
         add(FindingCode::RecordLength, begin,
             "the record ends at " + hexadecimal(contents.end) + ", and the header says " +
@@ -162,8 +166,9 @@ void RecordCheck::checkPayload(const StoredBlock& block)
     {
         return;
     }
-    const auto found = _depth == CheckDepth::Everything ? decodingFindings(_in, block, _fileSize)
-                                                        : framingFindings(_in, block, _fileSize);
+    const auto [found, uncheckedBytes] = _depth == CheckDepth::Everything
+                                             ? decodeBlock(_in, block, _fileSize)
+                                             : DecodedBlock{framingFindings(_in, block, _fileSize)};
     if (found.empty())
     {
         _sound.insert(form);
@@ -171,7 +176,7 @@ void RecordCheck::checkPayload(const StoredBlock& block)
     _findings.insert(_findings.end(), found.begin(), found.end());
     if (_unchecked != nullptr && gravest(found) != Severity::Error && _counted.insert(block.filePos).second)
     {
-        _unchecked->add(uncheckedBytes(_in, block));
+        _unchecked->add(uncheckedBytes);
     }
 }
 

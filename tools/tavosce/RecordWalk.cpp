@@ -3,6 +3,7 @@
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/Extent.h"
 #include "scenegraph/io/detail/ItemSearch.h"
+#include "scenegraph/io/detail/PendingTag.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 #include "scenegraph/io/detail/TagScan.h"
@@ -27,23 +28,25 @@ constexpr std::uint64_t LEAST_TAG = sizeof(R"({"DataField":"Node"})") - 1;
 class Walk
 {
 public:
-    Walk(std::istream& in, const Properties& header, std::uint64_t fileSize)
+    Walk(std::istream& in, const Properties& header, std::uint64_t begin, std::uint64_t fileSize)
         : _in(in)
         , _header(header)
         , _fileSize(fileSize)
-        , _position(sdb::hexFromProp(header, key::FILE_POS))
+        , _position(begin)
     {
+        _res.begin = begin;
     }
 
     RecordContents run()
     {
-        const auto end = sdb::detail::extentEnd(_header);
-        if (!end || *end <= _position)
+        if (sdb::detail::isPending(_header))
         {
             stop("the record was never finished");
             return std::move(_res);
         }
-        _declared = *end;
+        Properties placed = _header;
+        placed.set(key::FILE_POS, sdb::detail::hexPosition(_position), Properties::Overwrite);
+        _declared = sdb::detail::extentEnd(placed).value_or(_position);
         _isConfirmed = _declared == _fileSize || (_declared < _fileSize && sdb::detail::isItemAt(_in, _declared));
         _limit = _isConfirmed ? _declared : _fileSize;
         Properties tag;
@@ -52,10 +55,12 @@ public:
             stop("the record's header is not where it says");
         }
         _ownEnd = _position;
+        _res.isInPlace = _stopped || sdb::detail::finishedEnd(_header, _position).has_value();
         while (!_stopped)
         {
             step();
         }
+        checkPlace();
         return std::move(_res);
     }
 
@@ -65,6 +70,21 @@ private:
         _res.fault = fault;
         _res.faultPosition = _position;
         _stopped = true;
+    }
+
+    void checkPlace()
+    {
+        if (!_res.fault.empty() || sdb::hexFromProp(_header, key::FILE_POS) == _res.begin)
+        {
+            return;
+        }
+        _res.isInPlace = false;
+        const std::uint64_t blocks = _res.blocks.empty() ? _res.end : _res.blocks.front().tagPosition;
+        if (sdb::hexFromProp(_header, key::BINARY_DATA) != blocks)
+        {
+            _position = _res.begin;
+            stop("the record's header is not where it says");
+        }
     }
 
     /// The record ends at the present position, apart from foreign tags.
@@ -202,8 +222,28 @@ private:
                !tag.hasName(key::VERSIONS);
     }
 
+    /// Whether a tag is one of a record, with what nothing else in the file can replace.
+    static bool isComplete(const Properties& tag, const std::string& kind)
+    {
+        if (!isTagOfRecord(tag))
+        {
+            return false;
+        }
+        if (kind == field::CLASS_VERSIONS)
+        {
+            return tag.hasName(key::VERSIONS);
+        }
+        const bool isNamed = kind == field::NODE ? tag.hasName(key::PROPERTIES)
+                                                 : tag.getInt(key::TAG) == sdb::PolyData || tag.hasName(key::NAME);
+        return tag.hasName(key::OBJECT_KEY) && isNamed;
+    }
+
     void takeOwnTag(const Properties& tag, const std::string& kind)
     {
+        if (!isComplete(tag, kind))
+        {
+            _res.oddities.push_back({_tagPosition, true});
+        }
         if (kind == field::NODE)
         {
             enter(Nodes);
@@ -218,10 +258,6 @@ private:
         {
             _stage = Blocks;
             takeBlock(tag);
-        }
-        else
-        {
-            _res.oddities.push_back({_tagPosition, true});
         }
     }
 
@@ -300,7 +336,12 @@ int StoredBlock::kind() const
 
 RecordContents walkRecord(std::istream& in, const Properties& header, std::uint64_t fileSize)
 {
-    return Walk(in, header, fileSize).run();
+    return walkRecordAt(in, header, sdb::hexFromProp(header, key::FILE_POS), fileSize);
+}
+
+RecordContents walkRecordAt(std::istream& in, const Properties& header, std::uint64_t begin, std::uint64_t fileSize)
+{
+    return Walk(in, header, begin, fileSize).run();
 }
 
 } // namespace tavosce

@@ -41,7 +41,7 @@ struct StoredBlock
 struct Oddity
 {
     std::uint64_t position;
-    bool isUnknown; ///< of no known kind, or one too many; otherwise only its place is wrong
+    bool isUnknown; ///< of no known kind, one too many or not complete; otherwise only its place is wrong
 };
 
 /// Whether a tag is of a kind that stands in records only.
@@ -56,6 +56,8 @@ struct RecordContents
     std::vector<StoredBlock> blocks;
     std::vector<Oddity> oddities;    ///< what no writer leaves like that, although it can be read
     std::uint64_t end = 0;           ///< first byte behind its last tag or payload; 0 where there is a fault
+    std::uint64_t begin = 0;         ///< first byte of its header
+    bool isInPlace = true;           ///< whether readers get from the header to the record
     bool lengthIsRight = true;       ///< whether the header tells that end, foreign tags behind it perhaps included
     std::string fault;               ///< empty if the record is whole; otherwise why the walk ended early
     std::uint64_t faultPosition = 0; ///< where that is
@@ -68,5 +70,9 @@ struct RecordContents
 /// tells, which is an item or the end of the file, the tags tell it: they follow one another without a gap, up to
 /// another item or the end of the file.
 RecordContents walkRecord(std::istream& in, const Properties& header, std::uint64_t fileSize);
+
+/// The same for a header that stands at `begin`, wherever it says that it does. If its place is another one, what it
+/// says of its blocks has to confirm that it belongs here, and not into another file that was joined to this one.
+RecordContents walkRecordAt(std::istream& in, const Properties& header, std::uint64_t begin, std::uint64_t fileSize);
 
 } // namespace tavosce

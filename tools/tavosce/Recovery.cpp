@@ -7,6 +7,7 @@
 #include "Text.h"
 
 #include "scenegraph/io/SDB.h"
+#include "scenegraph/io/detail/Limits.h"
 #include "scenegraph/io/detail/Positions.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
@@ -24,6 +25,8 @@ namespace
 {
 
 namespace key = sdb::detail::key;
+
+constexpr const char* TOO_LONG = "with its positions written out a tag of it is longer than readers accept";
 
 void write(std::ostream& out, const std::string& text)
 {
@@ -79,11 +82,14 @@ std::vector<const Stored*> inOrder(const std::vector<Stored>& all)
     return res;
 }
 
-/// What of a record is lost; empty if nothing is. Its length is written anew.
+/// What of a record is lost; empty if nothing is. Its positions are written anew.
 std::string faultOf(const std::vector<Finding>& findings)
 {
     const auto isLoss = [](const Finding& finding)
-    { return finding.kind().severity == Severity::Error && finding.code != FindingCode::RecordLength; };
+    {
+        return finding.kind().severity == Severity::Error && finding.code != FindingCode::RecordLength &&
+               finding.code != FindingCode::PositionDamaged;
+    };
     const auto found = std::find_if(findings.begin(), findings.end(), isLoss);
     return found == findings.end() ? std::string() : found->text();
 }
@@ -160,7 +166,7 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
     RecordContents contents;
     if (rescue.reason.empty())
     {
-        contents = walkRecord(_file.stream(), piece.tag, _file.size());
+        contents = walkRecordAt(_file.stream(), piece.tag, piece.begin, _file.size());
         rescue.reason = faultOf(_check.check(piece.tag, contents));
     }
     if (rescue.reason.empty())
@@ -171,6 +177,10 @@ void Recovery::takeRecord(const FilePiece& piece, Rescue& rescue)
         if (plan.rewritten > _file.size() - _rewritten)
         {
             rescue.reason = "refers to more bytes in other places than the file has";
+        }
+        else if (plan.longestTag > sdb::detail::MAX_TAG_BYTES)
+        {
+            rescue.reason = TOO_LONG;
         }
         else
         {
@@ -236,6 +246,12 @@ void Recovery::writeThumbnail(const FilePiece& piece, Rescue& rescue)
         tag.setNumber(key::RECORD_INDEX, static_cast<int>(*rescue.written));
     }
     placeBehind(sdb::detail::writePosition(_out), sdb::hexFromProp(piece.tag, key::FILE_POS), tag);
+    if (tag.size() > sdb::detail::MAX_TAG_BYTES)
+    {
+        rescue.reason = TOO_LONG;
+        rescue.written.reset();
+        return;
+    }
     write(_out, tag.str());
     copy(piece.tagEnd, piece.end);
 }
@@ -267,6 +283,7 @@ Recovery::Plan Recovery::planRecord(const FilePiece& piece, const RecordContents
         header.setPosition(key::BINARY_DATA, res.firstBlock);
     }
     res.header = header.str();
+    res.longestTag = std::max<std::uint64_t>(res.longestTag, header.size());
     return res;
 }
 
@@ -306,6 +323,7 @@ void Recovery::planBlock(const Properties& header, const StoredBlock& block, Pla
         plan.payloads[owner] = plan.end + tag.size();
         plan.rewritten += block.shared ? block.length : 0;
     }
+    plan.longestTag = std::max<std::uint64_t>(plan.longestTag, tag.size());
     plan.end += tag.size() + (stored ? 0 : block.length);
     plan.blocks.push_back({&block, tag.str(), !stored});
 }

@@ -68,7 +68,8 @@ private:
         std::map<RecordCheck::Stored, std::uint64_t> payloads; ///< where those that are written lie
         std::uint64_t firstBlock = 0;
         std::uint64_t end = 0;
-        std::uint64_t rewritten = 0; ///< bytes of payloads that were shared and have to be written
+        std::uint64_t longestTag = 0; ///< in bytes
+        std::uint64_t rewritten = 0;  ///< bytes of payloads that were shared and have to be written
     };
 
     void writeFileHeader();

@@ -212,7 +212,7 @@ TEST_F(RecoverTest, picturesStayWithTheirRecords)
         {"a header's first byte", with(header, "x"), "aa cc cc dd ad aa"},
         {"a header's last byte", with(whole.find('}', header), "x"), "aa cc cc dd ad aa"},
         {"the kind in a header", with(header + 14, "Hexder"), "aa cc cc dd ad aa"},
-        {"a length at random", with(length, "0000000000000003"), "aa cc cc dd ad aa"},
+        {"a length at random", with(length, "0000000000000003"), "aa bb cc cc dd ad aa"},
         {"a node", with(whole.find("\"Node\"", header), "{"), "aa cc cc dd ad aa"},
         {"a picture", with(whole.rfind("{", header - 13), "x"), "bb cc cc dd ad aa"},
         {"a header with all that would count it", with(header, std::string(size - 170, '\0')), "aa ad aa"},
@@ -302,6 +302,10 @@ TEST_F(RecoverTest, aRecordEndsWhereItsTagsLead)
         {longer(static_cast<std::int64_t>(foreign.size())), foreign, true},
         {{}, node, true},
         {longer(2), "\r\n", true},
+        {position("Length", 3), "", true},
+        {position("Length", INT64_MAX), "", true},
+        {position("FilePos", 3), "", true},
+        {position("FilePos", UINT64_MAX), foreign, true},
     };
 
     for (const auto& [edit, behind, mayBeLast] : cases)
@@ -398,6 +402,7 @@ TEST_F(RecoverTest, whatOnlyLooksWholeIsNotTakenForIt)
         {types.str(), "2 records and 0 thumbnails"},                                           // one payload, two types
         {ContainerBytes().record("a").thumbnail(0, earlier).raw("m").str(), "1 record and 0"}, // a picture moved a byte
         {ContainerBytes("junk" + ContainerBytes().str()).record("a").str(), "1 record"}, // bytes before the header
+        {types.str() + types.str(), "2 records and"},                                    // positions of another file
     };
     for (const Case& aCase : cases)
     {

@@ -148,6 +148,8 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {ContainerBytes(shares.str()).record("b", {}, position("Length", 0xf000000000000123)).str(),
          "record-unfinished"},
         {ContainerBytes(shares.str()).thumbnail(0, position("FilePos", 0x8000000000000123)).str(), "position-damaged"},
+        {ContainerBytes(shares.str()).record("b", {}, position("FilePos", 3)).str(), "position-damaged"},
+        {ContainerBytes().record("a").str() + ContainerBytes().record("a").str(), "header-repeated position-damaged"},
         {shares.str() + "{}", "tag-stray"},
         {shares.str() + R"({"DataField":"Other"})", "tag-unknown"},
         {shares.str() + "junk", "gap"},
@@ -165,7 +167,8 @@ TEST_F(VerifyTest, everyKindOfDamageHasItsCode)
         {aRecord(array("T", ABC, text("ObjectKey", "N_2"))), "node-missing"},
         {ContainerBytes().record("a", {array("T", ABC, text("ObjectKey", "N_2")), array("T", ABC)}).str(),
          "node-missing block-order"},
-        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Node","ObjectKey":"N_0"})", position("Length", 2))),
+        {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Node","ObjectKey":"N_0","Properties":{}})",
+                       position("Length", 2))),
          "record-order node-order block-size"},
         {aRecord(array("T", std::string(2, '\0') + R"({"DataField":"Nodx","ObjectKey":"N_2"})", position("Length", 2))),
          "record-tag block-size"},
@@ -270,9 +273,15 @@ TEST_F(VerifyTest, whatHasNoChecksumIsSummedUp)
     ContainerBytes file;
     file.record("a", {array("T", ABC), array("Z", aZlibBlock(), number("NumberOfTuples", 99)), array("bad", "\7abc")});
     file.record("b", {array("none", ""), array("U", ABC)});
-    write("x.sce", file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0).str());
-    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":3,"bytes":18})");
-    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 3 payloads, 18 bytes, stored without a checksum"));
+    file.record("c", {{"U", "", file.lastPayload, chars()}}).thumbnail(0);
+    // 36 bytes of points, 16 of cells, and 9 bits; the values of the other one are all compressed.
+    const std::string triangleBlock = header() + points(3) + cells("POLYGONS", 1, {3, 0, 1, 2});
+    const std::string bits = "FIELD FieldData 1\nb 1 9 bit\nab\n";
+    const std::string zlibPoints = "POINTS 3 float\n" + block(std::vector<float>(9), tsg::CompressionMethods::Zlib);
+    file.record("d", {polys(triangleBlock + bits), polys(header() + zlibPoints)});
+    write("x.sce", file.str());
+    EXPECT_EQ(at(run("verify --json @x.sce").json(), "/files/0/unchecked"), R"({"payloads":4,"bytes":72})");
+    EXPECT_THAT(run("verify @x.sce").out, HasSubstr("x.sce: 4 payloads, 72 bytes, stored without a checksum"));
     EXPECT_EQ(at(run("verify --quick --json @x.sce").json(), "/files/0/unchecked"), "null");
     EXPECT_THAT(run("verify --quick @x.sce").out, Not(HasSubstr("checksum")));
 

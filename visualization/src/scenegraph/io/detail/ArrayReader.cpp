@@ -84,7 +84,14 @@ bool ArrayReader::readBlock(std::uint64_t bytes, const TakeContent& take)
         reportError(_reporter, DAMAGED_BLOCK, _subject);
     }
     _run.countUnchecked(block);
+    heedSeparator();
     return true;
+}
+
+/// Nobody needs the line end behind binary values, but its absence tells of a wrong number of them.
+void ArrayReader::heedSeparator()
+{
+    _run.isSeparated = _run.isSeparated && _in.rdbuf()->sgetc() == '\n';
 }
 
 vtkSmartPointer<vtkDataArray> ArrayReader::readBlocked(const TypeWord& type, int components, std::int64_t values)
@@ -128,6 +135,8 @@ bool ArrayReader::readPackedBits(vtkDataArray& array)
         reportError(_reporter, FAILED_PACKED_BITS);
         return false;
     }
+    _run.uncheckedBytes += static_cast<std::uint64_t>(array.GetNumberOfValues() + 7) / 8;
+    heedSeparator();
     return true;
 }
 

@@ -53,6 +53,7 @@ private:
     vtkSmartPointer<vtkDataArray> readBlocked(const TypeWord& type, int components, std::int64_t values);
     vtkSmartPointer<vtkDataArray> readTexts(const TypeWord& type, int components, std::int64_t values);
     bool readBits(vtkDataArray& array);
+    void heedSeparator();
     bool readPackedBits(vtkDataArray& array);
     bool readTextBits(vtkDataArray& array);
 

@@ -24,14 +24,12 @@ struct CodecRun
 
     sdb::detail::MemoryBudget& budget; ///< of all that is read
     sdb::detail::Pulse pulse;          ///< of every value block
-    // The blocks of values without compression, which no checksum protects.
-    std::uint64_t uncheckedBlocks = 0;
-    std::uint64_t uncheckedBytes = 0;
+    std::uint64_t uncheckedBytes = 0;  ///< of values without compression, which no checksum protects
+    bool isSeparated = true;           ///< whether a line end follows all values, as writers leave it
 
-    /// Counts a block that has been read, if it is one of those.
+    /// Counts a block that has been read, if it is one of such values.
     void countUnchecked(const sdb::detail::BlockReader& block)
     {
-        uncheckedBlocks += block.isCompressed() ? 0 : 1;
         uncheckedBytes += block.isCompressed() ? 0 : block.contentLength();
     }
 };

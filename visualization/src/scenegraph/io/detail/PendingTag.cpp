@@ -63,7 +63,8 @@ bool isPending(const Properties& tag)
     const bool isRecord = tag.getString(key::DATA_FIELD) == field::HEADER;
     const char* const last = isRecord ? key::LENGTH : key::FILE_POS;
     const std::string& digits = tag.getString(last);
-    return digits == hexPosition(0) || digits == beyondAnyFile(hexFromProp(tag, last));
+    const bool isZero = !digits.empty() && digits.find_first_not_of('0') == std::string::npos;
+    return isZero || digits == beyondAnyFile(hexFromProp(tag, last));
 }
 
 TagStream::TagStream(std::ostream& stream)
