@@ -40,6 +40,10 @@ private:
 /// Each is a moment at which the process may have died.
 void replayCrashPoints(Tally& tally, bool quick);
 
+/// Power cuts after every call: whatever was synchronised is there, and of the rest anything that a disk may show. The
+/// same samples in every run.
+void cutPower(Tally& tally, bool quick);
+
 /// Every call that changes something failing once, writes taking half of their bytes, and disks that are full from
 /// there on.
 void injectFaults(Tally& tally, bool quick);
