@@ -6,6 +6,8 @@
 #include "VtkMessages.h"
 
 #include "platform/Apart.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -118,6 +120,10 @@ const Format& formatOf(const std::string& path)
                                            [&](const Format& format) { return format.extension == extension; });
     if (found == std::end(FORMATS))
     {
+        if (Platform::filesystem().directoryExists(OS::toWide(path)))
+        {
+            throw Failure(WrongUsage, shown(path), "no scene directory: there is no scene.tsg in it");
+        }
         const InputFile file(path); // of what is not there something else is wrong
         throw Failure(WrongUsage, shown(path), "no dataset format has the extension " + inQuotes(extension),
                       "inputs are " + datasetExtensions());

@@ -13,12 +13,11 @@
 #include "Text.h"
 #include "VtkMessages.h"
 
-#include "platform/FileSystem.h"
-#include "platform/Platform.h"
 #include "scenegraph/io/detail/SceneDirectory.h"
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -40,6 +39,7 @@ struct ImportOptions
     bool descriptionGiven = false;
     bool singleRecord = false;
     bool skipUnsupported = false;
+    bool keepGoing = false;
     bool json = false;
     std::vector<std::string> inputs;
 };
@@ -68,6 +68,7 @@ void checkSceneDirectory(const ImportOptions& options, const std::string& input)
     }
 }
 
+/// Refuses what cannot have been meant, before anything is read.
 void checkInputs(const ImportOptions& options)
 {
     for (const std::string& input : options.inputs)
@@ -75,103 +76,147 @@ void checkInputs(const ImportOptions& options)
         if (isSceneDirectory(input))
         {
             checkSceneDirectory(options, input);
-            continue;
         }
-        if (extensionOf(input).empty() && Platform::filesystem().directoryExists(OS::toWide(input)))
-        {
-            throw Failure(WrongUsage, shown(input), "no scene directory: there is no scene.tsg in it");
-        }
-        requireDatasetFormat(input);
-        if (isSameFile(input, options.target.path))
+        else if (isSameFile(input, options.target.path))
         {
             throw Failure(WrongUsage, shown(input), "the output would replace this input");
+        }
+        else if (!options.keepGoing)
+        {
+            requireDatasetFormat(input);
         }
     }
 }
 
-void acknowledge(const ImportOptions& options, const ImportTarget& target, std::ostream& out)
+/// One run of the verb.
+class Import
 {
-    const std::vector<int>& records = target.records();
-    if (options.json)
+public:
+    Import(const ImportOptions& options, Report& report)
+        : _options(options)
+        , _report(report)
+        , _graph(titleOf(options))
+    {
+        writeHeedingWords([&] { _target.emplace(options.target); }, shown(options.target.path), report);
+    }
+
+    /// Reads the inputs one after another; every one of them, or all datasets together, become a record.
+    void run()
+    {
+        for (std::size_t i = 0; i < _options.inputs.size(); ++i)
+        {
+            _report.progress().show("Importing", static_cast<double>(i), static_cast<double>(_options.inputs.size()));
+            tryInput(_options.inputs[i]);
+        }
+        if (_options.singleRecord && !_names.empty())
+        {
+            addRecord(joined(_names, ", "));
+        }
+        _report.progress().clear();
+        if (_target->records().empty())
+        {
+            throw Failure(TooDamaged, shown(_options.target.path), "nothing is written: no input could be imported");
+        }
+        _target->finish();
+    }
+
+    void acknowledge(std::ostream& out) const { _options.json ? writeJson(out) : writeText(out); }
+
+private:
+    void tryInput(const std::string& input)
+    {
+        try
+        {
+            isSceneDirectory(input) ? addSceneDirectory(input) : addDataset(input);
+        }
+        catch (const Failure& failure)
+        {
+            if (!_options.keepGoing || failure.code() == CannotWrite)
+            {
+                throw;
+            }
+            _report.error(Failure(Findings, failure.place(), failure.what(), failure.hint()));
+            _failed.push_back(input);
+        }
+    }
+
+    void addSceneDirectory(const std::string& input)
+    {
+        tsg::SceneGraph graph = loadSceneDirectory(input, _report).graph;
+        makeStorable(graph, SceneForm::Database, shown(input), _options.skipUnsupported, _report);
+        const std::size_t end = input.find_last_not_of('/') + 1; // "scene/" is "scene"
+        const std::string description = descriptionOf(_options, nameOf(input.substr(0, end)));
+        const auto add = [&] { _target->addScene(titleOf(_options), description, graph); };
+        writeHeedingWords(add, shown(_options.target.path), _report);
+    }
+
+    void addDataset(const std::string& input)
+    {
+        const vtkSmartPointer<vtkPolyData> dataset = readDataset(input, _report);
+        throwIfInterrupted();
+        makeStorable(*dataset, shown(input), _options.skipUnsupported, _report);
+        _graph.setPart(_options.singleRecord ? _names.size() : 0, stemOf(input), *dataset);
+        _names.push_back(nameOf(input));
+        if (!_options.singleRecord)
+        {
+            addRecord(_names.back());
+        }
+    }
+
+    void addRecord(const std::string& inputNames)
+    {
+        const auto add = [&] { _target->addRecord(titleOf(_options), descriptionOf(_options, inputNames), _graph); };
+        writeHeedingWords(add, shown(_options.target.path), _report);
+    }
+
+    void writeJson(std::ostream& out) const
     {
         Json json(out);
-        json.member("file", options.target.path);
-        json.member("session", target.session());
+        json.member("file", _options.target.path);
+        json.member("session", _target->session());
         json.beginArray("records");
-        for (const int record : records)
+        for (const int record : _target->records())
         {
             json.beginObject();
             json.member("index", record);
             json.endObject();
         }
         json.endArray();
+        json.beginArray("failed");
+        for (const std::string& input : _failed)
+        {
+            json.element(input);
+        }
+        json.endArray();
         json.finish();
-        return;
     }
-    out << shown(options.target.path) << ": " << counted(records.size(), "record") << " added, ";
-    out << (records.size() == 1 ? "index " : "indices ") << records.front();
-    if (records.size() > 1)
+
+    void writeText(std::ostream& out) const
     {
-        out << " to " << records.back();
-    }
-    out << ", session " << inQuotes(target.session()) << '\n';
-}
-
-void addSceneDirectory(const ImportOptions& options, const std::string& input, ImportTarget& target, Report& report)
-{
-    tsg::SceneGraph graph = loadSceneDirectory(input, report).graph;
-    makeStorable(graph, SceneForm::Database, shown(input), options.skipUnsupported, report);
-    const std::size_t end = input.find_last_not_of('/') + 1; // "scene/" is "scene"
-    const auto add = [&]
-    { target.addScene(titleOf(options), descriptionOf(options, nameOf(input.substr(0, end))), graph); };
-    writeHeedingWords(add, shown(options.target.path), report);
-}
-
-void addRecord(const ImportOptions& options, const std::string& inputNames, ImportTarget& target, ImportGraph& graph,
-               Report& report)
-{
-    const auto add = [&] { target.addRecord(titleOf(options), descriptionOf(options, inputNames), graph); };
-    writeHeedingWords(add, shown(options.target.path), report);
-}
-
-/// Reads the inputs one after another; every one of them, or all datasets together, become a record.
-void addInputs(const ImportOptions& options, ImportTarget& target, ImportGraph& graph, Report& report)
-{
-    std::vector<std::string> names;
-    for (std::size_t i = 0; i < options.inputs.size(); ++i)
-    {
-        const std::string& input = options.inputs[i];
-        report.progress().show("Importing", static_cast<double>(i), static_cast<double>(options.inputs.size()));
-        if (isSceneDirectory(input))
+        const std::vector<int>& records = _target->records();
+        out << shown(_options.target.path) << ": " << counted(records.size(), "record") << " added, ";
+        out << (records.size() == 1 ? "index " : "indices ") << records.front();
+        if (records.size() > 1)
         {
-            addSceneDirectory(options, input, target, report);
-            continue;
+            out << " to " << records.back();
         }
-        const vtkSmartPointer<vtkPolyData> dataset = readDataset(input, report);
-        throwIfInterrupted();
-        makeStorable(*dataset, shown(input), options.skipUnsupported, report);
-        graph.setPart(options.singleRecord ? i : 0, stemOf(input), *dataset);
-        names.push_back(nameOf(input));
-        if (!options.singleRecord)
-        {
-            addRecord(options, names.back(), target, graph, report);
-        }
+        out << ", session " << inQuotes(_target->session()) << '\n';
     }
-    if (!names.empty() && options.singleRecord)
-    {
-        addRecord(options, joined(names, ", "), target, graph, report);
-    }
-    report.progress().clear();
-}
+
+    const ImportOptions& _options;
+    Report& _report;
+    ImportGraph _graph; ///< outlives the writer in the target, which keeps its nodes
+    std::optional<ImportTarget> _target;
+    std::vector<std::string> _names;  ///< of the datasets
+    std::vector<std::string> _failed; ///< inputs that were left out
+};
 
 void runImport(const ImportOptions& options, Console& console)
 {
     checkInputs(options);
-    ImportGraph graph(titleOf(options)); // outlives the writer in the target, which keeps its nodes
-    ImportTarget target(options.target);
-    addInputs(options, target, graph, console.report);
-    target.finish();
-    acknowledge(options, target, console.out);
+    Import import(options, console.report);
+    import.run();
+    import.acknowledge(console.out);
 }
 
 } // namespace
@@ -191,6 +236,7 @@ Run declareImport(CLI::App& app)
     app.add_flag("--single-record", options->singleRecord, "Make all inputs nodes of one record");
     app.add_flag("--no-compress", target.noCompress, "Store arrays and geometry as they are");
     app.add_flag("--skip-unsupported", options->skipUnsupported, "Leave out data that cannot be stored, and say so");
+    app.add_flag("--keep-going", options->keepGoing, "Go on without the inputs that cannot be imported");
     app.add_flag("--json", options->json, "Print one JSON document");
     return [options, title, description](Console& console)
     {

@@ -19,7 +19,8 @@ namespace
 constexpr const char* NOTHING_SAID[] = {"sdb::writeCompressed: suspicious request to write an array of zero length"};
 
 /// What a write that fails says before the tool says why, with a tag or a temporary name that helps nobody.
-constexpr const char* SAID_BY_FAILURE[] = {"Failed to write binary data: ", "SDBWriter: writing to ", "Error writing "};
+constexpr const char* SAID_BY_FAILURE[] = {"Failed to write binary data: ", "SDBWriter: writing to ", "Error writing ",
+                                           "SDBWriter: another process is writing to ", "SDBWriter: can't append to "};
 
 template <std::size_t N>
 bool beginsLikeOneOf(const char* const (&beginnings)[N], const std::string& line)

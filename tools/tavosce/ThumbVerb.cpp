@@ -140,18 +140,19 @@ void setThumbnail(const ThumbOptions& options, Console& console)
     }
     const tsg::Bitmap<3> bitmap = readPng(options.picture);
     throwIfInterrupted();
-    GrowingFile target(address.file, true);
+    std::optional<GrowingFile> target;
     const auto add = [&]
     {
+        target.emplace(address.file, true);
         errno = 0;
-        const tsg::io::FileIoStatus status = target.writer().addThumbnail(*record, bitmap);
-        if (status != tsg::io::FileIoStatus::Success || target.writer().hasFailed())
+        const tsg::io::FileIoStatus status = target->writer().addThumbnail(*record, bitmap);
+        if (status != tsg::io::FileIoStatus::Success || target->writer().hasFailed())
         {
             throw cannotWrite(shown(address.file), systemReason());
         }
     };
     writeHeedingWords(add, shown(address.file), console.report);
-    target.finish();
+    target->finish();
     acknowledge(options, address.file, *record, bitmap, " added", console.out);
 }
 

@@ -136,7 +136,7 @@ bool NewFile::giveName(const std::string& name)
     {
         return linkat(AT_FDCWD, toNarrow(_path).c_str(), _folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
     }
-    // A second link, where the file system can make one, else a rename that replaces nothing.
+    // Not every file system knows a rename that replaces nothing; a second link does the same.
     if (renameat2(_folder, _temporary.c_str(), _folder, name.c_str(), RENAME_NOREPLACE) == 0)
     {
         _temporary.clear();

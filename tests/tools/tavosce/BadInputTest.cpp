@@ -164,6 +164,33 @@ TEST_F(BadInputTest, forceReplacesOnlyWhatIsComplete)
     EXPECT_THAT(bytes("full/record.json"), HasSubstr("\"index\": 0"));
 }
 
+TEST_F(BadInputTest, allInputsAreImportedOrNoneUnlessTheToolIsToKeepGoing)
+{
+    const std::string before = bytes("good.sce"), inputs = " @good.vtp @empty.vtp @missing.vtp @a.xyz @good.vtp";
+    EXPECT_EQ(run("import -o @good.sce --append @good.vtp @empty.vtp @good.vtp").code, 5);
+    EXPECT_EQ(bytes("good.sce"), before);
+
+    // the options, and how many records there are afterwards
+    const std::pair<const char*, unsigned> cases[] = {
+        {"-o @good.sce --append", 4}, {"-o @new.sce", 2}, {"-o @one.sce --single-record", 1}};
+    for (const auto& [options, records] : cases)
+    {
+        const auto done = run("import --json --keep-going " + std::string(options) + inputs);
+        EXPECT_EQ(done.code, 1) << options;
+        EXPECT_THAT(done.err, AllOf(HasSubstr(placed("@empty.vtp: the file is empty\n")),
+                                    HasSubstr(placed("@missing.vtp: cannot open: No such file or directory\n")),
+                                    HasSubstr(placed("@a.xyz: no dataset format has the extension"))));
+        EXPECT_EQ(at(done.json(), "/failed"), placed(R"(["@empty.vtp","@missing.vtp","@a.xyz"])"));
+        EXPECT_EQ(info(done.json()["file"].GetString() + dir.path().size() + 1)["records"].Size(), records);
+    }
+    EXPECT_EQ(info("one.sce")["records"][0]["nodes"].Size(), 3U) << "a root and two datasets";
+
+    const auto nothing = run("import --keep-going -o @none.sce @empty.vtp @missing.vtp");
+    EXPECT_EQ(nothing.code, 5);
+    EXPECT_THAT(nothing.err, HasSubstr(placed("@none.sce: nothing is written: no input could be imported\n")));
+    EXPECT_EQ(bytes("none.sce"), "");
+}
+
 TEST_F(BadInputTest, anInterruptLeavesNothingBehind)
 {
     const auto before = names();

@@ -92,7 +92,7 @@ io::FileIoStatus SDBWriter::refuseFile(const std::wstring& path)
     const int reason = errno;
     if (reason == EWOULDBLOCK)
     {
-        std::cerr << "SDBWriter: " << OS::toNarrow(path) << ": another process is writing to it\n";
+        std::cerr << "SDBWriter: another process is writing to " << OS::toNarrow(path) << '\n';
         errno = reason;
         return io::FileIoStatus::OpenFailed;
     }

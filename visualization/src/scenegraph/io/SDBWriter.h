@@ -58,9 +58,8 @@ public:
     /// Opens a file for adding, and locks it.
     ///   Success     - the file exists, with a header, and is indexed
     ///   OpenFailed  - another writer has the file, the path cannot be written, or (appending) what follows the damage
-    ///   in
-    ///                 the file would be invisible (one line on standard error for the first and the last); the file
-    ///                 has not changed, and `errno` tells the system's reason, EWOULDBLOCK for a file that is locked
+    ///                 in the file would be invisible (one line on standard error for the first and the last); the
+    ///                 file has not changed, and `errno` tells the system's reason, EWOULDBLOCK for a locked file
     ///   WrongFormat - the existing file is foreign, or of a newer format or release (one line on standard error)
     /// Raises InternalError for a file with a stray top-level tag. A file that this writer has open stays open if this
     /// fails for another reason than that the new one could not be opened, and is left to the copies of this writer if
