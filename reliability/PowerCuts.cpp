@@ -100,9 +100,16 @@ public:
 private:
     static constexpr std::uint64_t NOTHING = UINT64_MAX;
 
-    /// Of a write any bytes; the file may have its new length without them. Nothing but bytes can be torn.
-    static void applyTorn(FolderState& state, const LoggedCall& call, Random& random)
+    /// Of a write any bytes; the file may have its new length without them. Only a write at the very end of what is
+    /// synchronised is torn at one place: a file system shows a length no earlier than the bytes that brought it.
+    /// Nothing but bytes can be torn.
+    void applyTorn(FolderState& state, const LoggedCall& call, Random& random) const
     {
+        if (call.number == _kept.contents.at(call.inode).size())
+        {
+            state.apply(call, random() % (call.bytes.size() + 1));
+            return;
+        }
         std::string& content = state.contents[call.inode];
         if (isOneOf(random, 2))
         {
