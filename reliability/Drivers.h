@@ -20,6 +20,9 @@ public:
     /// error, by `name`.
     void count(const std::string& name, const std::function<void()>& check);
 
+    /// Adds something to the present line.
+    void add(const std::string& note) { _what += note; }
+
     /// Prints the last line.
     void finish();
 
@@ -56,5 +59,12 @@ void killWriters(Tally& tally, bool quick);
 
 /// Readers that have a file open while it is replaced, and that open it while it is added to.
 void readMeanwhile(Tally& tally, bool quick);
+
+/// Programs that write to one file at the same time, and try again while somebody else does.
+void writeTogether(Tally& tally, bool quick);
+
+/// Programs that are sent a signal at any moment: they stop soon, and leave all or nothing. The lines say how long the
+/// slowest took.
+void stopPrograms(Tally& tally, bool quick);
 
 } // namespace reliability

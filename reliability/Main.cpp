@@ -30,6 +30,8 @@ constexpr Driver DRIVERS[] = {
     {"faults", &reliability::injectFaults},
     {"size limits", &reliability::limitSizes},
     {"kills", &reliability::killWriters},
+    {"rivals", &reliability::writeTogether},
+    {"signals", &reliability::stopPrograms},
     {"readers", &reliability::readMeanwhile},
 };
 
