@@ -2,7 +2,7 @@
 
 #include "Programs.h"
 
-#include <csignal>
+#include <fstream>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -28,7 +28,7 @@ void limitSize(long long bytes)
 [[noreturn]] void become(const std::vector<std::string>& command, const ChildOptions& options, int output)
 {
     dup2(output, STDOUT_FILENO);
-    dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+    dup2(options.withErrors ? output : ::open("/dev/null", O_WRONLY), STDERR_FILENO);
     if (!options.folder.empty())
     {
         setenv("LD_PRELOAD", SHIM, 1);
@@ -72,12 +72,23 @@ Child::~Child()
     close(_output);
 }
 
-void Child::kill() const
+void Child::kill(int signal) const
 {
     if (!_waited)
     {
-        ::kill(_process, SIGKILL);
+        ::kill(_process, signal);
     }
+}
+
+bool Child::heeds(int signal) const
+{
+    std::ifstream status("/proc/" + std::to_string(_process) + "/status");
+    std::string word;
+    while (status >> word && word != "SigCgt:")
+    {
+    }
+    unsigned long long caught = 0;
+    return status >> std::hex >> caught && (caught >> (signal - 1) & 1U) != 0;
 }
 
 bool Child::isRunning()

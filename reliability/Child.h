@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,10 @@ struct ChildOptions
     std::string log;          ///< of the shim; may be empty
     std::string fault;        ///< of the shim; may be empty
     long long sizeLimit = -1; ///< most bytes of a file; -1 for no limit
+    bool withErrors = false;  ///< whether its standard error belongs to its output
 };
 
-/// A running process whose standard output can be read. Its standard error goes nowhere.
+/// A running process whose standard output can be read.
 class Child
 {
 public:
@@ -26,7 +28,10 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    void kill() const;
+    void kill(int signal = SIGKILL) const;
+
+    /// Whether it handles a signal by now.
+    bool heeds(int signal) const;
 
     /// Whether it is still running.
     bool isRunning();

@@ -20,6 +20,9 @@ public:
     /// error, by `name`.
     void count(const std::string& name, const std::function<void()>& check);
 
+    /// Adds something to the present line.
+    void add(const std::string& note) { _what += note; }
+
     /// Prints the last line.
     void finish();
 
@@ -40,6 +43,10 @@ private:
 /// Each is a moment at which the process may have died.
 void replayCrashPoints(Tally& tally, bool quick);
 
+/// Power cuts after every call: whatever was synchronised is there, and of the rest anything that a disk may show. The
+/// same samples in every run.
+void cutPower(Tally& tally, bool quick);
+
 /// Every call that changes something failing once, writes taking half of their bytes, and disks that are full from
 /// there on.
 void injectFaults(Tally& tally, bool quick);
@@ -52,5 +59,12 @@ void killWriters(Tally& tally, bool quick);
 
 /// Readers that have a file open while it is replaced, and that open it while it is added to.
 void readMeanwhile(Tally& tally, bool quick);
+
+/// Programs that write to one file at the same time, and try again while somebody else does.
+void writeTogether(Tally& tally, bool quick);
+
+/// Programs that are sent a signal at any moment: they stop soon, and leave all or nothing. The lines say how long the
+/// slowest took.
+void stopPrograms(Tally& tally, bool quick);
 
 } // namespace reliability

@@ -1,9 +1,8 @@
 #include "Drivers.h"
 
 #include "Child.h"
+#include "LoggedRun.h"
 #include "Programs.h"
-#include "Workloads.h"
-#include "WriteLog.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -39,14 +38,6 @@ void runDisturbed(Prepared& prepared, ChildOptions options, bool hasToSucceed)
     prepared.check();
 }
 
-/// How many calls an undisturbed run makes.
-std::size_t callsOf(Prepared& prepared)
-{
-    requireThat(run(prepared.command(), {prepared.freshFolder(), prepared.logPath(), {}, -1}) == 0,
-                "the logged run fails");
-    return readLog(prepared.logPath()).size();
-}
-
 } // namespace
 
 void injectFaults(Tally& tally, bool quick)
@@ -55,7 +46,7 @@ void injectFaults(Tally& tally, bool quick)
     {
         tally.begin(workload.name);
         Prepared prepared(workload);
-        const std::size_t calls = callsOf(prepared);
+        const std::size_t calls = LoggedRun(prepared).countedCalls();
         for (const std::string kind : {"eio", "full", "short"})
         {
             for (std::size_t i = 0; i < calls; i += quick ? QUICK_STRIDE : 1)
@@ -75,8 +66,12 @@ void limitSizes(Tally& tally, bool quick)
         {
             continue; // a library leaves it to the application what that signal does
         }
-        tally.begin(workload.name);
         Prepared prepared(workload);
+        if (prepared.finalBytes().empty())
+        {
+            continue; // a folder, whose files have a size each
+        }
+        tally.begin(workload.name);
         const auto size = static_cast<long long>(prepared.finalBytes().size());
         const long long step = std::max(1LL, size / (quick ? 12 : 100));
         for (long long limit = 0; limit <= size; limit += step)

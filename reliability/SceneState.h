@@ -17,6 +17,8 @@ struct SceneState
     {
         return records == other.records && thumbnails == other.thumbnails;
     }
+
+    bool operator!=(const SceneState& other) const { return !(*this == other); }
 };
 
 /// None if there is no file. Throws std::runtime_error for a file that cannot be opened, and for a record that cannot

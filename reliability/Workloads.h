@@ -10,21 +10,29 @@
 namespace reliability
 {
 
-/// What may be under the name of the file when a run was ended at some moment.
+/// What may be under the name of the output when a run was ended at some moment.
 enum class Promise
 {
     AllOrNothing, ///< what was there before, or all that the run makes
     Grows,        ///< what was there before, and the first records and thumbnails that the run adds
-    Replaces      ///< what was there before, or nothing, or the first records and thumbnails of the new file
+    Replaces      ///< what was there before, or the first records and thumbnails of the new file
 };
 
-/// Something that writes a scene database.
+/// Something that writes a scene database, or a picture or folder from one.
 struct Workload
 {
     const char* name;
     std::vector<std::string> command; ///< "@" stands for the folder and a slash
     Promise promise;
-    bool isNew = false; ///< whether there is no file yet
+    const char* existing = "whole.sce"; ///< which of the prepared files is "target.sce"; null for none
+    const char* output = "target.sce";
+
+    /// Whether the output is a scene database.
+    bool isScene() const { return std::string(output) == "target.sce"; }
+
+    /// Whether what the run says is true even if the power is cut. A new folder is synchronised, too, but what the
+    /// driver knows of disks is about the files of one folder.
+    bool survivesPowerCuts() const;
 };
 
 const std::vector<Workload>& workloads();
@@ -42,23 +50,30 @@ public:
 
     const std::string& folder() const { return _folder.path(); }
 
-    std::string target() const { return _folder.path() + "/target.sce"; }
+    /// The path of the output.
+    std::string target() const { return _folder.path() + '/' + _workload.output; }
+
+    /// What is there; none if there is nothing.
+    std::optional<SceneState> state() const;
 
     /// The command with the folder filled in.
     std::vector<std::string> command() const;
 
     std::string logPath() const { return _other.path() + "/log"; }
 
-    /// Throws std::runtime_error if what is under the name of the file is not what is promised, or cannot be added to.
-    void check() const;
+    /// Throws std::runtime_error if what is under the name of the output is not what is promised, if anything is
+    /// missing of what was acknowledged, or if it cannot be added to.
+    void check(const std::optional<SceneState>& acknowledged = std::nullopt) const;
 
-    /// The same, and that it is what an undisturbed run leaves.
+    /// Throws std::runtime_error if the output is not what an undisturbed run leaves.
     void checkComplete() const;
 
-    /// The bytes that an undisturbed run leaves.
+    /// The bytes that an undisturbed run leaves; none for a folder.
     const std::string& finalBytes() const { return _finalBytes; }
 
 private:
+    std::string bytes() const;
+
     const Workload& _workload;
     test::TemporaryDirectory _folder;
     test::TemporaryDirectory _other;

@@ -105,9 +105,10 @@ public:
     /// none.
     void setStopCheck(std::function<void()> check);
 
-    /// Whether acknowledged items have reached the device, so that a power cut leaves them: payloads are synchronised
-    /// before the byte that completes the item, and that byte, and the name of a new file, before the call returns. Off
-    /// by default, since it costs two waits for the device an item. To be set before `open`.
+    /// Whether acknowledged items have reached the device, so that a power cut leaves them: the header of an item is
+    /// synchronised before its payloads, these before the byte that completes the item, and that byte, and the name of
+    /// a new file, before the call returns. Off by default, since it costs three waits for the device an item. To be
+    /// set before `open`.
     void setSynchronised(bool synchronised) { _synchronised = synchronised; }
 
     /// Whether what is added to a file between `open` and `close` stands or falls together: an addition that cannot be
@@ -160,6 +161,7 @@ private:
     struct BlockKey;
     using Pulse = std::function<void(std::uint64_t bytes)>;
 
+    bool secureFile();
     bool canBeginAddition() const;
     bool isAdding() const;
     io::FileIoStatus refuseFile(const std::wstring& path, bool append);

@@ -98,7 +98,10 @@ public:
         , _fileName(writer._fileName)
     {
         _writer._progress->reset();
-        _stream->beginItem();
+        if (_stream->beginItem())
+        {
+            (void)secured(); // else the device might mix what is cut off with what takes its place
+        }
     }
 
     ~Addition()
@@ -138,14 +141,7 @@ public:
     bool taken() { return isWritable() && _stream->flushed(); }
 
     /// The same, and if the writer wants that, whether the device has it too.
-    bool secured()
-    {
-        if (taken() && _writer._synchronised && !_stream->synchronise())
-        {
-            _stream->setstate(std::ios::failbit);
-        }
-        return isWritable() && _stream->good();
-    }
+    bool secured() { return isWritable() && _writer.secureFile(); }
 
     /// Makes the addition part of the file.
     void complete()
@@ -164,6 +160,16 @@ private:
     std::wstring _fileName;
     bool _complete = false;
 };
+
+/// Whether the system has taken everything that was written, and if that is wanted, whether the device has it, too.
+bool SDBWriter::secureFile()
+{
+    if (_fileStream->flushed() && _synchronised && !_fileStream->synchronise())
+    {
+        _fileStream->setstate(std::ios::failbit);
+    }
+    return _fileStream->good();
+}
 
 bool SDBWriter::canBeginAddition() const
 {
@@ -197,8 +203,12 @@ io::FileIoStatus SDBWriter::addRecord(const std::string& title, const std::strin
     const auto writeRecordHeader =
         [=, rootNodeKey = root.getObjectKey()](unsigned long long length, unsigned long long binaryPos)
     { return writeHeader(rootNodeKey, title, description, sessionId, recordPos, length, binaryPos); };
-    const Properties unfinished = writeRecordHeader(0, 0);
+    const Properties unfinished = writeRecordHeader(_synchronised ? sdb::detail::FAR_BEYOND : 0, 0);
     const unsigned long long headerEnd = asNumber(_fileStream ? _fileStream->tellp() : std::streampos(0));
+    if (_synchronised && !addition.secured()) // without it nobody could tell what the rest is
+    {
+        return io::FileIoStatus::Success;
+    }
     writeClassVersions();
     writePropertyTags();
     const unsigned long long binaryPos = asNumber(getStreamPosition());
@@ -344,13 +354,11 @@ void SDBWriter::writeThumbnail(int recordIndex, const Bitmap<3>& bitmap)
     tag.set(key::RECORD_INDEX, recordIndex);
     tag.set(key::WIDTH, bitmap.getWidth());
     tag.set(key::HEIGHT, bitmap.getHeight());
-    sdb::detail::PendingTag pending(tagStream(), std::move(tag));
+    sdb::detail::PendingTag pending(tagStream(), std::move(tag), _synchronised ? sdb::detail::FAR_BEYOND : 0);
+    secureFile();
     _fileStream->write(reinterpret_cast<const char*>(bitmap.getData()), static_cast<std::streamsize>(bitmap.getSize()));
     pending.prepare();
-    if (_synchronised && !(_fileStream->flushed() && _fileStream->synchronise()))
-    {
-        _fileStream->setstate(std::ios::failbit);
-    }
+    secureFile();
     pending.commit();
 }
 

@@ -1,6 +1,7 @@
 #include "scenegraph/io/detail/AppendStream.h"
 
 #include <ios>
+#include <utility>
 
 namespace sdb::detail
 {
@@ -18,7 +19,7 @@ void AppendStream::start(std::uint64_t nextItem)
     _leftover = static_cast<std::uint64_t>(std::streamoff(tellp())) != nextItem;
 }
 
-void AppendStream::beginItem()
+bool AppendStream::beginItem()
 {
     _inItem = true;
     _touched = true;
@@ -27,11 +28,13 @@ void AppendStream::beginItem()
         clear();
         _leftover = !cutTo(_nextItem);
     }
+    return std::exchange(_wasCut, false);
 }
 
 /// Flushes, cuts and goes to the new end; false, with the fail bit set, if any of that fails.
 bool AppendStream::cutTo(std::uint64_t size)
 {
+    _wasCut = true;
     flush();
     if (!truncate(size) || !seekp(static_cast<std::streamoff>(size)))
     {

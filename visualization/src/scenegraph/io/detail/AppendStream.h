@@ -23,8 +23,8 @@ public:
     void start(std::uint64_t nextItem);
 
     /// Cuts off what an unfinished item left behind and goes to where the next item starts. Sets the fail bit if the
-    /// file cannot be cut.
-    void beginItem();
+    /// file cannot be cut. Whether anything was cut off since the item before.
+    bool beginItem();
 
     /// Whether an item has been begun and neither ended, left nor abandoned.
     bool isInItem() const { return _inItem; }
@@ -53,6 +53,7 @@ private:
 
     std::uint64_t _firstItem = 0; ///< where the first item that is added starts
     std::uint64_t _nextItem = 0;  ///< first byte of the next item
+    bool _wasCut = false;         ///< since the last item began
     bool _leftover = false;       ///< whether something lies there that has to be cut off first
     bool _touched = false;        ///< whether an item has been begun
     bool _inItem = false;         ///< see isInItem

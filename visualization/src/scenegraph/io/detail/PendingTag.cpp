@@ -82,12 +82,12 @@ TagStream::TagStream(std::ostream& stream, std::function<std::uint64_t()> flushe
 {
 }
 
-PendingTag::PendingTag(TagStream stream, Properties tag)
+PendingTag::PendingTag(TagStream stream, Properties tag, std::uint64_t filePos)
     : _stream(std::move(stream))
     , _tag(std::move(tag))
     , _tagPos(_stream.position())
 {
-    setPositions(_tag, 0, 0);
+    setPositions(_tag, filePos, 0);
     const std::string text = tagText(_tag);
     _length = text.size();
     _stream.out.write(text.data(), static_cast<std::streamsize>(text.size()));

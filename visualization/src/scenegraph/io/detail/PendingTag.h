@@ -24,6 +24,10 @@ void rewriteTag(const TagStream& stream, std::uint64_t position, std::uint64_t l
 /// crash can tear a byte.
 std::string beyondAnyFile(std::uint64_t position);
 
+/// The number with those digits and no others. A header that has it from the beginning keeps its first digit until the
+/// item is finished, so that the device may have any bytes of it, old or new, when the power is cut.
+constexpr std::uint64_t FAR_BEYOND = 0xf000000000000000;
+
 /// Whether the number of an item's tag that says that the item is finished is one that a writer leaves there until
 /// then: zero, or beyond any file. Any other in an unfinished item is damaged.
 bool isPending(const Properties& tag);
@@ -50,8 +54,8 @@ class PendingTag
 public:
     /// Sets "FilePos" and "Length" of the tag to zero, in their old places if it has them, and writes it at the current
     /// position of the stream, which stays with the caller and outlives this object. Raises InternalError for a tag
-    /// that is too long, before the first byte.
-    PendingTag(TagStream stream, Properties tag);
+    /// that is too long, before the first byte. With FAR_BEYOND "FilePos" is that instead.
+    PendingTag(TagStream stream, Properties tag, std::uint64_t filePos = 0);
 
     /// Takes everything written since as the payload, rewrites the tag and returns the stream to the payload's end. The
     /// tag as it now stands in the file; on a stream in fail or bad state nothing is written and the zeros stay.
