@@ -26,6 +26,24 @@ void remove(const std::string& path)
     std::filesystem::remove_all(path, ignored);
 }
 
+/// Fails if the other end is closed.
+void tell(int end) noexcept
+{
+    (void)send(end, "", 1, MSG_NOSIGNAL);
+}
+
+/// Waits for the other end. False if that is closed.
+bool hears(int end)
+{
+    char byte = 0;
+    ssize_t count = -1;
+    do
+    {
+        count = recv(end, &byte, 1, 0);
+    } while (count == -1 && errno == EINTR);
+    return count == 1;
+}
+
 /// Never comes back. Signals for the original, and descriptors and locks that end with it, are none of the copy's.
 [[noreturn]] void removeWhenTold(const std::string& path, int order)
 {
@@ -37,10 +55,8 @@ void remove(const std::string& path)
     const auto descriptor = static_cast<unsigned>(order);
     (void)close_range(descriptor + 1, UINT_MAX, 0);
     (void)(descriptor > 0 ? close_range(0, descriptor - 1, 0) : 0);
-    char byte = 0;
-    while (recv(order, &byte, 1, 0) == -1 && errno == EINTR)
-    {
-    }
+    tell(order); // from now on no signal to the original's group ends it
+    (void)hears(order);
     remove(path);
     _exit(EXIT_SUCCESS);
 }
@@ -63,6 +79,7 @@ Sweeper::Sweeper(std::wstring path)
     }
     close(ends[1]);
     _order = ends[0];
+    _isWatching = _process > 0 && hears(_order);
 }
 
 Sweeper::~Sweeper()
@@ -81,7 +98,7 @@ void Sweeper::sweep() noexcept
     {
         return;
     }
-    (void)send(_order, "", 1, MSG_NOSIGNAL); // fails if it has been killed
+    tell(_order);
     int status = 0;
     while (waitpid(_process, &status, 0) == -1 && errno == EINTR)
     {

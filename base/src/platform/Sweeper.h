@@ -21,15 +21,16 @@ public:
     Sweeper(const Sweeper&) = delete;
     Sweeper& operator=(const Sweeper&) = delete;
 
-    /// Whether the process could be started; if not, only the destructor removes anything.
-    bool isWatching() const { return _process > 0; }
+    /// Whether the process is at work; if not, only the destructor removes anything.
+    bool isWatching() const { return _isWatching; }
 
     /// Has what is there removed and waits for that, once. Signal handlers may call it.
     void sweep() noexcept;
 
 private:
     std::wstring _path;
-    int _order = -1;     ///< what is sent here, or the end of it, starts the removal
+    int _order = -1; ///< what is sent here, or the end of it, starts the removal
+    bool _isWatching = false;
     pid_t _process = -1; ///< below 0 when there is none to wait for
 };
 

@@ -59,14 +59,19 @@ TEST(SweeperTest, whatIsBuiltIsRemovedHoweverTheProcessEnds)
         writeBytes(built.narrow + "/inner/file", "begun");
         EXPECT_TRUE(sweeper.isWatching());
         end(sweeper);
-        EXPECT_EQ(std::filesystem::exists(built.narrow), sweeper.isWatching());
     };
-    build([](OS::Sweeper&) {});
-    EXPECT_FALSE(std::filesystem::exists(built.narrow));
-    build([](OS::Sweeper& sweeper) { sweeper.sweep(); });
+    const auto isThere = [&] { return std::filesystem::exists(built.narrow); };
+    build([&](OS::Sweeper&) { EXPECT_TRUE(isThere()); });
+    EXPECT_FALSE(isThere());
+    build(
+        [&](OS::Sweeper& sweeper)
+        {
+            sweeper.sweep();
+            EXPECT_FALSE(isThere());
+        });
     EXPECT_FALSE(OS::runApart([&] { build([](OS::Sweeper&) { (void)std::raise(SIGKILL); }); }).ended);
     EXPECT_GT(waitpid(-1, nullptr, 0), 0) << "it waits for the end of the process";
-    EXPECT_FALSE(std::filesystem::exists(built.narrow));
+    EXPECT_FALSE(isThere());
 }
 
 TEST(ApartTest, whatIsThrownMeanwhileEndsTheWork)
