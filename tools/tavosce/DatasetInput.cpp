@@ -17,6 +17,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include <vtkAlgorithm.h>
+#include <vtkCallbackCommand.h>
+#include <vtkCommand.h>
 #include <vtkNew.h>
 #include <vtkOBJReader.h>
 #include <vtkPLYReader.h>
@@ -32,13 +35,28 @@ namespace
 
 using Dataset = vtkSmartPointer<vtkPolyData>;
 
+void stopIfInterrupted(vtkObject* caller, unsigned long, void*, void*)
+{
+    static_cast<vtkAlgorithm*>(caller)->SetAbortExecute(isInterrupted() ? 1 : 0);
+}
+
+/// Has a reader read, unless the user wants to stop: throws Interruption.
+Dataset outputOf(vtkAlgorithm& reader)
+{
+    const vtkNew<vtkCallbackCommand> command;
+    command->SetCallback(&stopIfInterrupted);
+    reader.AddObserver(vtkCommand::ProgressEvent, command);
+    reader.Update();
+    throwIfInterrupted();
+    return vtkPolyData::SafeDownCast(reader.GetOutputDataObject(0));
+}
+
 template <class Reader>
 Dataset readWith(const std::string& path)
 {
     const vtkNew<Reader> reader;
     reader->SetFileName(path.c_str());
-    reader->Update();
-    return reader->GetOutput();
+    return outputOf(*reader);
 }
 
 bool holdsOtherKind(vtkDataReader& reader)
@@ -64,8 +82,7 @@ Dataset readLegacy(const std::string& path)
     reader->ReadAllColorScalarsOn();
     reader->ReadAllTCoordsOn();
     reader->ReadAllFieldsOn();
-    reader->Update();
-    return reader->GetOutput();
+    return outputOf(*reader);
 }
 
 /// A binary file tells how many triangles it holds; VTK's reader is content with fewer.

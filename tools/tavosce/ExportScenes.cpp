@@ -32,20 +32,8 @@ void writeScene(const ExportTarget& target, bool skipUnsupported, tsg::SceneGrap
         throw Failure(TooDamaged, place, shown(problem));
     }
     makeStorable(graph, SceneForm::Directory, place, skipUnsupported, report);
-    const auto adopt = [&] {
-        output.adopt(folder, {tsg::detail::POLY_DATA_EXTENSION, tsg::detail::DATA_ARRAY_EXTENSION});
-    };
-    const std::string path = output.folderFor(folder);
-    try
-    {
-        saveSceneDirectory(graph, path, shown(target.output));
-    }
-    catch (...)
-    {
-        adopt(); // so that it is removed
-        throw;
-    }
-    adopt();
+    saveSceneDirectory(graph, output.folderFor(folder), shown(target.output));
+    output.adopt(folder, {tsg::detail::POLY_DATA_EXTENSION, tsg::detail::DATA_ARRAY_EXTENSION});
 }
 
 void acknowledge(const ExportTarget& target, const std::map<std::size_t, std::string>& folders, std::ostream& out)

@@ -24,16 +24,17 @@ namespace
 using Flag = volatile std::sig_atomic_t;
 
 constexpr int STOP_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr std::int64_t PATIENCE = 700'000'000; ///< nanoseconds in which somebody has to have looked
+constexpr std::int64_t PATIENCE = 500'000'000; ///< nanoseconds in which somebody has to have looked
 constexpr std::int64_t AGAIN = 50'000'000;     ///< the same from one attempt to end the process to the next
 
 // All of this belongs to the main thread; handlers run on it too.
 Flag stopRequested = 0;
 Flag isStopping = 0;     ///< unwinding has begun
 Flag isCommitted = 0;    ///< see stopOrCommit
-Flag halfMade = 0;       ///< how many HalfMade there are
+Flag unwindOnly = 0;     ///< of how much only unwinding leaves nothing behind
 Flag cutDescriptor = -1; ///< of CutBack
 volatile off_t cutSize = 0;
+HalfMade* volatile lastHalfMade = nullptr;
 
 bool hasTerminal = false;
 std::optional<timer_t> deadline; ///< none if the system has no timer left
@@ -91,12 +92,15 @@ extern "C"
     static void endProcess(int signal)
     {
         const int reason = errno;
-        if (isOnMainThread(signal) && isStopping == 0 && isCommitted == 0 && halfMade == 0)
+        if (isOnMainThread(signal) && isStopping == 0 && isCommitted == 0 && unwindOnly == 0)
         {
             if (cutDescriptor != -1)
             {
                 (void)!ftruncate(cutDescriptor, cutSize);
             }
+            tavosce::HalfMade::sweepAll();
+            constexpr char WORDS[] = "tavosce: interrupted\n"; // those of an Interruption
+            (void)!write(STDERR_FILENO, WORDS, sizeof WORDS - 1);
             _exit(Interrupted);
         }
         errno = reason;
@@ -130,9 +134,14 @@ void setInterrupted(bool interrupted)
     isCommitted = 0;
 }
 
+bool isInterrupted()
+{
+    return stopRequested != 0 && isCommitted == 0;
+}
+
 void throwIfInterrupted()
 {
-    if (stopRequested != 0 && isCommitted == 0)
+    if (isInterrupted())
     {
         isStopping = 1;
         throw Interruption();
@@ -153,14 +162,26 @@ void stopOrCommit()
     throwIfInterrupted();
 }
 
-HalfMade::HalfMade()
+HalfMade::HalfMade(const std::wstring& path)
+    : _sweeper(path)
+    , _before(lastHalfMade)
 {
-    halfMade = halfMade + 1;
+    unwindOnly = unwindOnly + (_sweeper.isWatching() ? 0 : 1);
+    lastHalfMade = this;
 }
 
 HalfMade::~HalfMade()
 {
-    halfMade = halfMade - 1;
+    lastHalfMade = _before;
+    unwindOnly = unwindOnly - (_sweeper.isWatching() ? 0 : 1);
+}
+
+void HalfMade::sweepAll() noexcept
+{
+    for (HalfMade* each = lastHalfMade; each != nullptr; each = each->_before)
+    {
+        each->_sweeper.sweep();
+    }
 }
 
 CutBack::CutBack(const std::wstring& path, std::uint64_t size)
@@ -174,13 +195,13 @@ CutBack::CutBack(const std::wstring& path, std::uint64_t size)
     }
     else
     {
-        halfMade = halfMade + 1;
+        unwindOnly = unwindOnly + 1;
     }
 }
 
 CutBack::~CutBack()
 {
-    halfMade = halfMade - (cutDescriptor == -1 ? 1 : 0);
+    unwindOnly = unwindOnly - (cutDescriptor == -1 ? 1 : 0);
     cutDescriptor = -1;
     if (_descriptor != -1)
     {

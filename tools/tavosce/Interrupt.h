@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Sweeper.h"
+
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -15,7 +17,7 @@ public:
 };
 
 /// Has the signals that ask for an end remembered, unless they are ignored as under nohup, and says so at once on a
-/// terminal. If nobody looks within most of a second, as in the middle of a library's reader, the process ends there
+/// terminal. If nobody looks within half a second, as in the middle of a library's reader, the process ends there
 /// and then, with nothing half made; see HalfMade and CutBack. That a file reaches the size that the process may write
 /// is no reason to end it.
 void watchSignals();
@@ -23,22 +25,32 @@ void watchSignals();
 /// Remembers, or forgets, that the user wants to stop.
 void setInterrupted(bool interrupted);
 
-/// Throws Interruption if the user wants to stop. Called between pieces of work.
+/// Whether the user wants to stop, and still can.
+bool isInterrupted();
+
+/// Throws Interruption if so. Called between pieces of work.
 void throwIfInterrupted();
 
 /// The last look, before an output takes its name or an addition is final: throws Interruption if the user wants to
 /// stop. A signal that comes later is too late.
 void stopOrCommit();
 
-/// Something that the process must not leave behind, and that only unwinding removes. While one lives, the process is
-/// not ended without that.
+/// What is being built under a path that nobody else knows: it goes away with this object, and however the process
+/// ends. Several end in the reverse order of their making.
 class HalfMade
 {
 public:
-    HalfMade();
+    explicit HalfMade(const std::wstring& path);
     ~HalfMade();
     HalfMade(const HalfMade&) = delete;
     HalfMade& operator=(const HalfMade&) = delete;
+
+    /// Removes what all of them are about. For signal handlers.
+    static void sweepAll() noexcept;
+
+private:
+    OS::Sweeper _sweeper;
+    HalfMade* _before;
 };
 
 /// Has a file cut back if the process ends without unwinding while this object lives. One at a time.

@@ -75,9 +75,9 @@ OutputFile::OutputFile(const std::string& target, bool force)
         errno = reason;
         throw cannotWrite(_shown, systemReason());
     }
-    if (_file.isNamed())
+    if (const std::wstring temporary = _file.temporaryPath(); !temporary.empty())
     {
-        _halfMade.emplace();
+        _halfMade.emplace(temporary);
     }
     if (fs::exists(status))
     {
@@ -119,6 +119,7 @@ OutputFolder::OutputFolder(const std::string& target, bool force)
     : _shown(shown(target))
     , _target(OS::toNarrow(normalised(target)))
     , _path(OS::toNarrow(Platform::filesystem().getTemporaryPath(OS::toWide(_target))))
+    , _halfMade(OS::toWide(_path))
     , _targetExists(Platform::filesystem().directoryExists(OS::toWide(_target)))
 {
     std::error_code error;
@@ -132,11 +133,6 @@ OutputFolder::OutputFolder(const std::string& target, bool force)
                       "--force replaces the files in it that have the same names");
     }
     makeFolder("");
-}
-
-OutputFolder::~OutputFolder()
-{
-    removeBuilt();
 }
 
 std::string OutputFolder::fileFor(const std::string& name)
@@ -198,8 +194,6 @@ void OutputFolder::install(const std::string& input)
     {
         throw cannotWrite(_shown, error.message());
     }
-    _files.clear();
-    _folders.clear();
     synchronise(_target, {".."});
 }
 
@@ -273,19 +267,6 @@ void OutputFolder::makeFolder(const std::string& path)
         throw cannotWrite(_shown, systemReason());
     }
     _folders.push_back(path);
-}
-
-void OutputFolder::removeBuilt()
-{
-    std::error_code ignored; // what cannot be removed stays behind; there is nobody to tell
-    for (const std::string& name : _files)
-    {
-        fs::remove(_path + '/' + name, ignored);
-    }
-    for (auto folder = _folders.rbegin(); folder != _folders.rend(); ++folder)
-    {
-        fs::remove(_path + '/' + *folder, ignored);
-    }
 }
 
 bool isSameFile(const std::string& left, const std::string& right)

@@ -47,7 +47,6 @@ public:
     /// Throws Failure CannotWrite if the target is no directory, or holds something and `force` is not set. With
     /// `force` files of the same names are replaced, and everything else in the target stays.
     OutputFolder(const std::string& target, bool force);
-    ~OutputFolder();
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
 
@@ -72,11 +71,11 @@ private:
     void synchronise(const std::string& root, const std::vector<std::string>& names);
     void moveFiles(const std::string& input);
     void removeEarlier();
-    void removeBuilt();
 
     std::string _shown;
     std::string _target;
     std::string _path; ///< where it is built
+    HalfMade _halfMade;
     bool _targetExists;
     std::vector<std::string> _files;   ///< names that were handed out or adopted
     std::vector<std::string> _folders; ///< what was made at _path, outer ones first
@@ -88,7 +87,6 @@ private:
     };
 
     std::vector<Adopted> _adopted;
-    HalfMade _halfMade;
 };
 
 /// Whether both paths lead to the same existing file.

@@ -1,6 +1,7 @@
 #include "RecordLoad.h"
 
 #include "BlockCheck.h"
+#include "Interrupt.h"
 #include "Leftovers.h"
 #include "LibraryLog.h"
 #include "Text.h"
@@ -164,6 +165,7 @@ RecordLoader::RecordLoader(SceneFile& file, Report& report)
     , _report(report)
 {
     tsg::registerStandardNodes(_registry);
+    _reader.setStopCheck(&throwIfInterrupted);
     const LibraryLog log; // the file has been walked before, and what there is to say has been said
     try
     {

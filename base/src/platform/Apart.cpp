@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,14 +19,16 @@ constexpr std::size_t MAX_WORDS = 4096;
 constexpr int PATIENCE = 100; ///< milliseconds between two calls of what is to be done meanwhile
 
 /// Never comes back: the copy must not flush or destroy what belongs to the original.
-[[noreturn]] void workAndExit(const std::function<void()>& work, int output)
+[[noreturn]] void workAndExit(const std::function<void()>& work, int output, pid_t original)
 {
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != original)
+    {
+        _exit(EXIT_FAILURE); // it ended before that
+    }
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
     {
-        if (std::signal(signal, SIG_DFL) == SIG_IGN) // handlers are for what the original does
-        {
-            (void)std::signal(signal, SIG_IGN);
-        }
+        (void)std::signal(signal, SIG_IGN); // the original decides
     }
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
@@ -113,11 +116,12 @@ ApartResult runApart(const std::function<void()>& work, const std::function<void
     {
         return res;
     }
+    const pid_t original = getpid();
     const pid_t process = fork();
     if (process == 0)
     {
         close(ends[0]);
-        workAndExit(work, ends[1]);
+        workAndExit(work, ends[1], original);
     }
     close(ends[1]);
     Copy copy(process, ends[0]);

@@ -22,6 +22,8 @@ struct ApartResult
 /// lets out counts as one. Whatever the work does in memory is lost. Of several threads only the calling one is in the
 /// copy: work must not need the others, nor what they may hold.
 ///
+/// The copy heeds no signals that ask for an end, and is killed when this process ends.
+///
 /// `meanwhile`, unless it is empty, is called several times a second until the copy has ended, and once after that.
 /// What it throws ends the copy and passes through.
 TAVO_EXPORT ApartResult runApart(const std::function<void()>& work, const std::function<void()>& meanwhile = {});

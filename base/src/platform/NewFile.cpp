@@ -59,11 +59,12 @@ NewFile::NewFile(const std::wstring& path)
         return;
     }
     const std::string target = posix::followLinks(*name);
+    _parent = target.substr(0, target.rfind('/') + 1);
     std::tie(_folder, _name) = posix::openFolderOf(target);
     if (_folder != -1 && isFreeOrRegular() && (openUnnamed() || openNamed()))
     {
         const std::string leading = pathOf(_descriptor);
-        _path = toWide(!leading.empty() ? leading : target.substr(0, target.rfind('/') + 1) + _temporary);
+        _path = leading.empty() ? temporaryPath() : toWide(leading);
     }
 }
 
@@ -80,6 +81,11 @@ NewFile::~NewFile()
             posix::closeQuietly(descriptor);
         }
     }
+}
+
+std::wstring NewFile::temporaryPath() const
+{
+    return _temporary.empty() ? std::wstring() : toWide(_parent + _temporary);
 }
 
 /// Whether there is nothing at the name, or a regular file.

@@ -30,8 +30,8 @@ public:
     /// A path that leads to the file as long as this object lives, for whoever is to fill it; empty if it is not open.
     const std::wstring& path() const { return _path; }
 
-    /// Whether the file has a name meanwhile, which only this object removes.
-    bool isNamed() const { return !_temporary.empty(); }
+    /// The path that the file has meanwhile, which only this object removes; empty if it has none.
+    std::wstring temporaryPath() const;
 
     /// Gives the file its name. False if anything has that name already.
     [[nodiscard]] bool install();
@@ -57,6 +57,7 @@ private:
 
     int _folder = -1;        ///< where the file is to be
     int _descriptor = -1;    ///< of the file
+    std::string _parent;     ///< the path of that, with a slash behind it unless it is empty
     std::string _name;       ///< which it is to have there
     std::string _temporary;  ///< which it has there until then; empty for none
     bool _installed = false; ///< whether it has its name

@@ -45,7 +45,7 @@ TEST_F(NewFileTest, aFileHasNoNameUntilItIsInstalled)
     {
         const OS::NewFile forgotten(file.wide);
         ASSERT_TRUE(forgotten.isOpen() && fill(forgotten, "forgotten"));
-        EXPECT_EQ(names().size(), forgotten.isNamed() ? 1U : 0U);
+        EXPECT_EQ(names().size(), forgotten.temporaryPath().empty() ? 0U : 1U);
     }
     EXPECT_THAT(names(), IsEmpty());
     OS::NewFile first(file.wide), second(file.wide);
