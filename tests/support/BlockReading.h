@@ -6,7 +6,6 @@
 #include "support/Datasets.h"
 #include "support/LogCapture.h"
 #include "support/ReportedErrors.h"
-#include "support/Testing.h"
 #include "support/TouchEverything.h"
 
 namespace test

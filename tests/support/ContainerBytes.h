@@ -5,8 +5,9 @@
 #include "scenegraph/io/detail/Positions.h"
 #include "support/Testing.h"
 
-#include <initializer_list>
 #include <optional>
+
+#include <vtkDataArray.h>
 
 namespace test
 {
@@ -28,6 +29,28 @@ struct RawBlock
     std::optional<std::pair<std::uint64_t, std::uint64_t>> shared = {}; ///< "FilePos" and "Length" of that payload
     Edit edit = {};
 };
+
+/// A block that a writer could have stored for this array of floats; `change` is the last to edit its tag.
+inline RawBlock storedBlock(vtkDataArray& array, const Edit& change = {})
+{
+    std::ostringstream payload;
+    sdb::writeCompressed(payload, static_cast<const char*>(array.GetVoidPointer(0)),
+                         static_cast<std::size_t>(array.GetNumberOfValues()) * sizeof(float),
+                         tsg::CompressionMethods::None);
+    RawBlock block{array.GetName(), payload.str()};
+    block.edit = [&array, change](Properties& tag)
+    {
+        tag.set("DataType", array.GetDataType());
+        tag.set("NumberOfComponents", array.GetNumberOfComponents());
+        tag.set("NumberOfTuples", static_cast<int>(array.GetNumberOfTuples()));
+        tag.set("MTime", static_cast<std::int64_t>(array.GetMTime()));
+        if (change)
+        {
+            change(tag);
+        }
+    };
+    return block;
+}
 
 /// Builds the bytes of a scene database item by item, with right positions unless an edit says otherwise. Edits see a
 /// tag with its final positions and must keep its length if what follows is to stay right.

@@ -7,7 +7,6 @@
 #include "support/Datasets.h"
 #include "support/RecordingStream.h"
 #include "support/TemporaryDirectory.h"
-#include "support/Testing.h"
 
 namespace test
 {
@@ -43,6 +42,29 @@ public:
     }
 
     std::function<void(tsg::NodeStream&)> afterSerialize;
+};
+
+/// Collects the percentages of a reader's or a writer's progress.
+struct Percentages : Observer
+{
+    explicit Percentages(std::string expectedMessage)
+        : message(std::move(expectedMessage))
+    {
+    }
+
+    void update(const Properties& event) override
+    {
+        EXPECT_EQ(event.getString("Message"), message);
+        values.push_back(event.getInt("PercentComplete"));
+        if (onUpdate)
+        {
+            onUpdate();
+        }
+    }
+
+    const std::string message;
+    std::vector<int> values;
+    std::function<void()> onUpdate; ///< may throw
 };
 
 /// Adds a record and answers with its index.

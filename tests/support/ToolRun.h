@@ -2,7 +2,6 @@
 
 #include "CommandTable.h"
 #include "support/TemporaryDirectory.h"
-#include "support/Testing.h"
 #include "support/VtpFiles.h"
 
 #include <rapidjson/document.h>

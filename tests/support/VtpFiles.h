@@ -2,8 +2,6 @@
 
 #include "support/Datasets.h"
 
-#include <string>
-
 #include <vtkInformation.h>
 #include <vtkXMLPolyDataReader.h>
 #include <vtkXMLPolyDataWriter.h>

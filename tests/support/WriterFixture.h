@@ -1,15 +1,8 @@
 #pragma once
 
-#include "scenegraph/io/SDBWriter.h"
-
-#include "support/RecordingStream.h"
 #include "support/Scenes.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -19,23 +19,6 @@ namespace
 
 using namespace test;
 
-TEST(ApartTest, howWorkEndsIsAnAnswer)
-{
-    const std::pair<void (*)(), bool> works[] = {
-        {[] {}, true}, {[] { (void)std::raise(SIGKILL); }, false}, {[] { throw std::runtime_error("failed"); }, false}};
-    for (const auto& row : works)
-    {
-        const auto speakAndWork = [&]
-        {
-            (void)std::fputs("words", stderr);
-            row.first();
-        };
-        const OS::ApartResult result = OS::runApart(speakAndWork);
-        EXPECT_EQ(result.ended, row.second);
-        EXPECT_EQ(result.words, "words");
-    }
-}
-
 TEST(ApartTest, theWorkHeedsNoSignalsAndDiesWithTheProcess)
 {
     EXPECT_TRUE(OS::runApart([] { (void)std::raise(SIGINT); }).ended);

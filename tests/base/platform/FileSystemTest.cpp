@@ -161,45 +161,6 @@ TEST_F(FileSystemTest, renamingNeverReplaces)
     }
 }
 
-TEST_F(FileSystemTest, replacingAndDeletingTakeRegularFilesOnly)
-{
-    const auto target = write("target", "old");
-    EXPECT_EQ(fileSystem.replaceFile(write("from", "new").wide, target.wide), 0);
-    EXPECT_FALSE(std::filesystem::exists(directory.file("from").narrow));
-    for (const auto& [other, reason] : {std::pair(fifo("fifo"), ENOTSUP), {folder("folder"), EISDIR}})
-    {
-        for (const auto& [from, to] : {std::pair(target, other), std::pair(other, target)})
-        {
-            EXPECT_NE(fileSystem.replaceFile(from.wide, to.wide), 0);
-            EXPECT_EQ(errno, reason);
-        }
-        EXPECT_NE(fileSystem.renameFile(other.wide, directory.file("free").wide), 0);
-        EXPECT_NE(fileSystem.markForDeletion(other.wide), 0);
-        EXPECT_EQ(errno, reason);
-        EXPECT_TRUE(std::filesystem::exists(other.narrow));
-    }
-    EXPECT_EQ(bytesOf(target.narrow), "new");
-    const auto reader = OS::openForReading(target.wide);
-    EXPECT_EQ(fileSystem.markForDeletion(target.wide), 0);
-    EXPECT_NE(fileSystem.markForDeletion(target.wide), 0);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*reader), {}), "new") << "who has it open still reads it";
-}
-
-TEST_F(FileSystemTest, namesOfFilesLeadNowhereElse)
-{
-    for (const std::wstring& name : {std::wstring(L"a b"), std::wstring(L"..."), std::wstring(L"\\:*"),
-                                     std::wstring(255, L'a'), std::wstring(127, L'\u00e4')})
-    {
-        EXPECT_TRUE(fileSystem.isFileName(name));
-    }
-    for (const std::wstring& name : {std::wstring(), std::wstring(L"."), std::wstring(L".."), std::wstring(L"a/b"),
-                                     std::wstring(L"a\0b", 3), std::wstring(256, L'a'), std::wstring(128, L'\u00e4')})
-    {
-        EXPECT_FALSE(fileSystem.isFileName(name));
-    }
-}
-
 TEST_F(FileSystemTest, pathsWithANulNameNothing)
 {
     const auto file = write("file", "content"), free = directory.file("free");
@@ -228,6 +189,40 @@ TEST_F(FileSystemTest, pathsWithANulNameNothing)
     }
     EXPECT_EQ(bytesOf(file.narrow), "content");
     EXPECT_FALSE(std::filesystem::exists(free.narrow));
+}
+
+TEST_F(FileSystemTest, whatIsNoRegularFileIsRefusedWithTheReason)
+{
+    const std::pair<std::wstring, int> cases[] = {{directory.file("missing").wide, ENOENT},
+                                                  {L"", ENOENT},
+                                                  {directory.widePath(), EISDIR},
+                                                  {L"/dev/zero", ENOTSUP},
+                                                  {fifo("fifo").wide, ENOTSUP}};
+    const auto openDescriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const std::ptrdiff_t before = openDescriptors();
+    for (const auto& [path, reason] : cases) // opening a pipe must not wait for a writer
+    {
+        errno = 0;
+        const auto reader = OS::openForReading(path);
+        EXPECT_EQ(errno, reason);
+        EXPECT_TRUE(!reader->is_open() && reader->fail());
+        errno = 0;
+        OS::UpdateStream update(path);
+        EXPECT_EQ(errno, reason);
+        EXPECT_TRUE(!update.is_open() && update.fail() && !update.truncate(0));
+    }
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(FileSystemTest, cuttingFollowsTheOpenFileNotItsPath)
+{
+    const auto file = write("file", "first"), moved = directory.file("moved");
+    OS::UpdateStream stream(file.wide);
+    std::filesystem::rename(file.narrow, moved.narrow);
+    write("file", "second");
+    EXPECT_TRUE(stream.truncate(2));
+    EXPECT_EQ(bytesOf(file.narrow), "second");
+    EXPECT_EQ(bytesOf(moved.narrow), "fi");
 }
 
 } // namespace

@@ -298,15 +298,6 @@ TEST_F(DiffTest, largeDistancesAreNotRounded)
     EXPECT_EQ(largestOf({9007199254740992.0, 0}), "9007199254740993");
 }
 
-TEST_F(DiffTest, whatIsUnfinishedMakesNoDifference)
-{
-    write("a.sce", {nullptr, nullptr});
-    ToolTest::write("b.sce", bytes("a.sce") + R"({"DataField":"Header","FilePos":"0","Length":"0"})");
-    const ToolRun same = run("diff @a.sce @b.sce");
-    EXPECT_EQ(same.code, 0);
-    EXPECT_THAT(same.err, HasSubstr("note: the file ends in an item that was never finished"));
-}
-
 TEST_F(DiffTest, jsonSaysTheSame)
 {
     write("a.sce", {nullptr, nullptr, nullptr});
@@ -382,23 +373,6 @@ TEST_F(DiffTest, damageIsNamedAndTheRestCompared)
     }
     ToolTest::write("foreign.sce", "hello");
     EXPECT_EQ(run("diff @b.sce @foreign.sce").code, 4);
-}
-
-TEST_F(DiffTest, sharedBlocksAreNotDecoded)
-{
-    Model model;
-    model.part.setPolyData(model.polys);
-    tsg::SDBWriter writer;
-    writer.open(dir.file("a.sce").wide, false, true);
-    add(writer, model.root);
-    model.part.setArray(PolyDataNode::Cells, counting(VTK_INT, "c", 4, 1));
-    add(writer, model.root);
-    writer.close();
-    damage("a.sce", 1);
-    const auto found = run("diff @a.sce:0 @a.sce:1");
-    EXPECT_EQ(found.out, "cell array \"c\" of PolyDataNode_1: components 2 and 1\n"
-                         "1 record compared: 1 differs, 1 difference\n");
-    EXPECT_EQ(found.code, 1) << found.err;
 }
 
 TEST_F(DiffTest, sceneDirectoriesAreComparedLikeRecords)

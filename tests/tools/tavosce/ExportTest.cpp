@@ -58,9 +58,7 @@ TEST_F(ExportTest, stringsAndNamesOfComponentsAreWrittenAsFarAsXmlHoldsThem)
     part.setArray(tsg::PolyDataNode::Cells, counting(VTK_INT, "n", 7, 2));
     part.setArray(tsg::PolyDataNode::Fields, misfit);
     part.findArray(tsg::PolyDataNode::Cells, "n")->SetComponentName(0, "one");
-    tsg::SDBWriter writer;
-    writer.open(dir.file("s.sce").wide, false, true);
-    add(writer, root);
+    store(root);
 
     const auto run = this->run("export @s.sce:0 -o @out");
     EXPECT_EQ(run.code, 1);

@@ -1,5 +1,4 @@
 #include "scenegraph/PolyDataNode.h"
-#include "scenegraph/SceneNode.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 

@@ -1,5 +1,3 @@
-#include "Suggestion.h"
-
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
 #include "support/ContainerBytes.h"
@@ -182,15 +180,6 @@ TEST_F(LookTest, whoMistypesIsToldWhatWasMeantAndWhatExists)
         EXPECT_EQ(answered.code, code) << line;
         EXPECT_THAT(answered.err, HasSubstr(placed(message))) << line;
         EXPECT_EQ(answered.out, "") << line;
-    }
-    const std::tuple<const char*, const char*, std::size_t> distances[] = {
-        {"", "", 0},        {"abc", "ABC", 0},        {"abc", "acb", 1}, {"abc", "ab", 1},
-        {"abc", "xabc", 1}, {"kitten", "sitting", 3}, {"ca", "abc", 3},  {"abcdefgh", "x", 4}, // beyond the bound
-    };
-    for (const auto& [left, right, distance] : distances)
-    {
-        EXPECT_EQ(tavosce::editDistance(left, right, 3), distance) << left << ' ' << right;
-        EXPECT_EQ(tavosce::editDistance(right, left, 3), distance) << left << ' ' << right;
     }
 }
 

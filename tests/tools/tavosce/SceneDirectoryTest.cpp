@@ -93,11 +93,11 @@ TEST_F(SceneDirectoryVerbTest, aRecordComesBackFromADirectoryAsItWas)
     tsg::OpaqueNode widget("Widget_1"), inner("Widget_2");
     auto polys = withAllArrays(allCellKinds(), {VTK_BIT, VTK_CHAR, VTK_SHORT, VTK_INT, VTK_LONG, VTK_UNSIGNED_LONG,
                                                 VTK_FLOAT, VTK_DOUBLE, VTK_ID_TYPE, VTK_LONG_LONG});
-    polys->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0, 1, 0, 0.5, 2, 4, 0, 1, 9, 0.25, 4, 16, 0})); // exact as text
+    constexpr double INFINITE = std::numeric_limits<double>::infinity();
+    polys->SetPoints(pointsOf(VTK_FLOAT, {0, 0, 0, 1, 0, 0.5, 2, 4, 0, 1, 9, 0.25, INFINITE, 16, 0})); // exact as text
     polys->GetPointData()->AddArray(counting(VTK_FLOAT, "U", 5, 3));
     polys->GetCellData()->AddArray(counting(VTK_FLOAT, "U", 4, 3));
-    polys->GetPointData()->AddArray(
-        arrayOf(VTK_DOUBLE, "values", 1, {0.1, -0.0, 1e300, std::numeric_limits<double>::infinity(), 1 / 3.0}));
+    polys->GetPointData()->AddArray(arrayOf(VTK_DOUBLE, "values", 1, {0.1, -0.0, 1e300, INFINITE, 1 / 3.0}));
     polys->GetCellData()->GetArray("U")->SetComponentName(2, "z");
     polys->GetCellData()->AddArray(stringsOf("words", {"{", "", "\xff\n", "d"}));
     polys->GetPointData()->GetArray("U")->SetLookupTable(tableOf({{1, 0, 0, 1}, {0, 0, 128 / 255.0, 1}}));
@@ -111,9 +111,9 @@ TEST_F(SceneDirectoryVerbTest, aRecordComesBackFromADirectoryAsItWas)
     root.addHandle(inner);
     writeDatabase("a.sce", root);
 
-    ASSERT_THAT(run("export @a.sce --scene-directory -o @scene"), Field(&ToolRun::err, ""));
-    EXPECT_TRUE(exists(path("scene/tsg/PolyDataNode_1.U.dataArray")));
-    ASSERT_THAT(run("import @scene/ -o @b.sce"), Field(&ToolRun::err, ""));
+    ASSERT_THAT(run("export @a.sce --scene-directory -o @sz\xc3\xa9ne\xff"), Field(&ToolRun::err, ""));
+    EXPECT_TRUE(exists(path("sz\xc3\xa9ne\xff/tsg/PolyDataNode_1.U.dataArray")));
+    ASSERT_THAT(run("import @sz\xc3\xa9ne\xff/ -o @b.sce"), Field(&ToolRun::err, ""));
     EXPECT_EQ(contentsOf("b.sce"), contentsOf("a.sce"));
     run("export @a.sce:0 -o @a");
     run("export @b.sce:0 -o @b");
@@ -122,7 +122,6 @@ TEST_F(SceneDirectoryVerbTest, aRecordComesBackFromADirectoryAsItWas)
         SCOPED_TRACE(file);
         expectSame(*readVtp(path(std::string("a/") + file)), *readVtp(path(std::string("b/") + file)));
     }
-    EXPECT_EQ(at(info("b.sce"), "/records/0/description"), "\"scene\"");
 }
 
 TEST_F(SceneDirectoryVerbTest, directoriesAndDatasetsBecomeRecordsOfTheirOwn)

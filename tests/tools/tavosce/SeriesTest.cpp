@@ -1,5 +1,3 @@
-#include "ImportTarget.h"
-
 #include "support/ToolRun.h"
 
 #include <vtkPolyDataWriter.h>
@@ -114,33 +112,6 @@ TEST_F(SeriesTest, appendingContinuesASessionOrBeginsOne)
         EXPECT_EQ(record["frame"].GetUint(), i % 3);
         EXPECT_EQ(record["session"] == "x", i < 3);
         EXPECT_EQ(blocksOf(record), i == 2 ? "mesh= T= " : "mesh T ");
-    }
-}
-
-TEST_F(SeriesTest, anOldStampNeverPassesForNewData)
-{
-    // In a new process stamps begin low again, so that new data comes with stamps that the file knows already.
-    const auto first = frame({{"T", 1}});
-    tavosce::ImportGraph graph("t");
-    graph.setPart(0, "n", *first);
-    const auto addRecord = [&](const std::string& session, bool append)
-    {
-        tavosce::ImportTarget target({path("s.sce"), session, append, false, false});
-        target.addRecord("t", "d", graph);
-        target.finish();
-    };
-    addRecord("x", false);
-    vtkDataArray* const values = first->GetPointData()->GetArray("T");
-    values->SetTuple1(0, 77);
-    first->GetPoints()->SetPoint(0, -1, -1, -1);
-    addRecord("x", true);
-    addRecord("other", true);
-    ASSERT_EQ(run("export @s.sce -o @out").code, 0);
-    for (const std::string record : {"record-0001", "record-0002"})
-    {
-        const auto back = readVtp(path("out/" + record + "/PolyDataNode_1.vtp"));
-        EXPECT_EQ(back->GetPointData()->GetArray("T")->GetTuple1(0), 77) << record;
-        EXPECT_EQ(back->GetPoint(0)[0], -1) << record;
     }
 }
 

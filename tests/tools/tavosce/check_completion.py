@@ -7,7 +7,8 @@ import pathlib
 import re
 import subprocess
 import sys
-import tempfile
+
+import tool_checks
 
 UNSEEN = "N\x9b$(touch x)"
 HOSTILE = "$(touch x)'; &"  # as long as the key that it takes the place of
@@ -92,12 +93,10 @@ def check_other(shell: str, tool: str, folder: pathlib.Path) -> list:
     text = subprocess.run([tool, "completion", shell], check=True, capture_output=True, text=True).stdout
     script = folder / f"script.{shell}"
     script.write_text(text, encoding="utf-8")
-    help_text = subprocess.run([tool, "--help"], check=True, capture_output=True, text=True).stdout
-    verbs = re.findall(r"^  ([a-z]+) +[A-Z]", help_text, re.MULTILINE)
-    faults = [f"{shell}: {verb} is missing" for verb in verbs if not re.search(rf"\b{verb}\b", text)]
+    faults = [f"{shell}: {verb} is missing" for verb in tool_checks.verbs_of(tool) if not re.search(rf"\b{verb}\b", text)]
     if subprocess.run([shell, "-n", str(script)], check=False).returncode != 0:
         faults.append(f"{shell} does not take the script")
-    return faults if verbs else ["the tool lists no verbs"]
+    return faults
 
 
 def check_fish(tool: str, folder: pathlib.Path) -> list:
@@ -110,15 +109,9 @@ def check_fish(tool: str, folder: pathlib.Path) -> list:
     return faults
 
 
-def main() -> int:
-    tool = str(pathlib.Path(sys.argv[1]).resolve())
-    with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        faults = check_bash(tool, folder) + check_other("zsh", tool, folder) + check_fish(tool, folder)
-    for fault in faults:
-        print(fault, file=sys.stderr)
-    return 1 if faults else 0
+def check(tool: str, folder: pathlib.Path) -> list:
+    return check_bash(tool, folder) + check_other("zsh", tool, folder) + check_fish(tool, folder)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(tool_checks.report(check, sys.argv[1]))

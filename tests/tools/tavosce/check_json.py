@@ -6,11 +6,10 @@ usage: check_json.py PAGE TOOL
 import json
 import pathlib
 import re
-import struct
 import subprocess
 import sys
-import tempfile
-import zlib
+
+import tool_checks
 
 DATASET = """# vtk DataFile Version 3.0
 t
@@ -27,21 +26,11 @@ LOOKUP_TABLE default
 """
 
 
-def picture() -> bytes:
-    """A PNG file of two pixels."""
-
-    def chunk(kind: bytes, data: bytes) -> bytes:
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    header = chunk(b"IHDR", struct.pack(">IIBBBBB", 2, 1, 8, 2, 0, 0, 0))
-    return b"\x89PNG\r\n\x1a\n" + header + chunk(b"IDAT", zlib.compress(bytes(7))) + chunk(b"IEND", b"")
-
-
 def prepare(tool: str, folder: pathlib.Path) -> None:
     """Makes the files that the examples name."""
     (folder / "a.vtk").write_text(DATASET % 3, encoding="ascii")
     (folder / "b.vtk").write_text(DATASET % 4, encoding="ascii")
-    (folder / "in.png").write_bytes(picture())
+    (folder / "in.png").write_bytes(tool_checks.PICTURE)
     for line in ["import -o a.sce --session run-1 a.vtk b.vtk", "thumb a.sce:0 --set in.png"]:
         subprocess.run([tool, *line.split()], cwd=folder, check=True, stdout=sys.stderr)
     scene = (folder / "a.sce").read_bytes()
@@ -59,7 +48,7 @@ def shapes(value, path: str = "") -> set:
     return {f"{path} {'int' if isinstance(value, float) else type(value).__name__}"}
 
 
-def check_examples(page: str, tool: str, folder: str) -> list:
+def check_examples(page: str, tool: str, folder: pathlib.Path) -> list:
     faults = []
     examples = re.findall(r"```json tavosce ([^\n]*)\n(.*?)```", page, re.DOTALL)
     for line, document in examples:
@@ -73,23 +62,17 @@ def check_verbs(page: str, tool: str) -> list:
     """Whether the page has a section for each verb that takes --json, and for no other."""
     faults = []
     documented = re.findall(r"^## (\w+)", page, re.MULTILINE)
-    help_text = subprocess.run([tool, "--help"], check=True, capture_output=True, text=True).stdout
-    for verb in re.findall(r"^  ([a-z]+) +[A-Z]", help_text, re.MULTILINE):
-        options = subprocess.run([tool, verb, "--help"], check=True, capture_output=True, text=True).stdout
-        if ("--json" in options) != (verb in documented):
+    for verb in tool_checks.verbs_of(tool):
+        if ("--json" in tool_checks.help_of(tool, verb)) != (verb in documented):
             faults.append(f"{verb}: the page and --help disagree about --json")
     return faults
 
 
-def main() -> int:
-    page, tool = pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"), str(pathlib.Path(sys.argv[2]).resolve())
-    with tempfile.TemporaryDirectory() as name:
-        prepare(tool, pathlib.Path(name))
-        faults = check_examples(page, tool, name) + check_verbs(page, tool)
-    for fault in faults:
-        print(fault, file=sys.stderr)
-    return 1 if faults else 0
+def check(tool: str, folder: pathlib.Path, page_file: str) -> list:
+    page = pathlib.Path(page_file).read_text(encoding="utf-8")
+    prepare(tool, folder)
+    return check_examples(page, tool, folder) + check_verbs(page, tool)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(tool_checks.report(check, sys.argv[2], sys.argv[1]))

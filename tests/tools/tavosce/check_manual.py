@@ -6,15 +6,14 @@ any text within a line and, alone, for any lines.
 
 usage: check_manual.py PAGE TOOL
 """
-import base64
 import pathlib
 import re
 import subprocess
 import sys
-import tempfile
+
+import tool_checks
 
 COMMON = "OPTIONS"
-PICTURE = "iVBORw0KGgoAAAANSUhEUgAAAAIAAAACCAIAAAD91JpzAAAAEElEQVR42mP4zwAE/xkgFAAb8gP9PpddpAAAAABJRU5ErkJggg=="
 DATASET = """# vtk DataFile Version 3.0
 step
 ASCII
@@ -27,10 +26,6 @@ POINT_DATA 4
 SCALARS p float 1
 LOOKUP_TABLE default
 """
-
-
-def help_of(tool: str, *verb: str) -> str:
-    return subprocess.run([tool, *verb, "--help"], check=True, capture_output=True, text=True).stdout
 
 
 def options_in(text: str) -> set:
@@ -46,15 +41,15 @@ def told_options(text: str) -> set:
 def check_verbs(page: str, tool: str) -> list:
     parts = dict(re.findall(r"^##? (\S+)[^\n]*\n(.*?)(?=^##? |\Z)", page, re.MULTILINE | re.DOTALL))
     heads = {head.split()[0]: head for head in re.findall(r"^## (.*)", page, re.MULTILINE)}
-    verbs = set(re.findall(r"^  ([a-z]+) +[A-Z]", help_of(tool).split("Subcommands:")[1], re.MULTILINE))
+    verbs = set(tool_checks.verbs_of(tool))
     faults = [f"verb {verb}: only in the {'page' if verb in heads else 'tool'}" for verb in verbs ^ set(heads)]
     for verb in verbs & set(heads):
         described = options_in(re.sub("[*_]", "", "\n".join(re.findall(r"^\*-.*", parts[verb], re.MULTILINE))))
         common = options_in(re.sub("[*_]", "", parts[COMMON]))
-        told = told_options(help_of(tool, verb))
+        told = told_options(tool_checks.help_of(tool, verb))
         faults += [f"{verb}: {name} is not described" for name in told - described - common]
         faults += [f"{verb}: there is no {name}" for name in described - told]
-        operands = re.search(r"^Usage: tavosce \w+ \[OPTIONS\] (.*)", help_of(tool, verb), re.MULTILINE).group(1)
+        operands = re.search(r"^Usage: tavosce \w+ \[OPTIONS\] (.*)", tool_checks.help_of(tool, verb), re.MULTILINE).group(1)
         if operands.replace("[FILE[:REC]]", "FILE[:REC]") not in heads[verb].replace("[FILE[:REC]]", "FILE[:REC]"):
             faults.append(f"{verb}: the operands are {operands}")
     return faults
@@ -78,38 +73,33 @@ def examples_in(page: str) -> list:
     return res
 
 
-def check_examples(page: str, tool: str) -> list:
+def check_examples(page: str, tool: str, folder: pathlib.Path) -> list:
     faults = []
     examples = examples_in(page)
-    with tempfile.TemporaryDirectory() as folder:
-        work = pathlib.Path(folder)
-        for step in range(3):
-            values = " ".join(str(step + i) for i in range(4))
-            (work / f"step-{step}.vtk").write_text(DATASET + values + "\n", encoding="ascii")
-        (work / "picture.png").write_bytes(base64.b64decode(PICTURE))
-        for command, status, lines in examples:
-            run = subprocess.run(
-                ["bash", "-c", command],
-                cwd=folder,
-                capture_output=True,
-                text=True,
-                check=False,
-                env={"PATH": f"{pathlib.Path(tool).resolve().parent}:/usr/bin:/bin"},
-            )
-            if run.returncode != status:
-                faults.append(f"{command}: exit status {run.returncode}\n{run.stderr}")
-            if not re.fullmatch(pattern_of(lines), run.stdout):
-                faults.append(f"{command}: prints\n{run.stdout}")
+    for step in range(3):
+        values = " ".join(str(step + i) for i in range(4))
+        (folder / f"step-{step}.vtk").write_text(DATASET + values + "\n", encoding="ascii")
+    (folder / "picture.png").write_bytes(tool_checks.PICTURE)
+    for command, status, lines in examples:
+        run = subprocess.run(
+            ["bash", "-c", command],
+            cwd=folder,
+            capture_output=True,
+            text=True,
+            check=False,
+            env={"PATH": f"{pathlib.Path(tool).resolve().parent}:/usr/bin:/bin"},
+        )
+        if run.returncode != status:
+            faults.append(f"{command}: exit status {run.returncode}\n{run.stderr}")
+        if not re.fullmatch(pattern_of(lines), run.stdout):
+            faults.append(f"{command}: prints\n{run.stdout}")
     return faults if examples else ["no examples"]
 
 
-def main() -> int:
-    page, tool = pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"), sys.argv[2]
-    faults = check_verbs(page, tool) + check_examples(page, tool)
-    for fault in faults:
-        print(fault, file=sys.stderr)
-    return 1 if faults else 0
+def check(tool: str, folder: pathlib.Path, page_file: str) -> list:
+    page = pathlib.Path(page_file).read_text(encoding="utf-8")
+    return check_verbs(page, tool) + check_examples(page, tool, folder)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(tool_checks.report(check, sys.argv[2], sys.argv[1]))

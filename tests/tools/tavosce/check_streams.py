@@ -3,11 +3,11 @@
 
 usage: check_streams.py TOOL
 """
-import os
 import pathlib
 import subprocess
 import sys
-import tempfile
+
+import tool_checks
 
 # Words make the tool speak on standard error while the scene database is open.
 DATASET = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET POLYDATA\nFIELD F 1\nw 1 1 string\nword\nPOINTS 0 float\n\n"
@@ -35,14 +35,5 @@ def check(tool: str, folder: pathlib.Path) -> list:
     return faults
 
 
-def main() -> int:
-    tool = os.path.abspath(sys.argv[1])
-    with tempfile.TemporaryDirectory() as name:
-        faults = check(tool, pathlib.Path(name))
-    for fault in faults:
-        print(fault, file=sys.stderr)
-    return 1 if faults else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(tool_checks.report(check, sys.argv[1]))

@@ -45,22 +45,6 @@ TEST(BlockTest, bytesAreThoseOfTheFormatPage)
     EXPECT_THAT(log.entries, ElementsAre("sdb::writeCompressed: suspicious request to write an array of zero length"));
 }
 
-TEST(BlockTest, whatIsWrittenIsReadBack)
-{
-    for (const std::size_t size : {0, 10, 65536, 65537, 100000})
-    {
-        for (const CompressionMethods method : {CompressionMethods::None, CompressionMethods::Zlib})
-        {
-            const std::string data = noise(size); // larger once it is compressed
-            std::istringstream in(written(data, method));
-            std::string back(size, '\0');
-            EXPECT_TRUE(sdb::readCompressed(in, back.data(), size));
-            EXPECT_EQ(back, data);
-            EXPECT_EQ(in.tellg(), size == 0 ? 0 : static_cast<std::streamoff>(in.str().size()));
-        }
-    }
-}
-
 TEST(BlockTest, writingTellsOfUnknownMethodsAndFullDisks)
 {
     const LogCapture log;

@@ -3,7 +3,6 @@
 #include "support/ContainerBytes.h"
 #include "support/IndexEvents.h"
 #include "support/LogCapture.h"
-#include "support/Testing.h"
 
 namespace
 {
@@ -152,25 +151,6 @@ std::string smallFile()
     file.record("a", {{"T", "abc\n"}});
     const auto shared = file.lastPayload;
     return file.thumbnail(0, {}, "}{abcdefghij").record("b", {{"T", "", shared}, {"U", "x{y"}}).str();
-}
-
-TEST(IndexDamageTest, everyPrefixYieldsWhatStandsBeforeTheCutAndCanBeAppendedTo)
-{
-    const LogCapture log;
-    const std::string file = smallFile();
-    const IndexEvents all = indexEvents(file);
-    for (std::size_t n = 0; n <= file.size(); ++n)
-    {
-        const std::string prefix = file.substr(0, n);
-        const IndexEvents events = indexEvents(prefix);
-        ASSERT_LE(events.size(), all.size()) << "cut at " << n;
-        if (!events.empty())
-        {
-            // The last record may have lost blocks at its end, but not itself.
-            EXPECT_THAT(all, Contains(events.back())) << "cut at " << n;
-        }
-        expectRefusedOrReadable(prefix);
-    }
 }
 
 TEST(IndexDamageTest, everyDamagedByteEndsAndIsRefusedOrLeavesAReadableFile)

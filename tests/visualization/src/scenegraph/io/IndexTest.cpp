@@ -6,7 +6,6 @@
 #include "support/IndexEvents.h"
 #include "support/LogCapture.h"
 #include "support/RaisedError.h"
-#include "support/Testing.h"
 
 namespace
 {

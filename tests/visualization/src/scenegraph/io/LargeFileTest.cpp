@@ -18,28 +18,6 @@ Edit behindHole(const std::string& key)
     return [=](Properties& tag) { position(key, sdb::hexFromProp(tag, key) + HOLE)(tag); };
 }
 
-/// A block that a writer could have stored for this array; `change` is the last to edit its tag.
-RawBlock storedBlock(vtkDataArray& array, const Edit& change = {})
-{
-    std::ostringstream payload;
-    sdb::writeCompressed(payload, static_cast<const char*>(array.GetVoidPointer(0)),
-                         static_cast<std::size_t>(array.GetNumberOfValues()) * sizeof(float),
-                         tsg::CompressionMethods::None);
-    RawBlock block{array.GetName(), payload.str()};
-    block.edit = [&array, change](Properties& tag)
-    {
-        tag.set("DataType", array.GetDataType());
-        tag.set("NumberOfComponents", array.GetNumberOfComponents());
-        tag.set("NumberOfTuples", static_cast<int>(array.GetNumberOfTuples()));
-        tag.set("MTime", static_cast<std::int64_t>(array.GetMTime()));
-        if (change)
-        {
-            change(tag);
-        }
-    };
-    return block;
-}
-
 class LargeFileTest : public SceneFileTest
 {
 protected:

@@ -4,7 +4,6 @@
 #include "support/Datasets.h"
 #include "support/ForeignNumbers.h"
 #include "support/LogCapture.h"
-#include "support/Testing.h"
 #include "support/TouchEverything.h"
 
 #include <clocale>

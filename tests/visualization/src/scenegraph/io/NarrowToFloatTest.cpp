@@ -66,28 +66,4 @@ TEST(NarrowToFloatTest, aValueNarrowsIfItsFloatLiesInTheBracket)
     EXPECT_EQ(narrowToFloat(half, vtkNew<vtkFloatArray>(), 31), half); // the step of 31 is negative
 }
 
-TEST(NarrowToFloatTest, theBufferTakesTheShapeOfTheValues)
-{
-    const vtkNew<vtkFloatArray> buffer;
-    EXPECT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "", 3, {1, 2, 3, 4, 5, 6, 7}), buffer, 34), buffer);
-    EXPECT_EQ(buffer->GetNumberOfComponents(), 3);
-    EXPECT_THAT(valuesOf(buffer), ElementsAre(1, 2, 3, 4, 5, 6));
-    EXPECT_EQ(narrowToFloat(arrayOf(VTK_DOUBLE, "", 2, {}), buffer, 34), buffer);
-    EXPECT_EQ(buffer->GetNumberOfTuples(), 0);
-    EXPECT_EQ(buffer->GetNumberOfComponents(), 2);
-}
-
-TEST(NarrowToFloatTest, whatIsNotNarrowedLeavesTheBufferAlone)
-{
-    const vtkNew<vtkFloatArray> buffer;
-    buffer->InsertNextValue(7);
-    const auto doubles = arrayOf(VTK_DOUBLE, "", 1, {2.5, 1}), floats = arrayOf(VTK_FLOAT, "", 1, {2.5, 1});
-    const vtkNew<vtkSOADataArrayTemplate<double>> columns;
-    columns->SetNumberOfTuples(1);
-    EXPECT_EQ(narrowToFloat(doubles, buffer, 0), doubles);
-    EXPECT_EQ(narrowToFloat(floats, buffer, 34), floats);
-    EXPECT_EQ(narrowToFloat(columns, buffer, 34), columns);
-    EXPECT_THAT(valuesOf(buffer), ElementsAre(7));
-}
-
 } // namespace

@@ -38,19 +38,6 @@ TEST(PropertyTagTest, takesOneWholeTagAndLeavesTheStreamBehindIt)
     }
 }
 
-TEST(PropertyTagTest, everyPrefixOfATagIsNone)
-{
-    const std::string tag = R"({"a":{"b":{}},"c":"\u007b"})";
-    for (std::size_t n = 0; n < tag.size(); ++n)
-    {
-        std::istringstream in(tag.substr(0, n));
-        Properties properties(R"({"old":1})");
-        EXPECT_FALSE(sdb::getNextProperty(in, properties)) << "cut at " << n;
-        EXPECT_TRUE(properties.empty());
-        EXPECT_EQ(in.rdstate(), AT_END);
-    }
-}
-
 TEST(PropertyTagTest, oneByteBeyondTheLimitMakesATagUnreadable)
 {
     std::string bytes = "{" + std::string(sdb::detail::MAX_TAG_BYTES - 1, ' ') + "}";

@@ -53,16 +53,10 @@ TEST(SDBDataReaderTest, typeWordsTellHowValuesAreStored)
     // the file type, what follows the name of a field array, the array that is read, and what is said about it
     const std::tuple<const char*, std::string, const char*, std::vector<double>, std::string> cases[] = {
         {"BINARY", "2 1 CHAR\n" + block<signed char>({-1, 2}), "vtkCharArray", {-1, 2}, ""},
-        {"BINARY", "1 2 unsigned_char\n" + block<unsigned char>({255, 2}), "vtkUnsignedCharArray", {255, 2}, ""},
-        {"BINARY", "1 2 short\n" + block<short>({-300, 2}), "vtkShortArray", {-300, 2}, ""},
-        {"BINARY", "1 2 unsigned_short\n" + block<unsigned short>({65535, 2}), "vtkUnsignedShortArray", {65535, 2}, ""},
-        {"BINARY", "1 2 int\n" + block<int>({-70000, 2}), "vtkIntArray", {-70000, 2}, ""},
-        {"BINARY", "1 1 unsigned_int\n" + block<unsigned>({4000000000U}), "vtkUnsignedIntArray", {4e9}, ""},
         {"BINARY", "1 2 long\n" + block<int>({-70000, 2}), "vtkLongArray", {-70000, 2}, ""},
         {"BINARY", "1 1 unsigned_long\n" + block<unsigned>({4000000000U}), "vtkUnsignedLongArray", {4e9}, ""},
         {"BINARY", "1 2 vtkIdType:4\n" + block<int>({-1, 70000}), "vtkIdTypeArray", {-1, 70000}, ""},
         {"BINARY", "1 2 vtkIdType:2\n" + block<unsigned short>({65535, 2}), "vtkIdTypeArray", {65535, 2}, ""},
-        {"BINARY", "1 2 float\n" + block<float>({0.5F, 2}), "vtkFloatArray", {0.5, 2}, ""},
         {"BINARY", "1 1 doubles\n" + block<double>({0.1}, tsg::CompressionMethods::Zlib), "vtkDoubleArray", {0.1}, ""},
         {"BINARY", "1 3 bit\n\x40\n", "vtkBitArray", {0, 1, 0}, ""},
         {"BINARY", "3 3 bit\n\xff", "vtkBitArray", {}, "error: Error reading binary bit array!"},
@@ -321,19 +315,6 @@ TEST(SDBDataReaderTest, coordinatesGoToTheirAxis)
     EXPECT_STREQ(grid->GetZCoordinates()->GetClassName(), "vtkDoubleArray");
     EXPECT_EQ(open.reader->ReadCoordinates(grid, 2, 1), 0);
     EXPECT_THAT(open.reported.messages, ElementsAre("error: Cannot read coordinates type!"));
-}
-
-TEST(SDBDataReaderTest, headerLinesTellNames)
-{
-    const vtkNew<OpenReader> reader;
-    char scalars[] = "SCALARS Pressure float", vectors[] = "VECTORS v float", bare[] = "scalars";
-    for (char* const line : {scalars, vectors, bare})
-    {
-        reader->CheckFor("scalars", line, reader->InFile.Scalars);
-    }
-    EXPECT_THAT(reader->InFile.Scalars, ElementsAre("Pressure"));
-    reader->InitializeCharacteristics();
-    EXPECT_THAT(reader->InFile.Scalars, IsEmpty());
 }
 
 } // namespace

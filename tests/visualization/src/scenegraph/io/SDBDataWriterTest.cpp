@@ -301,13 +301,4 @@ TEST_F(SDBDataWriterTest, fieldsAreWrittenIfAnyArrayHasTuples)
     EXPECT_EQ(dataSetData(), "");
 }
 
-TEST_F(SDBDataWriterTest, theGeneralWriterWritesNoDataset)
-{
-    writer->SetOStream(&disk, VTK_BINARY);
-    writer->SetInputData(data);
-    writer->Write();
-    EXPECT_EQ(take(), "");
-    EXPECT_THAT(errors.texts, ElementsAre(HasSubstr("): WriteData() should be implemented in concrete subclass\n\n")));
-}
-
 } // namespace

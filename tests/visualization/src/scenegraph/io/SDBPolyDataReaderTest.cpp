@@ -3,15 +3,9 @@
 #include "support/BlockReading.h"
 #include "support/FullDisk.h"
 #include "support/Golden.h"
-#include "support/RaisedError.h"
 
 #include <new>
 #include <typeinfo>
-
-#include <vtkCommand.h>
-#include <vtkDemandDrivenPipeline.h>
-#include <vtkInformation.h>
-#include <vtkInformationVector.h>
 
 namespace
 {
@@ -192,23 +186,6 @@ TEST(SDBPolyDataReaderTest, onlyForeignExceptionsLeaveARun)
     EXPECT_EQ(reader->GetOutput()->GetNumberOfCells(), 0);
     EXPECT_THROW(readThrowing<std::bad_cast>(reader), std::bad_cast);
     EXPECT_EQ(reader->GetOutput()->GetNumberOfCells(), 0);
-}
-
-TEST(SDBPolyDataReaderTest, outputsMayBeSetButNotBeMissing)
-{
-    const vtkNew<tsg::SDBPolyDataReader> reader;
-    const vtkNew<vtkPolyData> mine;
-    reader->SetOutput(mine);
-    EXPECT_EQ(reader->GetOutput(), mine);
-    const std::string bytes = header();
-    sdb::detail::MemoryStream stream(bytes.data(), bytes.size());
-    reader->SetIStream(&stream);
-    const vtkNew<vtkInformation> request;
-    request->Set(vtkDemandDrivenPipeline::REQUEST_DATA());
-    const vtkNew<vtkInformationVector> output;
-    output->Append(vtkNew<vtkInformation>());
-    EXPECT_THAT(raisedBy([&] { reader->ProcessRequest(request, nullptr, output); }),
-                StartsWith("Output can't be null|output|visualization/src/scenegraph/io/SDBPolyDataReader|"));
 }
 
 } // namespace

@@ -161,24 +161,4 @@ TEST(SDBPolyDataWriterTest, cellsOf32And64BitsAreWrittenAlike)
     EXPECT_EQ(written(data), wide);
 }
 
-TEST(SDBPolyDataWriterTest, inputOfAnotherTypeOrNoStreamWritesNothing)
-{
-    const auto data = triangle();
-    Writing writing(data);
-    EXPECT_TRUE(writing.writer->IsA("SDBDataWriter") && writing.writer->IsA("vtkWriter"));
-    EXPECT_EQ(writing.writer->GetInput(), data);
-    EXPECT_EQ(writing.writer->GetInput(1), nullptr);
-    writing.writer->SetInputData(vtkNew<vtkImageData>());
-    const ReportedErrors typeErrors(*writing.writer->GetExecutive());
-    writing.writer->Write();
-    EXPECT_FALSE(typeErrors.texts.empty());
-    EXPECT_EQ(writing.disk.bytes(), "");
-    const vtkNew<tsg::SDBPolyDataWriter> writer;
-    EXPECT_EQ(writer->GetInput(), nullptr);
-    writer->SetInputData(data);
-    const ReportedErrors errors(*writer);
-    writer->Write();
-    EXPECT_THAT(errors.texts, ElementsAre(HasSubstr("): Error writing header to file")));
-}
-
 } // namespace

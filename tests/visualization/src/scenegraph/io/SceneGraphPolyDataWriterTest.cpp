@@ -6,7 +6,6 @@
 #include "support/FullDisk.h"
 #include "support/ReportedErrors.h"
 #include "support/TemporaryDirectory.h"
-#include "support/Testing.h"
 
 #include <clocale>
 
@@ -15,7 +14,6 @@
 #include <vtkPolyDataReader.h>
 #include <vtkPolyDataWriter.h>
 #include <vtkSOADataArrayTemplate.h>
-#include <vtkStringArray.h>
 
 namespace
 {
@@ -113,6 +111,9 @@ std::vector<vtkSmartPointer<vtkPolyData>> datasets()
     unnamed->GetFieldData()->AddArray(arrayOf(VTK_INT, "", 1, {1}));
     unnamed->GetFieldData()->AddArray(arrayOf(VTK_INT, "empty", 3, {}));
     all.push_back(unnamed);
+    const vtkNew<vtkSOADataArrayTemplate<float>> apart; // in memory
+    apart->DeepCopy(counting(VTK_FLOAT, "scalars", 4, 3));
+    all.push_back(pointsWith(apart));
     auto noPoints = vtkSmartPointer<vtkPolyData>::New();
     noPoints->SetPoints(vtkNew<vtkPoints>());
     all.push_back(noPoints);
@@ -134,6 +135,7 @@ TEST(SceneGraphPolyDataWriterTest, textIsOurOwnWhereVtkWritesAnotherVersion)
     data->GetPointData()->SetTensors(arrayOf(VTK_FLOAT, "t", 6, {1, 2, 3, 4, 5, 6}));
     data->GetPointData()->AddArray(arrayOf(VTK_LONG, "l", 1, {-7}));
     data->GetPointData()->AddArray(arrayOf(VTK_UNSIGNED_LONG, "100 %", 1, {4294967295.0}));
+    data->GetPointData()->AddArray(arrayOf(VTK_INT, "metadata of mine", 1, {1})); // begins like a keyword
     const vtkNew<vtkStringArray> words;
     words->SetName("words");
     words->InsertNextValue("w");
@@ -142,7 +144,8 @@ TEST(SceneGraphPolyDataWriterTest, textIsOurOwnWhereVtkWritesAnotherVersion)
                              "FIELD FieldData 1\nNULL_ARRAY\n"
                              "POINTS 1 double\n0.333333 nan -1e+300 \n"
                              "POINT_DATA 1\nTENSORS t float\n1 4 6 4 2 5 6 5 3 \n\n"
-                             "FIELD FieldData 2\nl 1 1 long\n-7 \n100%20%25 1 1 unsigned_long\n4294967295 \n");
+                             "FIELD FieldData 3\nl 1 1 long\n-7 \n100%20%25 1 1 unsigned_long\n4294967295 \n"
+                             "%6Detadata%20of%20mine 1 1 int\n1 \n");
 }
 
 TEST(SceneGraphPolyDataWriterTest, binaryValuesAreBigEndianWithFourBytesForLong)
@@ -180,37 +183,6 @@ TEST(SceneGraphPolyDataWriterTest, vtkReadsWhatIsWritten)
             }
         }
     }
-}
-
-TEST(SceneGraphPolyDataWriterTest, arraysOfWordsDoNotCostTheOnesBehindThem)
-{
-    const vtkNew<vtkStringArray> words;
-    words->InsertNextValue("w");
-    auto data = onePoint();
-    data->GetFieldData()->AddArray(words);
-    data->GetFieldData()->AddArray(floats("behind", {7}));
-    for (const int fileType : {VTK_ASCII, VTK_BINARY})
-    {
-        const auto read = readByVtk(written(data, fileType));
-        EXPECT_THAT(valuesOf(read->GetFieldData()->GetArray("behind")), ElementsAre(7));
-        EXPECT_EQ(read->GetNumberOfPoints(), 1);
-    }
-}
-
-TEST(SceneGraphPolyDataWriterTest, namesThatVtkTakesForAKeywordComeBack)
-{
-    auto data = triangle();
-    data->GetPointData()->AddArray(counting(VTK_INT, "a", 3, 1));
-    data->GetPointData()->AddArray(counting(VTK_INT, "METADATA", 3, 1, 4));
-    data->GetPointData()->AddArray(counting(VTK_INT, "metadata of mine", 3, 1, 7));
-    const std::string text = written(data);
-    const vtkNew<vtkPolyDataReader> reader;
-    reader->ReadFromInputStringOn();
-    reader->SetInputString(text);
-    reader->Update();
-    EXPECT_EQ(valuesOf(reader->GetOutput()->GetPointData()->GetArray("METADATA")), (std::vector<double>{4, 5, 6}));
-    EXPECT_EQ(valuesOf(reader->GetOutput()->GetPointData()->GetArray("metadata of mine")),
-              (std::vector<double>{7, 8, 9}));
 }
 
 TEST(SceneGraphPolyDataWriterTest, neitherLocaleNorFlagsOfTheStreamShow)
@@ -377,26 +349,6 @@ TEST(SceneGraphPolyDataWriterTest, aDiskThatFillsUpIsNoticedAtEveryByteAndItsFil
     }
 }
 
-TEST(SceneGraphPolyDataWriterTest, aDiskThatFillsUpIsNoticedInTheSmallestFiles)
-{
-    const TemporaryDirectory directory;
-    const std::string path = directory.file("grid.vtk").narrow;
-    auto refusedOnly = onePoint();
-    refusedOnly->GetPointData()->AddArray(arrayOf(VTK_LONG, "beyond", 1, {5e9}));
-    for (const auto& data : {vtkSmartPointer<vtkPolyData>::New(), onePoint(), refusedOnly})
-    {
-        const vtkNew<Writer> writer;
-        const ReportedErrors errors(*writer);
-        const std::size_t size = stringOf(*writer, data).size();
-        writer->WriteToOutputStringOff();
-        writer->SetFileName(path.c_str());
-        const FileSizeLimit limit(size - 1);
-        EXPECT_EQ(writer->Write(), 0);
-        EXPECT_EQ(errors.messages.back(), "error: Ran out of disk space; deleting file: " + path);
-        EXPECT_FALSE(std::filesystem::exists(path));
-    }
-}
-
 TEST(SceneGraphPolyDataWriterTest, whatTheFormatCannotHoldIsReportedAndLeftOut)
 {
     auto data = triangle();
@@ -460,17 +412,6 @@ TEST(SceneGraphPolyDataWriterTest, aStringOf2GiBIsRefused)
     EXPECT_THAT(errors.messages, ElementsAre("error: The output string takes 2 GiB or more"));
 }
 
-TEST(SceneGraphPolyDataWriterTest, valuesThatLieApartInMemoryAreWrittenAlike)
-{
-    const vtkNew<vtkSOADataArrayTemplate<unsigned char>> apart;
-    const auto together = counting(VTK_UNSIGNED_CHAR, "colours", 4, 3, 50);
-    apart->DeepCopy(together);
-    for (const int fileType : {VTK_ASCII, VTK_BINARY})
-    {
-        EXPECT_EQ(written(pointsWith(apart), fileType), written(pointsWith(together), fileType));
-    }
-}
-
 /// Opens the operations for subclasses.
 struct OpenWriter : tsg::SceneGraphDataWriter
 {
@@ -503,25 +444,6 @@ TEST(SceneGraphPolyDataWriterTest, sectionsCanBeWrittenByThemselves)
                                  writer->WriteFieldData(nullptr, nullptr), writer->WritePointData(nullptr, onePoint()),
                                  writer->WriteScalarData(nullptr, array, 1)};
     EXPECT_THAT(withoutStream, Each(0));
-}
-
-TEST(SceneGraphPolyDataWriterTest, printsItsSettings)
-{
-    const vtkNew<Writer> writer;
-    writer->SetTCoordsName("uv");
-    std::ostringstream out;
-    out.imbue(ForeignNumbers::locale());
-    writer->Print(out);
-    EXPECT_THAT(out.str(), HasSubstr("  File Name: (none)\n  File Type: ASCII\n  Header: vtk output\n"
-                                     "  Output String Length: 0\n  Output String (addr): 0\n"
-                                     "  WriteToOutputString: Off\n  Scalars Name: (None)\n"));
-    EXPECT_THAT(out.str(), HasSubstr("  Texture Coords Name: uv\n  Global Ids Name: (None)\n"
-                                     "  Lookup Table Name: lookup_table\n  Field Data Name: FieldData\n"));
-    writer->SetTCoordsName(nullptr);
-    const std::string length = std::to_string(stringOf(*writer, vtkNew<vtkPolyData>()).size());
-    writer->Print(out);
-    EXPECT_THAT(out.str(), HasSubstr("  Output String Length: " + length + "\n  Output String (addr): 0x"));
-    EXPECT_THAT(out.str(), HasSubstr("  Texture Coordinates Name: (None)\n"));
 }
 
 } // namespace

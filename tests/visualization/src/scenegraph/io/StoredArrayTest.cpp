@@ -16,44 +16,6 @@ using sdb::detail::MemoryBudget;
 using tsg::detail::makeStoredArray;
 using tsg::detail::StoredValues;
 
-TEST(StoredArrayTest, everyStorableTypeComesBackAsItWentIn)
-{
-    const std::map<int, unsigned> widths = {{VTK_BIT, 0},           {VTK_CHAR, 1},         {VTK_SIGNED_CHAR, 1},
-                                            {VTK_UNSIGNED_CHAR, 1}, {VTK_SHORT, 2},        {VTK_UNSIGNED_SHORT, 2},
-                                            {VTK_INT, 4},           {VTK_UNSIGNED_INT, 4}, {VTK_LONG, 4},
-                                            {VTK_UNSIGNED_LONG, 4}, {VTK_ID_TYPE, 4},      {VTK_FLOAT, 4},
-                                            {VTK_DOUBLE, 8},        {VTK_LONG_LONG, 8},    {VTK_UNSIGNED_LONG_LONG, 8}};
-    for (const auto& [type, width] : widths)
-    {
-        SCOPED_TRACE(type);
-        ASSERT_TRUE(tsg::detail::isStorable(type));
-        const bool isSigned = arrayOf(type, "", 1, {})->GetDataTypeMin() < 0;
-        const double last = type == VTK_BIT ? 1 : isSigned ? -2 : 200;
-        const auto array = arrayOf(type, "", 2, {1, 0, 1, last});
-        const StoredValues values(*array, 4);
-        ASSERT_EQ(values.refusal(), "");
-        ASSERT_EQ(values.size(), 4 * width);
-
-        MemoryBudget budget(1000);
-        std::istringstream stored(std::string(values.data() != nullptr ? values.data() : "", values.size()));
-        const auto source = [&](char* data, std::uint64_t bytes)
-        { return static_cast<std::uint64_t>(stored.read(data, static_cast<std::streamsize>(bytes)).gcount()); };
-        const auto copy = makeStoredArray(type, static_cast<int>(width), 2, 4, budget, source);
-        ASSERT_TRUE(copy);
-        EXPECT_STREQ(copy->GetClassName(), array->GetClassName());
-        ASSERT_EQ(copy->GetNumberOfTuples(), 2);
-        const bool isBit = type == VTK_BIT; // bits come zeroed
-        EXPECT_THAT(valuesOf(copy), ElementsAre(!isBit, 0, !isBit, isBit ? 0 : last));
-        EXPECT_LE(budget.left(), 1000 - 4U * width);
-        EXPECT_GE(budget.left(), 1000 - 4U * width - 2 * sizeof(double));
-    }
-    for (const int type : {-1, VTK_VOID, VTK_STRING, 14, 18, VTK_VARIANT, VTK_OBJECT})
-    {
-        EXPECT_FALSE(tsg::detail::isStorable(type)) << type;
-        EXPECT_EQ(tsg::detail::storedWidth(type), 0) << type;
-    }
-}
-
 TEST(StoredArrayTest, valuesThatTheFormatCannotHoldAreRefused)
 {
     const auto refusal = [](const vtkSmartPointer<vtkDataArray>& array, std::int64_t count)

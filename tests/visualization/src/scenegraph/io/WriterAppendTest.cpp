@@ -1,10 +1,7 @@
 #include "scenegraph/io/SDBWriter.h"
 
 #include "core/Error.h"
-#include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
-#include "support/Scenes.h"
-#include "support/Testing.h"
 #include "support/WriterFixture.h"
 
 namespace
@@ -15,9 +12,7 @@ using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 
 /// How files are added to that somebody left in the middle.
-class WriterAppendTest : public WriterTest
-{
-};
+using WriterAppendTest = WriterTest;
 
 TEST_F(WriterAppendTest, aFileHeaderThatClaimsToBeAnUnfinishedRecordIsNotCutOff)
 {

@@ -1,22 +1,10 @@
 #include "scenegraph/io/SDBWriter.h"
 
-#include "scenegraph/io/SDBReader.h"
 #include "support/ContainerBytes.h"
-#include "support/DatasetBlocks.h"
 #include "support/FileSizeLimit.h"
-#include "support/RecordingStream.h"
-#include "support/Scenes.h"
-#include "support/Testing.h"
 #include "support/WriterFixture.h"
 
-#include <cstdint>
-#include <fstream>
-#include <functional>
-#include <stdexcept>
-#include <string>
 #include <thread>
-#include <unordered_set>
-#include <vector>
 
 namespace
 {
@@ -25,18 +13,7 @@ using namespace test;
 using tsg::SDBWriter;
 using tsg::io::FileIoStatus;
 
-/// What nodes do to the addition that asks them, and which data an addition may refer to.
-/// The payload of an array of floats.
-std::string payload(const std::vector<float>& values)
-{
-    std::string bytes = block(values);
-    bytes.pop_back(); // the line feed
-    return bytes;
-}
-
-class WriterTransactionTest : public WriterTest
-{
-};
+using WriterTransactionTest = WriterTest;
 
 /// A scene that does something at one of the moments at which a writer asks it for something.
 class Actor : public Scene
@@ -226,35 +203,26 @@ TEST_F(WriterTransactionTest, textsThatANodeChangesAreWrittenAsTheyWereGiven)
     EXPECT_EQ(header.getString("Title") + header.getString("Description") + header.getString("SessionID"), "tds");
 }
 
-/// Remembers what it hears, and may throw at a percentage.
-struct Progress : Observer
-{
-    void update(const Properties& event) override
-    {
-        EXPECT_EQ(event.getString("Message"), "Writing record");
-        values.push_back(event.getInt("PercentComplete"));
-        if (values.back() >= limit)
-        {
-            throw std::runtime_error("stop");
-        }
-    }
-
-    std::vector<int> values;
-    int limit = 101;
-};
-
 TEST_F(WriterTransactionTest, progressComesByBytesAndWhateverItThrowsTakesTheRecordBack)
 {
     Scene scene;
     scene.with(counting(VTK_DOUBLE, "large", 1 << 20, 1)).with(triangle());
-    Progress progress;
+    Percentages progress("Writing record");
+    int limit = 101;
+    progress.onUpdate = [&]
+    {
+        if (progress.values.back() >= limit)
+        {
+            throw std::runtime_error("stop");
+        }
+    };
     writer.attach(progress);
     EXPECT_EQ(add(writer, scene), 0);
     EXPECT_THAT(progress.values, ElementsAre(0, 12, 24, 37, 49, 62, 74, 87, 99, 100));
     const std::string before = bytes();
-    for (const int limit : {0, 49, 100})
+    for (const int percentage : {0, 49, 100})
     {
-        progress.limit = limit;
+        limit = percentage;
         EXPECT_THROW(add(writer, scene, "other"), std::runtime_error);
         EXPECT_EQ(bytes(), before);
         EXPECT_FALSE(writer.hasFailed());
@@ -320,17 +288,10 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
     constexpr int BLOCKS = 40;
     constexpr char SESSIONS = 50;
     const auto array = floats("shared", {1});
-    const test::Edit describe = [&](Properties& tag)
-    {
-        tag.set("MTime", static_cast<std::int64_t>(array->GetMTime()));
-        tag.set("NumberOfComponents", 1);
-        tag.set("NumberOfTuples", 1);
-        tag.set("DataType", VTK_FLOAT);
-    };
-    std::vector<test::RawBlock> stored{{"shared", payload({1}), {}, describe}};
+    std::vector<RawBlock> stored(BLOCKS, storedBlock(*array));
     for (int i = 1; i < BLOCKS; ++i)
     {
-        stored.push_back({std::to_string(i), "12345", {}, describe});
+        stored[i].name = std::to_string(i);
     }
     test::ContainerBytes content;
     content.record("first", stored);
@@ -361,19 +322,9 @@ TEST_F(WriterTransactionTest, appendingRemembersNoMoreBlocksThanTheFileCanHold)
 TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
 {
     const auto array = floats("T", {1, 2, 3});
-    const auto stored = [&](const std::string& name, const Edit& change, const std::string& values = payload({1, 2, 3}))
-    {
-        RawBlock block{name, values};
-        block.edit = [&array, change](Properties& tag)
-        {
-            tag.set("MTime", static_cast<std::int64_t>(array->GetMTime()));
-            tag.set("NumberOfComponents", 1);
-            tag.set("NumberOfTuples", 3);
-            tag.set("DataType", VTK_FLOAT);
-            change(tag);
-        };
-        return block;
-    };
+    RawBlock otherName = storedBlock(*array), otherValue = storedBlock(*array);
+    otherName.name = "1T";
+    otherValue.payload.back() ^= 1;
 
     const struct
     {
@@ -381,18 +332,17 @@ TEST_F(WriterTransactionTest, onlyAWholeBlockOfTheSameOwnerIsUsedAgain)
         RawBlock block;
         bool isUsed;
     } cases[] = {
-        {"N_1", stored("T", [](Properties&) {}), true},
-        {"N_1",
-         stored(
-             "T", [](Properties&) {}, payload({1, 2, 4})),
-         false},                                           // another process has the same stamp
-        {"N_11", stored("1T", [](Properties&) {}), false}, // the same checksum: session, key and name run together
-        {"N_1", stored("T", [](Properties& tag) { tag.set("DataType", VTK_INT, Properties::Overwrite); }), false},
-        {"N_1", stored("T", [](Properties& tag) { tag.set("NumberOfTuples", 4, Properties::Overwrite); }), false},
-        {"N_1", stored("T", position("FilePos", 0)), false},
-        {"N_1", stored("T", position("Length", 0)), false},
-        {"N_1", stored("T", position("Length", 1 << 20)), false},
-        {"N_1", stored("T", position("FilePos", ~std::uint64_t{0})), false},
+        {"N_1", storedBlock(*array), true},
+        {"N_1", otherValue, false}, // another process has the same stamp
+        {"N_11", otherName, false}, // the same checksum: session, key and name run together
+        {"N_1", storedBlock(*array, [](Properties& tag) { tag.set("DataType", VTK_INT, Properties::Overwrite); }),
+         false},
+        {"N_1", storedBlock(*array, [](Properties& tag) { tag.set("NumberOfTuples", 4, Properties::Overwrite); }),
+         false},
+        {"N_1", storedBlock(*array, position("FilePos", 0)), false},
+        {"N_1", storedBlock(*array, position("Length", 0)), false},
+        {"N_1", storedBlock(*array, position("Length", 1 << 20)), false},
+        {"N_1", storedBlock(*array, position("FilePos", ~std::uint64_t{0})), false},
     };
 
     for (const auto& test : cases)
