@@ -164,7 +164,8 @@ std::optional<SceneState> Prepared::state() const
     SceneState res;
     for (const auto& [name, bytes] : FolderState(target()).files())
     {
-        res.records.push_back(name + '\n' + bytes);
+        res.records.push_back(name + '\n');
+        res.records.back() += bytes;
     }
     return res;
 }
