@@ -203,7 +203,9 @@ void OutputFolder::synchronise(const std::string& root, const std::vector<std::s
     errno = 0;
     for (const std::string& name : names)
     {
-        if (!OS::synchronise(OS::toWide(root + '/' + name)))
+        std::string path = root;
+        path.append("/").append(name);
+        if (!OS::synchronise(OS::toWide(path)))
         {
             throw cannotWrite(_shown, systemReason());
         }

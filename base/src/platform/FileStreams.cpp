@@ -221,7 +221,7 @@ bool UpdateStream::truncate(std::uint64_t size)
     return ftruncate(_descriptor, static_cast<off_t>(size)) == 0;
 }
 
-bool UpdateStream::synchronise()
+bool UpdateStream::synchronise() const
 {
     return fdatasync(_descriptor) == 0;
 }

@@ -88,7 +88,7 @@ public:
     bool truncate(std::uint64_t size);
 
     /// Waits until the device has what was flushed. False if the system says that it has not.
-    bool synchronise();
+    bool synchronise() const;
 
     /// Flushes, closes and unlocks; the fail bit tells of a failure.
     void close();

@@ -175,7 +175,7 @@ private:
     const Properties* findReusableBlock(const BlockKey& block, const Holds& holdsData);
     bool isWholeBlockOf(const Properties& stored, const BlockKey& block) const;
     bool writePolysBlock(const BlockKey& block, vtkPolyData& polys, TimeStamp stamp);
-    bool writeArrayBlock(const BlockKey& block, vtkDataArray& array, int narrowingShift, CompressionMethods method);
+    bool writeArrayBlock(const BlockKey& block, vtkDataArray& given, int narrowingShift, CompressionMethods method);
     void collectDataArrays();
     void prepareHeader(Properties header, unsigned long long recordPos, unsigned long long headerEnd,
                        unsigned long long length, unsigned long long binaryData);

@@ -262,20 +262,17 @@ bool SDBWriter::writePropNodeData(const std::string&, Properties&&, DataTag)
 bool SDBWriter::writeDataInternal(const std::string& objectKey, vtkDataArray* array, sdb::SDBTags kind,
                                   int narrowingShift, bool forceCompression)
 {
-    if (_binaryPass && isOpen() && isAdding())
-    {
-        if (array == nullptr)
-        {
-            raise(ARRAY_EXISTS);
-        }
-        if (array->GetName() == nullptr)
-        {
-            raise(ARRAY_HAS_NAME);
-        }
-    }
     return measured(array != nullptr ? detail::storedBytes(*array) : 0,
                     [&]
                     {
+                        if (array == nullptr)
+                        {
+                            raise(ARRAY_EXISTS);
+                        }
+                        if (array->GetName() == nullptr)
+                        {
+                            raise(ARRAY_HAS_NAME);
+                        }
                         const BlockKey block(*this, objectKey, array->GetName(), kind, array->GetMTime());
                         const bool compressed = forceCompression || _compress;
                         return writeArrayBlock(block, *array, narrowingShift,

@@ -19,7 +19,6 @@ namespace sdb
 namespace
 {
 
-using detail::BlockResult;
 using tsg::CompressionMethods;
 
 constexpr const char* SOURCE = "visualization/src/scenegraph/io/SDB";
