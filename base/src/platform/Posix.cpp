@@ -60,7 +60,7 @@ bool checkRegular(mode_t mode)
     {
         return true;
     }
-    errno = S_ISDIR(mode) ? EISDIR : ENOTSUP;
+    errno = S_ISDIR(mode) ? EISDIR : S_ISLNK(mode) ? ELOOP : ENOTSUP;
     return false;
 }
 
@@ -111,7 +111,8 @@ std::string followLinks(std::string path)
         {
             return path;
         }
-        path = target.front() == '/' ? target : path.substr(0, path.rfind('/') + 1) + target;
+        path.erase(target.front() == '/' ? 0 : path.rfind('/') + 1);
+        path += target;
     }
     return path;
 }

@@ -56,6 +56,7 @@ protected:
         {
             write(name, content);
         }
+        std::filesystem::create_symlink("circle.sce", path("circle.sce"));
     }
 
     /// The names in the directory.
@@ -97,6 +98,8 @@ TEST_F(BadInputTest, everyRefusalNamesFileAndReason)
         {"import -o @o.sce @grid.vtk", 7, "@grid.vtk: the dataset is no polydata\nhint: "},
         {"import -o @good.sce @good.vtp", 6, "@good.sce: exists already\nhint: --force"},
         {"import -o @folder.sce --force @good.vtp", 6, "@folder.sce: cannot write: it is a directory"},
+        {"import -o @circle.sce @good.vtp", 6, "@circle.sce: "},
+        {"import -o @circle.sce --force @good.vtp", 6, "cannot write: Too many levels of symbolic links"},
         {"import -o @none/o.sce @good.vtp", 6, "o.sce: cannot write: No such file or directory"},
         {"import -o @foreign.sce --append @good.vtp", 4, "@foreign.sce: no scene database"},
         {"import -o @truncated.sce --append @good.vtp", 5, "cannot be added to"},
