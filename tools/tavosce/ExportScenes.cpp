@@ -9,9 +9,14 @@
 #include "SceneForm.h"
 #include "Text.h"
 
+#include "platform/FileStreams.h"
+#include "platform/FileSystem.h"
+
+#include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/SceneDirectory.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <ostream>
@@ -21,6 +26,24 @@ namespace tavosce
 
 namespace
 {
+
+/// Whether a file is data of a scene: its extension, its header and its name say so together.
+bool isSceneData(const std::string& folder, const std::string& name)
+{
+    const std::string extension = name.substr(std::min(name.rfind('.'), name.size()));
+    if (extension != tsg::detail::POLY_DATA_EXTENSION && extension != tsg::detail::DATA_ARRAY_EXTENSION)
+    {
+        return false;
+    }
+    const auto in = OS::openForReading(OS::toWide(folder + '/' + name));
+    Properties header;
+    if (!in->is_open() || !sdb::getNextProperty(*in, header))
+    {
+        return false;
+    }
+    const std::string owner = header.getString(sdb::detail::key::OBJECT_KEY) + '.';
+    return owner.size() > 1 && name.compare(0, owner.size(), owner) == 0;
+}
 
 /// Makes a loaded record a scene directory. The folder is empty for the output itself.
 void writeScene(const ExportTarget& target, bool skipUnsupported, tsg::SceneGraph graph, const std::string& rootKey,
@@ -33,7 +56,7 @@ void writeScene(const ExportTarget& target, bool skipUnsupported, tsg::SceneGrap
     }
     makeStorable(graph, SceneForm::Directory, place, skipUnsupported, report);
     saveSceneDirectory(graph, output.folderFor(folder), shown(target.output));
-    output.adopt(folder, {tsg::detail::POLY_DATA_EXTENSION, tsg::detail::DATA_ARRAY_EXTENSION});
+    output.adopt(folder, isSceneData);
 }
 
 void acknowledge(const ExportTarget& target, const std::map<std::size_t, std::string>& folders, std::ostream& out)

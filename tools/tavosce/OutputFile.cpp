@@ -40,11 +40,6 @@ std::wstring normalised(const std::string& target)
     return noTarget ? res : OS::toWide(file.string());
 }
 
-bool endsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 bool isEmptyFolder(const std::string& path)
 {
     std::error_code error;
@@ -155,7 +150,7 @@ std::string OutputFolder::folderFor(const std::string& name)
     return name.empty() ? _path : _path + '/' + name;
 }
 
-void OutputFolder::adopt(const std::string& name, const std::vector<std::string>& extensions)
+void OutputFolder::adopt(const std::string& name, IsEarlier isEarlier)
 {
     const std::string outer = name.empty() ? "" : name + '/';
     std::vector<std::string> folders{outer};
@@ -167,7 +162,7 @@ void OutputFolder::adopt(const std::string& name, const std::vector<std::string>
         for (const std::wstring& entry : inner)
         {
             _folders.push_back(folder + OS::toNarrow(entry));
-            _adopted.push_back({_folders.back(), extensions});
+            _adopted.push_back({_folders.back(), isEarlier});
             folders.push_back(_folders.back() + '/');
         }
         for (const std::wstring& entry : files)
@@ -244,16 +239,16 @@ void OutputFolder::removeEarlier()
 {
     OS::FileSystem& files = Platform::filesystem();
     const std::set<std::string> kept(_files.begin(), _files.end());
-    for (const auto& [folder, extensions] : _adopted)
+    for (const auto& [folder, isEarlier] : _adopted)
     {
+        const std::string path = _target + '/' + folder;
         std::list<std::wstring> inner, present;
-        (void)files.listDirectory(inner, present, OS::toWide(_target + '/' + folder));
+        (void)files.listDirectory(inner, present, OS::toWide(path));
         for (const std::wstring& entry : present)
         {
             const std::string name = folder + '/' + OS::toNarrow(entry);
-            const bool isOurs = std::any_of(extensions.begin(), extensions.end(),
-                                            [&](const std::string& extension) { return endsWith(name, extension); });
-            if (isOurs && kept.count(name) == 0 && files.markForDeletion(OS::toWide(_target + '/' + name)) != 0)
+            if (kept.count(name) == 0 && isEarlier(path, OS::toNarrow(entry)) &&
+                files.markForDeletion(OS::toWide(_target + '/' + name)) != 0)
             {
                 throw cannotWrite(_shown, shown(name) + " of an earlier scene cannot be removed: " + systemReason());
             }

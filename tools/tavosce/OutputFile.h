@@ -58,9 +58,12 @@ public:
     /// Failure CannotWrite.
     std::string folderFor(const std::string& name);
 
-    /// Takes over the files that were written into such a folder and into folders in it. Files with these extensions
-    /// that the target has in the same inner folders already are of an earlier output: installing removes them.
-    void adopt(const std::string& name, const std::vector<std::string>& extensions);
+    /// Says of a file in a folder of the target that it is of an earlier output.
+    using IsEarlier = bool (*)(const std::string& folder, const std::string& name);
+
+    /// Takes over the files that were written into such a folder and into folders in it. Installing removes the files
+    /// of an earlier output that the target has in the same inner folders.
+    void adopt(const std::string& name, IsEarlier isEarlier);
 
     /// Waits until the device has the files, and puts them in their place. Throws Failure CannotWrite, also if one of
     /// them would replace `input`; and, before anything has changed, Interruption.
@@ -83,7 +86,7 @@ private:
     struct Adopted
     {
         std::string folder; ///< an inner one
-        std::vector<std::string> extensions;
+        IsEarlier isEarlier;
     };
 
     std::vector<Adopted> _adopted;

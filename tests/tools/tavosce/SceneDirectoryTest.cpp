@@ -270,11 +270,14 @@ TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)
     writeDatabase("b.sce", second);
     ASSERT_EQ(run("export @a.sce --scene-directory -o @scene").code, 0);
     write("scene/tsg/note.txt", "mine");
+    write("scene/tsg/notes.dataArray", "mine");
     EXPECT_EQ(run("export @b.sce --scene-directory -o @scene").code, 6);
     ASSERT_EQ(run("export @b.sce --scene-directory -o @scene --force").code, 0);
     EXPECT_FALSE(exists(path("scene/tsg/SceneNode_1.old.dataArray")));
     EXPECT_EQ(bytes("scene/tsg/note.txt"), "mine");
+    EXPECT_EQ(bytes("scene/tsg/notes.dataArray"), "mine");
     std::filesystem::remove(path("scene/tsg/note.txt"));
+    std::filesystem::remove(path("scene/tsg/notes.dataArray"));
     ASSERT_EQ(run("import @scene -o @c.sce").code, 0);
     EXPECT_EQ(contentsOf("c.sce"), contentsOf("b.sce"));
     write("none.sce", ContainerBytes().str());
