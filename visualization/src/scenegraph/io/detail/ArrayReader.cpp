@@ -102,7 +102,8 @@ vtkSmartPointer<vtkDataArray> ArrayReader::readBlocked(const TypeWord& type, int
         array = makeStoredArray(type.vtkType, type.width, components, values, _run.budget, content);
         return array != nullptr;
     };
-    (void)readBlock(static_cast<std::uint64_t>(values * type.width), take); // a failure has been told
+    // No array is made of a count whose bytes wrap.
+    (void)readBlock(static_cast<std::uint64_t>(values) * static_cast<std::uint64_t>(type.width), take);
     return array;
 }
 
