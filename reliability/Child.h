@@ -30,10 +30,10 @@ public:
 
     void kill(int signal = SIGKILL) const;
 
-    /// Whether it handles a signal by now.
+    /// True if it handles a signal by now.
     bool heeds(int signal) const;
 
-    /// Whether it is still running.
+    /// True if it is still running.
     bool isRunning();
 
     /// Reads its output up to the end and waits for it. The exit code, or minus the signal that ended it.

@@ -67,10 +67,10 @@ public:
     /// The path below the folder; empty if it is not below it.
     std::string below(int folder, const char* path) const { return below(absolute(folder, path)); }
 
-    /// Whether the descriptor is of a file below the folder.
+    /// True if the descriptor is of a file below the folder.
     bool watches(int descriptor) const { return !below(pathOf(descriptor)).empty(); }
 
-    /// Whether it is that of the folder or of something below it.
+    /// True if it is that of the folder or of something below it.
     bool watchesAny(int descriptor) const { return !below(pathOf(descriptor) + "/.").empty(); }
 
     /// Counts a call; true if it is to fail, with `errno` set. `isShort` becomes true if a write is to be a short one.

@@ -25,7 +25,7 @@ struct SceneState
 /// be loaded.
 std::optional<SceneState> stateOf(const std::string& path);
 
-/// Whether the first items of `whole` are those of `part`.
+/// True if the first items of `whole` are those of `part`.
 bool isBeginning(const SceneState& part, const SceneState& whole);
 
 /// Adds a record to a file and loads everything. Throws std::runtime_error if the file refuses it, or if the record is

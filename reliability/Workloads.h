@@ -27,10 +27,10 @@ struct Workload
     const char* existing = "whole.sce"; ///< which of the prepared files is "target.sce"; null for none
     const char* output = "target.sce";
 
-    /// Whether the output is a scene database.
+    /// True if the output is a scene database.
     bool isScene() const { return std::string(output) == "target.sce"; }
 
-    /// Whether what the run says is true even if the power is cut. A new folder is synchronised, too, but what the
+    /// True if what the run says is true even if the power is cut. A new folder is synchronised, too, but what the
     /// driver knows of disks is about the files of one folder.
     bool survivesPowerCuts() const;
 };

@@ -13,7 +13,7 @@ inline std::string golden(const std::string& name)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// Whether bytes are those of a golden file. If not, they are left in the build folder and the first difference is
+/// True if bytes are those of a golden file. If not, they are left in the build folder and the first difference is
 /// named.
 inline testing::AssertionResult isGolden(const std::string& name, const std::string& bytes)
 {

@@ -53,7 +53,7 @@ Distance<T> distance(T a, T b)
     }
 }
 
-/// Whether values that are not equal, and so far apart, count as equal.
+/// True if values that are not equal, and so far apart, count as equal.
 template <class T>
 bool isWithin(Distance<T> apart, T a, T b, const Tolerance& tolerance)
 {

@@ -68,7 +68,7 @@ Run parse(CLI::App& app, const std::vector<std::string>& arguments)
     return chosen;
 }
 
-/// Whether a word asks for an option of a verb, or of the tool, that it does not have.
+/// True if a word asks for an option of a verb, or of the tool, that it does not have.
 bool isUnknownOption(const CLI::App& app, const std::string& word)
 {
     const bool isLong = word.size() > 2 && word.compare(0, 2, "--") == 0;

@@ -53,7 +53,7 @@ public:
     virtual std::size_t count() const = 0;
     /// Throws Failure TooDamaged for a record that is not whole.
     virtual ComparedRecord record(std::size_t index) = 0;
-    /// Whether the bytes are those of one file, where a payload can be told by its place.
+    /// True if the bytes are those of one file, where a payload can be told by its place.
     virtual bool isDatabase() const = 0;
     /// Says what is wrong apart from the records. What `all` wanted and damage hides makes the file too damaged.
     virtual void finish(bool all, Report& report) const = 0;

@@ -214,7 +214,7 @@ std::vector<std::string> operandKinds(const CLI::App& verb)
     return res;
 }
 
-/// Whether the value of an option is a path.
+/// True if the value of an option is a path.
 bool takesPath(const CLI::Option& option)
 {
     const std::string type = option.get_type_name();

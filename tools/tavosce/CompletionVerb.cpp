@@ -27,7 +27,7 @@ struct CompletionOptions
     std::string address;
 };
 
-/// Whether a text can stand on a command line: there is nothing in it that would have to be shown as \xNN.
+/// True if a text can stand on a command line: there is nothing in it that would have to be shown as \xNN.
 bool canBeTyped(const std::string& text)
 {
     return static_cast<std::ptrdiff_t>(shown(text).size() - text.size()) ==

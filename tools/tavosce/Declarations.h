@@ -24,7 +24,7 @@ std::vector<const CLI::Option*> operandsOf(const CLI::App& app);
 /// The names of an option as they are written, "-h" and "--help"; the long ones last.
 std::vector<std::string> namesOf(const CLI::Option& option);
 
-/// Whether a value follows.
+/// True if a value follows.
 bool takesValue(const CLI::Option& option);
 
 } // namespace tavosce

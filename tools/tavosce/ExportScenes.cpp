@@ -27,7 +27,7 @@ namespace tavosce
 namespace
 {
 
-/// Whether a file is data of a scene: its extension, its header and its name say so together.
+/// True if a file is data of a scene: its extension, its header and its name say so together.
 bool isSceneData(const std::string& folder, const std::string& name)
 {
     const std::string extension = name.substr(std::min(name.rfind('.'), name.size()));

@@ -65,7 +65,7 @@ Totals visitRecords(SceneFile& file, Report& report, Visit visit)
     return totals;
 }
 
-/// Whether a later thumbnail of the same record counts instead of this one of the file's list.
+/// True if a later thumbnail of the same record counts instead of this one of the file's list.
 bool isSuperseded(const SceneFile& file, const Properties& tag)
 {
     return file.thumbnailOf(tag.getInt(key::RECORD_INDEX)) != &tag;

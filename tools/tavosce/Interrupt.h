@@ -25,7 +25,7 @@ void watchSignals();
 /// Remembers, or forgets, that the user wants to stop.
 void setInterrupted(bool interrupted);
 
-/// Whether the user wants to stop, and still can.
+/// True if the user wants to stop, and still can.
 bool isInterrupted();
 
 /// Throws Interruption if so. Called between pieces of work.

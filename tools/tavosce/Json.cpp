@@ -15,7 +15,7 @@ namespace tavosce
 namespace
 {
 
-/// Whether JSON has the number.
+/// True if JSON has the number.
 bool isNumber(const std::string& text)
 {
     return text.find_first_of("0123456789") != std::string::npos;

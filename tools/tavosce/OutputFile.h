@@ -92,7 +92,7 @@ private:
     std::vector<Adopted> _adopted;
 };
 
-/// Whether both paths lead to the same existing file.
+/// True if both paths lead to the same existing file.
 bool isSameFile(const std::string& left, const std::string& right);
 
 } // namespace tavosce

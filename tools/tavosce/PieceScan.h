@@ -36,7 +36,7 @@ struct FilePiece
     std::uint64_t faultPosition = 0; ///< of a Record with a fault: where that is
 };
 
-/// Whether a piece that is Unfinished was complete once: its tag is whole, but no writer leaves such positions there.
+/// True if a piece that is Unfinished was complete once: its tag is whole, but no writer leaves such positions there.
 bool wasFinished(const FilePiece& piece);
 
 /// Takes a whole file apart. The pieces tile it: they are in order, and each begins where the one before it ends.

@@ -45,7 +45,7 @@ public:
     /// records share is decoded once.
     std::vector<Finding> check(const Properties& header, const RecordContents& contents);
 
-    /// Whether the payload is one that a block which was checked before has, for the same owner in the same session.
+    /// True if the payload is one that a block which was checked before has, for the same owner in the same session.
     bool isStored(const Properties& header, const StoredBlock& block) const;
 
     /// Session, object key and name: to whom a payload belongs; and all that decoding it depends on.

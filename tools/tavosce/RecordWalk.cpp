@@ -112,7 +112,7 @@ private:
         }
     }
 
-    /// Whether a tag stands here that comes next in this record.
+    /// True if a tag stands here that comes next in this record.
     bool goesOn()
     {
         static const std::string FIRSTS[] = {sdb::detail::beginningOfTag(field::CLASS_VERSIONS),
@@ -135,7 +135,7 @@ private:
         return res;
     }
 
-    /// Whether too few bytes for a tag stand here, and behind them another item or the end of the file.
+    /// True if too few bytes for a tag stand here, and behind them another item or the end of the file.
     bool endsSoon()
     {
         const std::string rest = peek(LEAST_TAG);
@@ -215,14 +215,14 @@ private:
         _ownEnd = _position;
     }
 
-    /// Whether a tag is none of a record, nor one of which only the kind is damaged.
+    /// True if a tag is none of a record, nor one of which only the kind is damaged.
     static bool isForeign(const Properties& tag)
     {
         return tag.hasName(key::DATA_FIELD) && !isTagOfRecord(tag) && !tag.hasName(key::OBJECT_KEY) &&
                !tag.hasName(key::VERSIONS);
     }
 
-    /// Whether a tag is one of a record, with what nothing else in the file can replace.
+    /// True if a tag is one of a record, with what nothing else in the file can replace.
     static bool isComplete(const Properties& tag, const std::string& kind)
     {
         if (!isTagOfRecord(tag))

@@ -44,7 +44,7 @@ struct Oddity
     bool isUnknown; ///< of no known kind, one too many or not complete; otherwise only its place is wrong
 };
 
-/// Whether a tag is of a kind that stands in records only.
+/// True if a tag is of a kind that stands in records only.
 bool isTagOfRecord(const Properties& tag);
 
 /// What a record holds, as far as its tags can be read.

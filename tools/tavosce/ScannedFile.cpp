@@ -14,7 +14,7 @@ namespace tavosce
 namespace
 {
 
-/// Whether a refused header may be one that a newer program has written, and not a damaged one.
+/// True if a refused header may be one that a newer program has written, and not a damaged one.
 bool isPlausible(const Properties& header)
 {
     int version = 0;

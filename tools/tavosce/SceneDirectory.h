@@ -10,7 +10,7 @@
 namespace tavosce
 {
 
-/// Whether a path is that of a scene directory: a directory with a scene file in it.
+/// True if a path is that of a scene directory: a directory with a scene file in it.
 bool isSceneDirectory(const std::string& path);
 
 struct LoadedScene

@@ -47,10 +47,10 @@ public:
     /// The newest thumbnail of a record, which is the one that counts; null if there is none.
     const Properties* thumbnailOf(int record) const;
 
-    /// Whether the file is nothing but whole items up to its end.
+    /// True if the file is nothing but whole items up to its end.
     bool isWhole() const;
 
-    /// Whether an item that is added at its end can be found again.
+    /// True if an item that is added at its end can be found again.
     bool canBeAddedTo() const;
 
     /// Where the next item would start.

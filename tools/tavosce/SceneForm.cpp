@@ -149,7 +149,7 @@ private:
     std::vector<Misfit> _misfits;
 };
 
-/// Whether two pieces are one: they share their dataset, or are the same record.
+/// True if two pieces are one: they share their dataset, or are the same record.
 bool isSame(const NodeData& left, const NodeData& right)
 {
     return left.kind == right.kind && left.tag == right.tag && left.polys == right.polys && left.array == right.array &&

@@ -29,7 +29,7 @@ public:
         skipBlanks();
     }
 
-    /// Whether the object's last brace comes next.
+    /// True if the object's last brace comes next.
     bool atEnd() const { return _at + 1 >= _text.size() || _text[_at] == '}'; }
 
     std::size_t position() const { return _at; }
@@ -70,7 +70,7 @@ private:
     std::size_t _at = 0;
 };
 
-/// Whether a string of the text, quotes included, is spelled or escaped like a key.
+/// True if a string of the text, quotes included, is spelled or escaped like a key.
 bool isKey(const std::string& quoted, const char* key)
 {
     return quoted.find('\\') == std::string::npos ? quoted == '"' + std::string(key) + '"'

@@ -7,7 +7,7 @@
 namespace tavosce
 {
 
-/// Whether a byte string is UTF-8.
+/// True if a byte string is UTF-8.
 bool isUtf8(const std::string& text);
 
 /// A text from a file as it may be shown: control characters and bytes that are no UTF-8 as \n, \t or \xNN, a backslash

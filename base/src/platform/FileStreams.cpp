@@ -84,7 +84,7 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
-    /// Whether it is the lock of the process that this one is a copy of.
+    /// True if it is the lock of the process that this one is a copy of.
     bool isInherited() const { return getpid() != _process; }
 
 private:

@@ -39,7 +39,7 @@ struct TAVO_EXPORT FileState
 
     bool operator==(const FileState& other) const;
 
-    /// Whether it is the same file, whatever it holds by now.
+    /// True if it is the same file, whatever it holds by now.
     bool isOf(const FileState& other) const { return device == other.device && number == other.number; }
 };
 
@@ -54,7 +54,7 @@ enum class LockResult
 /// over; false if the system says that it has not, with the reason in `errno`.
 TAVO_EXPORT bool synchronise(const std::wstring& path);
 
-/// Whether a writer has locked the file at a path, which may be one that only can be read. False also if nobody can
+/// True if a writer has locked the file at a path, which may be one that only can be read. False also if nobody can
 /// tell.
 TAVO_EXPORT bool isLocked(const std::wstring& path);
 
@@ -77,7 +77,7 @@ public:
     /// file, has none, or has that of the process which this one is a copy of.
     bool shareLock(const UpdateStream& other);
 
-    /// Whether the path leads to the open file at the moment.
+    /// True if the path leads to the open file at the moment.
     bool isAt(const std::wstring& path) const;
 
     /// What is known of the open file; nothing when it is not open or the system does not say.

@@ -77,6 +77,7 @@ std::wstring PosixFileSystem::getFilePath(const std::wstring& path)
     const auto name = posix::systemPath(path);
     if (!name || name->empty())
     {
+        errno = name ? ENOENT : errno;
         return {};
     }
     std::error_code error;

@@ -25,10 +25,10 @@ public:
     /// path stays empty, and so does one that cannot be made absolute.
     virtual std::wstring getFilePath(const std::wstring& path) = 0;
 
-    /// Whether a regular file (or a link to one) exists at the path: FIFOs, devices and directories do not count.
+    /// True if a regular file (or a link to one) exists at the path: FIFOs, devices and directories do not count.
     virtual bool fileExists(const std::wstring& path) = 0;
 
-    /// Whether a directory exists at the path.
+    /// True if a directory exists at the path.
     virtual bool directoryExists(const std::wstring& path) = 0;
 
     /// Makes a directory, and those above it that are missing. True when it exists afterwards.
@@ -54,7 +54,7 @@ public:
     /// Arranges that the file disappears once nobody holds it open. Only regular files; 0 on success.
     virtual int markForDeletion(const std::wstring& path) = 0;
 
-    /// Whether a file in a directory can have this name: it is not empty, leads nowhere else, and is not too long.
+    /// True if a file in a directory can have this name: it is not empty, leads nowhere else, and is not too long.
     virtual bool isFileName(const std::wstring& name) = 0;
 };
 

@@ -88,7 +88,7 @@ std::wstring NewFile::temporaryPath() const
     return _temporary.empty() ? std::wstring() : toWide(_parent + _temporary);
 }
 
-/// Whether there is nothing at the name, or a regular file.
+/// True if there is nothing at the name, or a regular file.
 bool NewFile::isFreeOrRegular() const
 {
     struct stat present = {};
@@ -217,8 +217,10 @@ bool NewFile::exchange(std::uint64_t replaced)
         errno = EBUSY;
         return false;
     }
-    unlinkat(_folder, _temporary.c_str(), 0);
-    _temporary.clear();
+    if (unlinkat(_folder, _temporary.c_str(), 0) == 0)
+    {
+        _temporary.clear(); // otherwise it is tried once more
+    }
     return true;
 }
 

@@ -21,7 +21,7 @@ public:
     Sweeper(const Sweeper&) = delete;
     Sweeper& operator=(const Sweeper&) = delete;
 
-    /// Whether the process is at work; if not, only the destructor removes anything.
+    /// True if the process is at work; if not, only the destructor removes anything.
     bool isWatching() const { return _isWatching; }
 
     /// Has what is there removed and waits for that, once. Signal handlers may call it.

@@ -5,7 +5,7 @@
 namespace OS
 {
 
-/// Whether standard error is a terminal, so that somebody watches it.
+/// True if standard error is a terminal, so that somebody watches it.
 TAVO_EXPORT bool isErrorTerminal();
 
 } // namespace OS

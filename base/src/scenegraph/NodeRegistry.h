@@ -48,7 +48,7 @@ public:
     /// Sets what runs once after the nodes of a scene have been upgraded.
     void setPostUpgradeStep(PostUpgradeStep step);
 
-    /// Whether the class has a factory.
+    /// True if the class has a factory.
     bool isKnown(const std::string& className) const;
     /// A new node of the class that the object key names, or null for an unknown class.
     std::unique_ptr<Node> create(const std::string& objectKey) const;

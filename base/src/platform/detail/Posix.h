@@ -17,7 +17,7 @@ namespace OS::posix
 /// The path as the system takes it; nothing, with EINVAL, for one with an embedded NUL.
 std::optional<std::string> systemPath(const std::wstring& path);
 
-/// Whether a file of this mode is a regular one. If not: EISDIR for a directory, ELOOP for a link
+/// True if a file of this mode is a regular one. If not: EISDIR for a directory, ELOOP for a link
 /// that still is one after all links were followed, ENOTSUP for anything else.
 bool checkRegular(mode_t mode);
 

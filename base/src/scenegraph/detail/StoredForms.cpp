@@ -73,13 +73,13 @@ const char* readNumber(const char* begin, const char* end, double& value)
     return error == std::errc() ? after : nullptr;
 }
 
-/// Whether VTK, which ends its names at a zero byte, can have such a name.
+/// True if VTK, which ends its names at a zero byte, can have such a name.
 bool isName(const std::string& text)
 {
     return text.find('\0') == std::string::npos;
 }
 
-/// Whether the keys are "0", "1" and so on.
+/// True if the keys are "0", "1" and so on.
 bool isNumbered(const std::vector<std::string>& keys)
 {
     bool res = true;

@@ -32,7 +32,7 @@ vtkSmartPointer<vtkBitArray> bitsOfBytes(vtkUnsignedCharArray& bytes);
 /// first, since its memory holds no colours yet.
 vtkSmartPointer<vtkUnsignedCharArray> coloursOf(vtkLookupTable& table, const std::string& name,
                                                 vtkUnsignedCharArray* previous);
-/// Whether an array can be the colours of a table.
+/// True if an array can be the colours of a table.
 bool holdsColours(vtkUnsignedCharArray& array);
 /// A new table; the colours have to satisfy `holdsColours`, and the range must not fall.
 vtkSmartPointer<vtkLookupTable> tableOf(vtkUnsignedCharArray& colours, const Range& range);

@@ -20,7 +20,7 @@ public:
     /// Opens a file and lists its records.
     virtual FileIoStatus open(const std::wstring& path) = 0;
     virtual void close() = 0;
-    /// Whether a file was opened that has records.
+    /// True if a file was opened that has records.
     virtual bool isOpen() const = 0;
     /// Delivers the record of a header, one of the reader's own records, to the stream.
     virtual bool loadRecord(const Properties& header, NodeStream& stream) = 0;

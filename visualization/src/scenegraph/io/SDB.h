@@ -108,7 +108,7 @@ TAVO_EXPORT bool readCompressed(std::istream& in, char* data, std::uint64_t size
 /// Writes the file header tag and a line feed at the current position, and flushes.
 TAVO_EXPORT void writeHeader(std::ostream& out);
 
-/// Whether a file header carries the identifier of the container format.
+/// True if a file header carries the identifier of the container format.
 TAVO_EXPORT bool isUuidCorrect(const Properties& header);
 
 /// The container format version of a file header; false and the largest int if it has none.

@@ -83,7 +83,7 @@ public:
     vtkSetStringMacro(FieldDataName);
     vtkGetStringMacro(FieldDataName);
 
-    // Whether records that do not become the active attribute are kept as ordinary arrays; off by default.
+    // True if records that do not become the active attribute are kept as ordinary arrays; off by default.
     vtkSetMacro(ReadAllScalars, int);
     vtkGetMacro(ReadAllScalars, int);
     vtkBooleanMacro(ReadAllScalars, int);

@@ -85,7 +85,7 @@ public:
     vtkSetStringMacro(FieldDataName);
     vtkGetStringMacro(FieldDataName);
 
-    /// Whether blocks of at least 1024 bytes are compressed; off by default.
+    /// True if blocks of at least 1024 bytes are compressed; off by default.
     vtkSetMacro(CompressBinaryData, int);
     vtkGetMacro(CompressBinaryData, int);
 
@@ -182,7 +182,7 @@ private:
     /// The token that names an attribute array.
     std::string AttributeName(const AttributeKind& kind, vtkDataArray& array);
     std::string LookupTableWord() const;
-    /// Whether there is a reason against writing the array, which is then reported.
+    /// True if there is a reason against writing the array, which is then reported.
     bool ReportRefusal(vtkDataArray& array, const std::string& refusal);
 
     int WriteRecord(std::ofstream* fp, const detail::ArrayRecord& record, const std::string& format);

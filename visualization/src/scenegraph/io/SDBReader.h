@@ -44,7 +44,7 @@ public:
     /// Closes the file; lists and canvas info are kept.
     void close() override;
 
-    /// Whether a file was opened and the list of records is not empty. Stays true after `close` and after a failed
+    /// True if a file was opened and the list of records is not empty. Stays true after `close` and after a failed
     /// `open`, as the list does.
     bool isOpen() const override;
 

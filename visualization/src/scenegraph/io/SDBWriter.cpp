@@ -207,7 +207,7 @@ bool SDBWriter::isOpen() const
     return _fileStream && _fileStream->is_open();
 }
 
-/// Whether an addition is under way. A node that opens another file in the middle of one writes nothing there: what
+/// True if an addition is under way. A node that opens another file in the middle of one writes nothing there: what
 /// is no addition could not be found again.
 bool SDBWriter::isAdding() const
 {

@@ -86,11 +86,11 @@ public:
     ///   NotOpen - as for addRecord
     io::FileIoStatus addThumbnail(int recordIndex, const Bitmap<3>& bitmap) override;
 
-    /// Whether an addition since the last `open` could not be written, for example to a full disk. The file was cut
+    /// True if an addition since the last `open` could not be written, for example to a full disk. The file was cut
     /// back to its last whole item, or to what it held before all additions, and closed.
     bool hasFailed() const { return _failed; }
 
-    /// Whether nodes are being asked for their data at the moment.
+    /// True if nodes are being asked for their data at the moment.
     bool getExportBinaryData() const { return _binaryPass; }
 
     /// Attaches and detaches an observer of the writing of records; it stays with the caller and must be detached
@@ -105,13 +105,13 @@ public:
     /// none.
     void setStopCheck(std::function<void()> check);
 
-    /// Whether acknowledged items have reached the device, so that a power cut leaves them: the header of an item is
+    /// True if acknowledged items have reached the device, so that a power cut leaves them: the header of an item is
     /// synchronised before its payloads, these before the byte that completes the item, and that byte, and the name of
     /// a new file, before the call returns. Off by default, since it costs three waits for the device an item. To be
     /// set before `open`.
     void setSynchronised(bool synchronised) { _synchronised = synchronised; }
 
-    /// Whether what is added to a file between `open` and `close` stands or falls together: an addition that cannot be
+    /// True if what is added to a file between `open` and `close` stands or falls together: an addition that cannot be
     /// written then takes all of it back. Off by default. To be set before the first addition.
     void setAllOrNothing(bool allOrNothing) { _allOrNothing = allOrNothing; }
 

@@ -127,7 +127,7 @@ void SDBWriter::writeTag(const Properties& tag)
     }
 }
 
-/// Whether a stored payload can serve: the checksum may be that of another owner, and the tag may come from a damaged
+/// True if a stored payload can serve: the checksum may be that of another owner, and the tag may come from a damaged
 /// file, so that owner, name, kind and extent are compared as well.
 bool SDBWriter::isWholeBlockOf(const Properties& stored, const BlockKey& block) const
 {

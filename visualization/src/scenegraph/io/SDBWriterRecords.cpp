@@ -137,7 +137,7 @@ public:
     Addition(const Addition&) = delete;
     Addition& operator=(const Addition&) = delete;
 
-    /// Whether the system has taken everything that was written up to now.
+    /// True if the system has taken everything that was written up to now.
     bool taken() { return isWritable() && _stream->flushed(); }
 
     /// The same, and if the writer wants that, whether the device has it too.
@@ -152,7 +152,7 @@ public:
     }
 
 private:
-    /// Whether no node has closed the file or opened another one.
+    /// True if no node has closed the file or opened another one.
     bool isWritable() const { return _writer._fileStream == _stream && _stream->is_open(); }
 
     SDBWriter& _writer;
@@ -161,7 +161,7 @@ private:
     bool _complete = false;
 };
 
-/// Whether the system has taken everything that was written, and if that is wanted, whether the device has it, too.
+/// True if the system has taken everything that was written, and if that is wanted, whether the device has it, too.
 bool SDBWriter::secureFile()
 {
     if (_fileStream->flushed() && _synchronised && !_fileStream->synchronise())

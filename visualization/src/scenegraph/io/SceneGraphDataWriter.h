@@ -52,7 +52,7 @@ public:
     vtkSetStringMacro(FileName);
     vtkGetStringMacro(FileName);
 
-    /// Whether the output is kept as a string; off by default.
+    /// True if the output is kept as a string; off by default.
     vtkSetMacro(WriteToOutputString, int);
     vtkGetMacro(WriteToOutputString, int);
     vtkBooleanMacro(WriteToOutputString, int);
@@ -79,7 +79,7 @@ public:
 
     void SetFileTypeToBinary() { this->SetFileType(VTK_BINARY); }
 
-    /// Whether a stream of the caller takes the output.
+    /// True if a stream of the caller takes the output.
     vtkGetMacro(WriteToOStream, int);
 
     /// Writes to a stream of the caller from now on, before all other outputs. The stream outlives every write.
@@ -115,7 +115,7 @@ public:
     /// and more is refused with an error and the error code FileFormatError.
     virtual void CloseVTKFile(std::ostream* fp);
 
-    /// Whether this write, or the last one, has left out something that the format cannot hold, or that it has no
+    /// True if this write, or the last one, has left out something that the format cannot hold, or that it has no
     /// record for: pedigree ids, edge flags, and arrays that are not numeric.
     bool HasLeftOut() const { return this->LeftOut; }
 
@@ -163,7 +163,7 @@ protected:
     /// `dataType`.
     int WriteArray(std::ostream* fp, int dataType, vtkDataArray* data, const char* format, int num, int numComp);
 
-    /// Whether this write has refused cells: the cell data would belong to others.
+    /// True if this write has refused cells: the cell data would belong to others.
     bool HasRefusedCells() const { return this->RefusedCells; }
 
     /// Deletes the file that this write has opened, if it has opened one.
@@ -193,7 +193,7 @@ private:
     std::string AttributeName(const AttributeKind& kind, vtkDataArray& array);
     std::string LookupTableWord() const;
 
-    /// Whether there is a reason against writing that many values of the array, which is then reported.
+    /// True if there is a reason against writing that many values of the array, which is then reported.
     bool Refuse(vtkDataArray& array, std::int64_t values);
     /// Counts an array of a field or an attribute; whether it is one more than are read back, which is reported.
     bool RefuseForNumber(vtkDataArray* array);

@@ -42,7 +42,7 @@ std::string fieldArrayName(const std::string& encoded)
     return detail::cutToToken(escape + encoded.substr(1));
 }
 
-/// Whether there is an attribute with values that these files have no record for.
+/// True if there is an attribute with values that these files have no record for.
 bool hasForeignAttributes(vtkDataSetAttributes& attributes)
 {
     vtkAbstractArray* const pedigreeIds = attributes.GetPedigreeIds();

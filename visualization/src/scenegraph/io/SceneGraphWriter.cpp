@@ -53,7 +53,7 @@ struct ArrayShape
 
     std::int64_t used() const { return components * tuples; }
 
-    /// Whether sizes are numbers that the header can hold.
+    /// True if sizes are numbers that the header can hold.
     bool fits() const { return capacity <= detail::MAX_STORED / std::max(width, 1); }
 
     std::int64_t components;
@@ -150,7 +150,7 @@ std::string nameOfArrayFile(const std::string& file)
     return isArrayFile ? file.substr(0, file.size() - extension.size()) : "";
 }
 
-/// Whether a name is one of `names` with suffixes for kinds.
+/// True if a name is one of `names` with suffixes for kinds.
 bool mayBeOfOneOf(const std::set<std::string>& names, std::string name)
 {
     constexpr std::size_t SUFFIX_BYTES = 2;
@@ -197,7 +197,8 @@ SceneGraphWriter& SceneGraphWriter::operator=(SceneGraphWriter&& other) noexcept
         _dataDirectory = std::move(other._dataDirectory);
         _sceneStream = other._sceneStream; // whoever is writing a scene goes on
         _nodes = std::exchange(other._nodes, {});
-        _arrayFiles = other._arrayFiles;
+        _arrayFiles = std::move(other._arrayFiles);
+        _written = std::move(other._written);
         _failed = other._failed;
     }
     return *this;

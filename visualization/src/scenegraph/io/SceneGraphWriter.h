@@ -63,7 +63,7 @@ public:
     /// earlier one, and of the data files those that came first are new.
     bool save(const std::string& directory, SceneNode& root);
 
-    /// Whether something of the last `save` is not in its files: a file that could not be opened or not be written to
+    /// True if something of the last `save` is not in its files: a file that could not be opened or not be written to
     /// its end (one that was there is the earlier one then), an array or part of a polydata that cannot be stored, the
     /// values of an array of bits, which these files have no room for, or data of which there was more under the same
     /// kind, key and name. One line on standard error tells of each but the first.

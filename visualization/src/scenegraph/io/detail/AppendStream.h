@@ -26,7 +26,7 @@ public:
     /// file cannot be cut. Whether anything was cut off since the item before.
     bool beginItem();
 
-    /// Whether an item has been begun and neither ended, left nor abandoned.
+    /// True if an item has been begun and neither ended, left nor abandoned.
     bool isInItem() const { return _inItem; }
 
     /// Flushes; true if everything up to now has been taken by the system.

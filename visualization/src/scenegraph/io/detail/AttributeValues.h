@@ -15,7 +15,7 @@ namespace tsg::detail
 
 bool hasTuples(vtkDataArray* array);
 
-/// Whether any array of a field data, which may be null, has tuples.
+/// True if any array of a field data, which may be null, has tuples.
 bool anyTuples(vtkFieldData* fieldData);
 
 /// The places of the arrays that belong into a field section. Attributes have records of their own, or none: pedigree

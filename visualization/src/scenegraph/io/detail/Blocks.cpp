@@ -112,7 +112,7 @@ void BlockReader::readFrame()
     _zlib.emplace();
 }
 
-/// Whether uncompressed bytes in memory are the lengths and the zlib stream of a block for just this content: then it
+/// True if uncompressed bytes in memory are the lengths and the zlib stream of a block for just this content: then it
 /// is the method byte that is damaged.
 bool BlockReader::isCompressedBlock() const
 {

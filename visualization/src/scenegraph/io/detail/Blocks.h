@@ -42,7 +42,7 @@ enum class BlockResult
     UnknownMethod
 };
 
-/// Whether the content is the one that was stored, as far as the block itself can tell.
+/// True if the content is the one that was stored, as far as the block itself can tell.
 bool isSound(BlockResult result);
 
 /// Reads the content of one block piece by piece, from the frame at the position of the stream on. Messages are those

@@ -11,7 +11,7 @@ namespace tsg::detail
 namespace
 {
 
-/// Whether a cell that begins at `at` lies within a list of `size` integers.
+/// True if a cell that begins at `at` lies within a list of `size` integers.
 bool holdsCell(const std::int32_t* list, std::int64_t size, std::int64_t at)
 {
     return at < size && list[at] >= 0 && list[at] < size - at;

@@ -19,7 +19,7 @@ struct IdRange
 {
     std::uint64_t end = 0; ///< one more than the largest id, taken as unsigned so that negative ids are the largest
 
-    /// Whether every id is one of `points` points, which are not negative. No ids fit any number.
+    /// True if every id is one of `points` points, which are not negative. No ids fit any number.
     bool fit(std::int64_t points) const { return end <= static_cast<std::uint64_t>(points); }
 };
 

@@ -13,7 +13,7 @@
 namespace tsg::detail
 {
 
-/// Whether `token` begins with `word`, ASCII letters compared in either case.
+/// True if `token` begins with `word`, ASCII letters compared in either case.
 constexpr bool beginsWith(std::string_view token, std::string_view word)
 {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };

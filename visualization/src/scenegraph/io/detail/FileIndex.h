@@ -34,7 +34,7 @@ public:
     {
         Properties tag;               ///< says where it lies
         unsigned long long stamp = 0; ///< of the data when it was stored
-        /// Whether this process has stored it, or found that it holds what it would store: only then the stamp, which
+        /// True if this process has stored it, or found that it holds what it would store: only then the stamp, which
         /// each process counts for itself, says that data is unchanged.
         bool isKnown = false;
     };

@@ -141,7 +141,7 @@ private:
         return true;
     }
 
-    /// Whether another item may take the place of the current one: there is a file header in front of it.
+    /// True if another item may take the place of the current one: there is a file header in front of it.
     bool canBeCut() const { return _result.lastItemEnd > 0; }
 
     void stopAtUnreadable(TagScan scan)

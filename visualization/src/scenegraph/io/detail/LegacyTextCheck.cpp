@@ -55,7 +55,7 @@ constexpr PlainAttribute PLAIN_ATTRIBUTES[] = {
 constexpr std::string_view SECTIONS[] = {FIELD_WORD,    POINTS_WORD,          VERTICES_WORD,  LINES_WORD,
                                          POLYGONS_WORD, TRIANGLE_STRIPS_WORD, CELL_DATA_WORD, POINT_DATA_WORD};
 
-/// Whether `bit` comes up for the first time.
+/// True if `bit` comes up for the first time.
 bool seeFirst(unsigned& seen, unsigned bit)
 {
     const bool isFirst = (seen & bit) == 0;
@@ -210,7 +210,7 @@ bool LegacyTextCheck::passFields(ArrayPlace place)
     return true;
 }
 
-/// Whether the next line describes an array of a field section. Some writers count arrays that they have left out.
+/// True if the next line describes an array of a field section. Some writers count arrays that they have left out.
 bool LegacyTextCheck::nextIsFieldArray() const
 {
     LegacyTokens tokens = _tokens;

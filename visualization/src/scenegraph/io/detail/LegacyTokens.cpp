@@ -147,7 +147,7 @@ Fraction scanFraction(char* at)
     return fraction;
 }
 
-/// Whether T holds the number, perhaps as zero.
+/// True if T holds the number, perhaps as zero.
 template <class T>
 bool isInRange(const char* begin, const Fraction& fraction)
 {

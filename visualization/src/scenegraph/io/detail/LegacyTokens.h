@@ -13,7 +13,7 @@
 namespace tsg::detail
 {
 
-/// Whether two words are the same, ASCII letters compared in either case.
+/// True if two words are the same, ASCII letters compared in either case.
 bool sameWord(std::string_view left, std::string_view right);
 
 /// A value that the text spells with letters, since it has no digits.
@@ -32,10 +32,10 @@ public:
     /// How many bytes are left.
     std::int64_t left() const { return _end - _at; }
 
-    /// Whether the last line of the text ends: where it does not, its last number may have been cut.
+    /// True if the last line of the text ends: where it does not, its last number may have been cut.
     bool endsWithLine() const { return _at != _end && _end[-1] == '\n'; }
 
-    /// Whether nothing but white space is left.
+    /// True if nothing but white space is left.
     bool atEnd();
 
     /// The rest of the line without its line end; goes to the next line.

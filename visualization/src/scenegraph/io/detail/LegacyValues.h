@@ -14,7 +14,7 @@ struct LegacyValues
 {
     std::string_view word; ///< names the type
     int width;             ///< bytes that a value takes in memory, or more
-    /// Whether `count` values of the type follow. Those that are no numbers or infinite are added to `replaced`.
+    /// True if `count` values of the type follow. Those that are no numbers or infinite are added to `replaced`.
     bool (*pass)(LegacyTokens& tokens, std::int64_t count, std::vector<ReplacedValue>& replaced);
 };
 

@@ -28,7 +28,7 @@ public:
         return budget;
     }
 
-    /// Whether memory may be taken for all that is announced before it arrives.
+    /// True if memory may be taken for all that is announced before it arrives.
     bool hasEnd() const { return _hasEnd; }
 
     /// Takes `bytes` off the budget; false, and nothing is taken, if there is less left.

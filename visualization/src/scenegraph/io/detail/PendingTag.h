@@ -28,7 +28,7 @@ std::string beyondAnyFile(std::uint64_t position);
 /// item is finished, so that the device may have any bytes of it, old or new, when the power is cut.
 constexpr std::uint64_t FAR_BEYOND = 0xf000000000000000;
 
-/// Whether the number of an item's tag that says that the item is finished is one that a writer leaves there until
+/// True if the number of an item's tag that says that the item is finished is one that a writer leaves there until
 /// then: zero, or beyond any file. Any other in an unfinished item is damaged.
 bool isPending(const Properties& tag);
 

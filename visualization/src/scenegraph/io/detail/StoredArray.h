@@ -22,7 +22,7 @@ namespace tsg::detail
 /// are not stored at all; see isStorable.
 int storedWidth(int vtkType);
 
-/// Whether arrays of this VTK type code are stored: 1 to 12 and 15 to 17.
+/// True if arrays of this VTK type code are stored: 1 to 12 and 15 to 17.
 bool isStorable(int vtkType);
 
 /// A product as the 32-bit arithmetic of the formats gives it.

@@ -24,7 +24,7 @@ namespace
 
 constexpr std::uint64_t WINDOW_BYTES = 65536;
 
-/// Whether a source gives exactly these bytes next.
+/// True if a source gives exactly these bytes next.
 template <class Source>
 bool givesBytes(const char* data, std::uint64_t size, const Source& source)
 {
@@ -65,7 +65,7 @@ public:
         return !_differs;
     }
 
-    /// Whether a block of values is another one; the writer raises an InternalError then.
+    /// True if a block of values is another one; the writer raises an InternalError then.
     bool differs() const { return _differs; }
 
 protected:

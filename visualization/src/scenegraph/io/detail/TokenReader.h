@@ -26,7 +26,7 @@ void skipRestOfLine(std::istream& in);
 /// Lower-cases ASCII letters in place up to the terminating zero or `length`.
 void lowerCase(char* text, std::size_t length);
 
-/// Whether a name is the one asked for; null asks for none in particular.
+/// True if a name is the one asked for; null asks for none in particular.
 bool isWanted(const char* asked, const char* name);
 
 /// Reads decimal numbers from a stream.

@@ -35,7 +35,7 @@ public:
     /// All data is written: 100 percent.
     void finish();
 
-    /// Whether an observer or the stop check has thrown since `reset`.
+    /// True if an observer or the stop check has thrown since `reset`.
     bool wasStopped() const { return _stopped; }
 
 private:
