@@ -28,7 +28,7 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override;
     void Finalize() override;
 
-    /// Whether every pair that was run kept its limit.
+    /// True if every pair that was run kept its limit.
     bool withinLimits() const { return _withinLimits; }
 
 private:

@@ -88,6 +88,25 @@ void writeOurs(benchmark::State& state, MakePayload payload, bool compress)
     }
 }
 
+/// The record of a surface in a new file, so that nothing stored is referred to.
+void writeSurface(benchmark::State& state, bool synchronised)
+{
+    const ScratchFile file("_surface.sce");
+    for ([[maybe_unused]] auto _ : state)
+    {
+        writeRecord(surface().root, file, true, synchronised);
+    }
+}
+
+BENCHMARK_CAPTURE(writeSurface, synchronised, true)
+    ->Name("synchronise_polydata/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(writeSurface, unsynchronised, false)
+    ->Name("synchronise_polydata/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
 void writeReference(benchmark::State& state, MakePayload payload, bool compress)
 {
     const ScratchFile file("_reference");

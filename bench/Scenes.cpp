@@ -105,9 +105,10 @@ void addRecord(tsg::SDBWriter& writer, const tsg::SceneNode& root)
     require(index >= 0 && !writer.hasFailed());
 }
 
-void writeRecord(const tsg::SceneNode& root, const ScratchFile& file, bool compress)
+void writeRecord(const tsg::SceneNode& root, const ScratchFile& file, bool compress, bool synchronised)
 {
     tsg::SDBWriter writer;
+    writer.setSynchronised(synchronised);
     openNew(writer, file, compress);
     addRecord(writer, root);
     writer.close();

@@ -99,7 +99,7 @@ void openExisting(tsg::SDBReader& reader, const ScratchFile& file);
 void addRecord(tsg::SDBWriter& writer, const tsg::SceneNode& root);
 
 /// Writes a new file of one record.
-void writeRecord(const tsg::SceneNode& root, const ScratchFile& file, bool compress);
+void writeRecord(const tsg::SceneNode& root, const ScratchFile& file, bool compress, bool synchronised = false);
 
 /// Loads a record that has data.
 void loadRecord(tsg::SDBReader& reader, int record);

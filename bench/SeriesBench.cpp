@@ -147,9 +147,10 @@ constexpr int MANY_BLOCKS = 10;
 class SmallRecords
 {
 public:
-    explicit SmallRecords(int blocks)
+    explicit SmallRecords(int blocks, bool synchronised = false)
         : _file("_many.sce")
     {
+        _writer.setSynchronised(synchronised);
         for (int i = 0; i < blocks; ++i)
         {
             _arrays.push_back(smoothArray("a" + std::to_string(i), VTK_FLOAT, 1, 8));
@@ -225,6 +226,25 @@ void addLate(benchmark::State& state, int number)
         state.SetIterationTime(processorSeconds([&] { content.growTo(number); }) / ADDED);
     }
 }
+
+/// Adding records one by one.
+void addSmall(benchmark::State& state, bool synchronised)
+{
+    SmallRecords content(MANY_BLOCKS, synchronised);
+    for ([[maybe_unused]] auto _ : state)
+    {
+        content.growTo(content.records() + 1);
+    }
+}
+
+BENCHMARK_CAPTURE(addSmall, synchronised, true)
+    ->Name("synchronise_small/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(addSmall, unsynchronised, false)
+    ->Name("synchronise_small/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
 
 template <class... Arguments>
 bool registerPerRecord(const std::string& name, void (*function)(benchmark::State&, Arguments...), Arguments... values)
