@@ -71,7 +71,7 @@ int writeMesh(const std::wstring& path, int side)
         });
     const long long largest = std::max(points, list);
     std::cout << "write: points " << mesh->GetNumberOfPoints() << ", triangles " << mesh->GetNumberOfPolys()
-              << ", largest block " << largest << ", promised " << 2 * largest << ", peak " << peak << '\n';
+              << ", largest block " << largest << ", promised " << largest << ", peak " << peak << '\n';
     return 0;
 }
 
