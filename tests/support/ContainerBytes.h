@@ -30,6 +30,21 @@ struct RawBlock
     Edit edit = {};
 };
 
+/// Makes the block one of three characters.
+inline Edit chars(const Edit& more = {}, int type = VTK_UNSIGNED_CHAR)
+{
+    return [=](Properties& tag)
+    {
+        tag.set("NumberOfComponents", 1);
+        tag.set("NumberOfTuples", 3);
+        tag.set("DataType", type);
+        if (more)
+        {
+            more(tag);
+        }
+    };
+}
+
 /// A block that a writer could have stored for this array of floats; `change` is the last to edit its tag.
 inline RawBlock storedBlock(vtkDataArray& array, const Edit& change = {})
 {

@@ -125,7 +125,8 @@ Run declareExport(CLI::App& app)
                    "Scene database; one record of it, counted from 0 or, negative, from the end")
         ->required();
     app.add_option("-o", options->target.output, "Folder to write to")->required()->type_name("DIR");
-    app.add_flag("--force", options->target.force, "Replace files in the folder that have the same names");
+    app.add_flag("--force", options->target.force,
+                 "Replace files in the folder that have the same names, and data of an earlier scene directory");
     auto* const scenes = app.add_flag("--scene-directory", options->sceneDirectory,
                                       "Write a scene directory; of several records, one each in a folder of its own");
     app.add_flag("--skip-unsupported", options->skipUnsupported,

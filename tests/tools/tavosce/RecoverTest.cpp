@@ -241,20 +241,14 @@ TEST_F(RecoverTest, picturesStayWithTheirRecords)
 
 TEST_F(RecoverTest, whatIsNotFollowedFromTheHeadersIsSetRight)
 {
-    const Edit chars = [](Properties& tag)
-    {
-        tag.set("NumberOfComponents", 1);
-        tag.set("NumberOfTuples", 3);
-        tag.set("DataType", VTK_UNSIGNED_CHAR);
-    };
     const std::string abc("\0abc", 4);
     ContainerBytes file;
-    file.record("a", {{"T", abc, {}, chars}});
+    file.record("a", {{"T", abc, {}, chars()}});
     const auto payload = file.lastPayload;
     const auto frame = [](int number)
     { return [=](Properties& tag) { tag.set("Frame", number, Properties::Overwrite); }; };
-    file.record("b", {{"U", "", payload, chars}}, frame(7)).raw("junk");
-    write("x.sce", file.record("c", {{"V", abc, {}, chars}}, position("BinaryData", 9)).str());
+    file.record("b", {{"U", "", payload, chars()}}, frame(7)).raw("junk");
+    write("x.sce", file.record("c", {{"V", abc, {}, chars()}}, position("BinaryData", 9)).str());
     EXPECT_EQ(run("verify @x.sce").code, 1);
     EXPECT_EQ(run("recover @x.sce -o @out.sce").code, 1);
     EXPECT_EQ(run("verify @out.sce").code, 0) << run("verify @out.sce").out;
@@ -264,13 +258,7 @@ TEST_F(RecoverTest, whatIsNotFollowedFromTheHeadersIsSetRight)
 TEST_F(RecoverTest, aRecordEndsWhereItsTagsLead)
 {
     const LogCapture log;
-    const Edit chars = [](Properties& tag)
-    {
-        tag.set("NumberOfComponents", 1);
-        tag.set("NumberOfTuples", 3);
-        tag.set("DataType", VTK_UNSIGNED_CHAR);
-    };
-    const RawBlock block{"T", std::string("\0abc", 4), {}, chars};
+    const RawBlock block{"T", std::string("\0abc", 4), {}, chars()};
     const auto file = [&](const Edit& edit, const std::string& behind, bool isLast)
     {
         ContainerBytes res;
@@ -378,19 +366,10 @@ TEST_F(RecoverTest, tagsOfOtherWritersAreCopiedAsTheyAre)
 
 TEST_F(RecoverTest, whatOnlyLooksWholeIsNotTakenForIt)
 {
-    const auto chars = [](int type)
-    {
-        return [=](Properties& tag)
-        {
-            tag.set("NumberOfComponents", 1);
-            tag.set("NumberOfTuples", 3);
-            tag.set("DataType", type);
-        };
-    };
     const std::string abc("\0abc", 4);
     ContainerBytes types;
-    types.record("a", {{"T", abc, {}, chars(VTK_UNSIGNED_CHAR)}});
-    types.record("b", {{"T", "", types.lastPayload, chars(VTK_CHAR)}});
+    types.record("a", {{"T", abc, {}, chars()}});
+    types.record("b", {{"T", "", types.lastPayload, chars({}, VTK_CHAR)}});
     const Edit earlier = [](Properties& tag) { position("FilePos", sdb::hexFromProp(tag, "FilePos") - 1)(tag); };
 
     struct Case

@@ -74,21 +74,6 @@ Edit text(const std::string& key, const std::string& value)
     return [=](Properties& tag) { tag.set(key, value, Properties::Overwrite); };
 }
 
-/// Makes the block one of three unsigned chars.
-Edit chars(const Edit& more = {})
-{
-    return [=](Properties& tag)
-    {
-        tag.set("NumberOfComponents", 1);
-        tag.set("NumberOfTuples", 3);
-        tag.set("DataType", VTK_UNSIGNED_CHAR);
-        if (more)
-        {
-            more(tag);
-        }
-    };
-}
-
 RawBlock array(const std::string& name, const std::string& payload, const Edit& edit = {})
 {
     return {name, payload, {}, chars(edit)};

@@ -253,6 +253,7 @@ vtkDataArray* SDBDataReader::ReadArray(const char* typeWord, int tuples, int com
     std::string word(typeWord);
     LowerCase(word.data(), word.size());
     const vtkSmartPointer<vtkDataArray> array = this->Arrays().read(word, tuples, components);
+    this->Announced = UNNAMED_ARRAY; // unless the next one is announced
     if (array != nullptr)
     {
         array->Register(nullptr); // the caller's reference

@@ -286,7 +286,8 @@ private:
     detail::CodecRun* Lent = nullptr; ///< see lend
     struct OwnRun;
     std::unique_ptr<OwnRun> Own; ///< in place of what was not lent, made at its first use in a run
-    std::string Announced;       ///< see Announce
+    static constexpr const char* UNNAMED_ARRAY = "array";
+    std::string Announced = UNNAMED_ARRAY; ///< see Announce
     friend void detail::lend(SDBDataReader& reader, detail::CodecRun* run);
 
     int FileType = 1;
