@@ -168,11 +168,13 @@ const std::string& ExportFolder::baseOf(const std::string& objectKey)
     std::string& res = _bases[objectKey];
     if (res.empty())
     {
-        const std::string whole = fileNameOf(objectKey);
-        res = whole.substr(0, MAX_BASE);
-        for (int i = 2; res.empty() || (i == 2 && res != whole) || !_usedBases.insert(res).second; ++i)
+        const std::string whole = fileNameOf(objectKey), start = whole.substr(0, beginningOf(whole, MAX_BASE));
+        res = start;
+        bool isFree = !res.empty() && res == whole && _usedBases.insert(res).second;
+        for (int& number = _lastNumbers[start]; !isFree; isFree = _usedBases.insert(res).second)
         {
-            res = whole.substr(0, MAX_BASE) + '~' + std::to_string(i);
+            number = std::max(number + 1, 2);
+            res = start + '~' + std::to_string(number);
         }
     }
     return res;

@@ -58,6 +58,7 @@ private:
     OutputFolder _output;
     std::map<std::string, std::string> _bases; ///< by object key
     std::set<std::string> _usedBases;
+    std::map<std::string, int> _lastNumbers; ///< that told names with the same beginning apart
 };
 
 } // namespace tavosce

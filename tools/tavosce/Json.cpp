@@ -8,6 +8,7 @@
 
 #include <rapidjson/ostreamwrapper.h>
 #include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
 
 namespace tavosce
 {
@@ -32,7 +33,14 @@ struct Json::Writer
         writer.SetIndent(' ', 2);
     }
 
-    void string(const std::string& text) { writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
+    void string(const std::string& text)
+    {
+        rapidjson::StringBuffer buffer;
+        rapidjson::Writer<rapidjson::StringBuffer> plain(buffer);
+        plain.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+        const std::string escaped = escapedJson({buffer.GetString(), buffer.GetSize()});
+        writer.RawValue(escaped.data(), escaped.size(), rapidjson::kStringType);
+    }
 
     rapidjson::OStreamWrapper stream;
     rapidjson::PrettyWriter<rapidjson::OStreamWrapper> writer;

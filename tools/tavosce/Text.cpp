@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <iterator>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include <utf8.h>
 
@@ -17,9 +19,16 @@ namespace
 constexpr char DIGITS[] = "0123456789abcdef";
 constexpr char UPPER_DIGITS[] = "0123456789ABCDEF";
 
-bool isControl(std::uint32_t codePoint)
+/// Ranges of characters that cannot be seen but do something to the text around them or to a terminal: controls, marks
+/// of direction, separators of lines and paragraphs, and what Unicode calls no characters.
+constexpr std::pair<std::uint32_t, std::uint32_t> HIDDEN[] = {
+    {0, 0x1f}, {0x7f, 0x9f}, {0x61c, 0x61c}, {0x200e, 0x200f}, {0x2028, 0x202e}, {0x2066, 0x2069}, {0xfffe, 0xffff}};
+
+bool isHidden(std::uint32_t codePoint)
 {
-    return codePoint < 0x20 || (codePoint >= 0x7f && codePoint < 0xa0);
+    return std::any_of(std::begin(HIDDEN), std::end(HIDDEN),
+                       [codePoint](const auto& range)
+                       { return codePoint >= range.first && codePoint <= range.second; });
 }
 
 /// Hands a text out piece by piece: well-formed characters, and single bytes that belong to none.
@@ -97,7 +106,7 @@ enum class Backslashes
     Kept
 };
 
-/// A text in which control characters and bytes that are no UTF-8 are visible.
+/// A text in which hidden characters and bytes that are no UTF-8 are visible.
 std::string visible(const std::string& text, Backslashes backslashes)
 {
     std::string res;
@@ -113,7 +122,7 @@ std::string visible(const std::string& text, Backslashes backslashes)
         {
             res += codePoint == '\n' ? "\\n" : "\\t";
         }
-        else if (isControl(codePoint))
+        else if (isHidden(codePoint))
         {
             std::for_each(bytes.begin(), bytes.end(), escape);
         }
@@ -149,6 +158,26 @@ std::string shownJsonStart(const std::string& json)
     constexpr std::size_t MOST_BYTES = 1000;
     const std::size_t end = beginningOf(json, MOST_BYTES);
     return shownJson(json.substr(0, end)) + (end < json.size() ? "..." : "");
+}
+
+std::string escapedJson(const std::string& json)
+{
+    std::string res;
+    const auto character = [&res](std::uint32_t codePoint, std::string_view bytes)
+    {
+        if (!isHidden(codePoint))
+        {
+            res += bytes;
+            return;
+        }
+        res += "\\u";
+        for (int shift = 12; shift >= 0; shift -= 4)
+        {
+            res += DIGITS[codePoint >> shift & 15];
+        }
+    };
+    forEachPiece(json, character, [&res](unsigned char byte) { res += static_cast<char>(byte); });
+    return res;
 }
 
 std::size_t beginningOf(const std::string& text, std::size_t most)
@@ -214,7 +243,7 @@ std::string padded(const std::string& text, std::size_t width)
 
 std::string fileNameOf(const std::string& objectKey)
 {
-    return marked(objectKey, [](std::uint32_t codePoint) { return codePoint == '/' || isControl(codePoint); });
+    return marked(objectKey, [](std::uint32_t codePoint) { return codePoint == '/' || isHidden(codePoint); });
 }
 
 std::string xmlNameOf(const std::string& name)

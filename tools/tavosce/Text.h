@@ -10,8 +10,8 @@ namespace tavosce
 /// True if a byte string is UTF-8.
 bool isUtf8(const std::string& text);
 
-/// A text from a file as it may be shown: control characters and bytes that are no UTF-8 as \n, \t or \xNN, a backslash
-/// doubled.
+/// A text from a file as it may be shown: characters that cannot be seen (controls, marks of direction, separators of
+/// lines) and bytes that are no UTF-8 as \n, \t or \xNN, a backslash doubled.
 std::string shown(const std::string& text);
 
 /// The same of a JSON text, whose backslashes are escapes already.
@@ -19,6 +19,9 @@ std::string shownJson(const std::string& json);
 
 /// The same of the first thousand bytes, with "..." behind them if there are more.
 std::string shownJsonStart(const std::string& json);
+
+/// A JSON string with \uXXXX for such characters.
+std::string escapedJson(const std::string& json);
 
 /// The length of the longest beginning of a text that has no more than `most` bytes and splits no character.
 std::size_t beginningOf(const std::string& text, std::size_t most);
@@ -37,8 +40,8 @@ std::string counted(std::uint64_t number, const std::string& noun);
 /// A text behind as many blanks as make it `width` bytes long.
 std::string padded(const std::string& text, std::size_t width);
 
-/// A file name made of an object key. "/", control bytes and bytes that are no UTF-8 become %XX, and so does a "%" that
-/// could be taken for the beginning of such a mark, so that different keys have different names.
+/// A file name made of an object key. "/", characters that cannot be seen and bytes that are no UTF-8 become %XX, and
+/// so does a "%" that could be taken for the beginning of such a mark, so that different keys have different names.
 std::string fileNameOf(const std::string& objectKey);
 
 /// A name that XML can hold: the name itself, or, if there is anything in it that XML cannot hold, with %XX for that in

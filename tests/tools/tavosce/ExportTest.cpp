@@ -10,6 +10,8 @@
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
+#include <list>
+
 namespace
 {
 
@@ -156,6 +158,26 @@ TEST_F(ExportTest, cellsWithTooFewPointsAreLeftOutWithTheirRows)
         const std::string name = "PolyDataNode_" + std::to_string(i + 1);
         EXPECT_THAT(run.err, HasSubstr(name + ".vtp: note: left out: 1 cell with too few points\n"));
         EXPECT_EQ(exported("out/" + name + ".vtp"), textOf(*expected[i])) << name;
+    }
+}
+
+TEST_F(ExportTest, longKeysAreCutBetweenCharactersAndToldApart)
+{
+    Scene root;
+    std::list<tsg::PolyDataNode> parts;
+    const std::string start = std::string(239, 'k') + "\u00e9";
+    for (const char* const end : {"", "1", "2"})
+    {
+        parts.emplace_back(start + end).setPolyData(triangle());
+        root.addChild(parts.back());
+    }
+    store(root);
+    ASSERT_EQ(run("export @s.sce -o @out").code, 0);
+    for (const char* const end : {"~2", "~3", "~4"})
+    {
+        const std::string name = std::string(239, 'k') + end;
+        EXPECT_TRUE(exists(path("out/" + name + ".pvd")));
+        EXPECT_TRUE(exists(path("out/record-0000/" + name + ".vtp")));
     }
 }
 

@@ -23,6 +23,9 @@ TEST(TextTest, whatComesFromFilesIsEscaped)
         {"\x1b[31m\x7f", "\\x1b[31m\\x7f", "%1B[31m%7F"},
         {"\xc2\x85\xff\xc3", "\\xc2\\x85\\xff\\xc3", "%C2%85%FF%C3"},
         {std::string("a\0", 2), "a\\x00", "a%00"},
+        {"\u202egnp.\u2028\u200f", "\\xe2\\x80\\xaegnp.\\xe2\\x80\\xa8\\xe2\\x80\\x8f",
+         "%E2%80%AEgnp.%E2%80%A8%E2%80%8F"},
+        {"\u2066\uffff\U0001ffff", "\\xe2\\x81\\xa6\\xef\\xbf\\xbf\U0001ffff", "%E2%81%A6%EF%BF%BF\U0001ffff"},
         {"a/b", "a/b", "a%2Fb"},
         {"a%2Fb", "a%2Fb", "a%252Fb"},
         {"100% x", "100% x", "100% x"}};
@@ -33,6 +36,7 @@ TEST(TextTest, whatComesFromFilesIsEscaped)
     }
     EXPECT_EQ(tavosce::inQuotes("a\"\\\n"), R"("a\"\\\n")");
     EXPECT_EQ(tavosce::shownJson("\"\\u001b\x7f\""), R"("\u001b\x7f")");
+    EXPECT_EQ(tavosce::escapedJson("\"\\u0001\u00e9\u0085\u202e\x7f\""), "\"\\u0001\u00e9\\u0085\\u202e\\u007f\"");
     const std::string cut = std::string(99, 'x') + "\xc3\xa4";
     EXPECT_EQ(tavosce::shownJsonStart(std::string(999, 'x') + "\xc3\xa4"), std::string(999, 'x') + "...");
     EXPECT_EQ(tavosce::shownJsonStart(std::string(998, '{') + "\xc3\xa4"), std::string(998, '{') + "\xc3\xa4");
