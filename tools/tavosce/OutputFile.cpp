@@ -5,12 +5,12 @@
 
 #include "platform/Platform.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <list>
-#include <set>
+#include <map>
+#include <sstream>
 #include <system_error>
 
 namespace tavosce
@@ -113,21 +113,34 @@ void OutputFile::install()
 OutputFolder::OutputFolder(const std::string& target, bool force)
     : _shown(shown(target))
     , _target(OS::toNarrow(normalised(target)))
-    , _path(OS::toNarrow(Platform::filesystem().getTemporaryPath(OS::toWide(_target))))
-    , _halfMade(OS::toWide(_path))
-    , _targetExists(Platform::filesystem().directoryExists(OS::toWide(_target)))
+    , _new(OS::toWide(_target))
+    , _halfMade(_new.temporaryPath())
 {
     std::error_code error;
-    if (!_targetExists && fs::exists(_target, error))
+    if (Platform::filesystem().directoryExists(OS::toWide(_target)))
+    {
+        _replaced.emplace(OS::toWide(_target));
+        if (!_replaced->isOpen())
+        {
+            throw cannotWrite(_shown, systemReason());
+        }
+    }
+    else if (fs::exists(_target, error))
     {
         throw cannotWrite(_shown, "it is no directory");
     }
-    if (_targetExists && !force && !isEmptyFolder(_target))
+    if (_replaced && !force && !isEmptyFolder(OS::toNarrow(_replaced->path())))
     {
         throw Failure(CannotWrite, _shown, "the directory is not empty",
                       "--force replaces the files in it that have the same names");
     }
-    makeFolder("");
+    errno = 0;
+    if (!_new.make())
+    {
+        throw cannotWrite(_shown, systemReason());
+    }
+    _path = OS::toNarrow(_new.folder().path());
+    _folders.insert("");
 }
 
 std::string OutputFolder::fileFor(const std::string& name)
@@ -143,9 +156,10 @@ std::string OutputFolder::fileFor(const std::string& name)
 
 std::string OutputFolder::folderFor(const std::string& name)
 {
-    if (std::find(_folders.begin(), _folders.end(), name) == _folders.end())
+    errno = 0;
+    if (_folders.insert(name).second && !Platform::filesystem().createDirectory(OS::toWide(_path + '/' + name)))
     {
-        makeFolder(name);
+        throw cannotWrite(_shown, systemReason());
     }
     return name.empty() ? _path : _path + '/' + name;
 }
@@ -161,9 +175,10 @@ void OutputFolder::adopt(const std::string& name, IsEarlier isEarlier)
         (void)Platform::filesystem().listDirectory(inner, files, OS::toWide(_path + '/' + folder));
         for (const std::wstring& entry : inner)
         {
-            _folders.push_back(folder + OS::toNarrow(entry));
-            _adopted.push_back({_folders.back(), isEarlier});
-            folders.push_back(_folders.back() + '/');
+            const std::string found = folder + OS::toNarrow(entry);
+            _folders.insert(found);
+            _adopted.push_back({found, isEarlier});
+            folders.push_back(found + '/');
         }
         for (const std::wstring& entry : files)
         {
@@ -177,23 +192,24 @@ void OutputFolder::install(const std::string& input)
     synchronise(_path, _files);
     synchronise(_path, _folders);
     stopOrCommit();
-    if (_targetExists)
+    if (_replaced)
     {
         moveFiles(input);
-        synchronise(_target, _folders);
+        removeEarlier();
+        synchronise(OS::toNarrow(_replaced->path()), _folders);
         return;
     }
-    std::error_code error;
-    fs::rename(_path, _target, error);
-    if (error)
+    errno = 0;
+    if (!_new.install())
     {
-        throw cannotWrite(_shown, error.message());
+        throw cannotWrite(_shown, systemReason());
     }
-    synchronise(_target, {".."});
+    synchronise(_target, std::set<std::string>{".."});
 }
 
 /// Waits until the device has what is below a root.
-void OutputFolder::synchronise(const std::string& root, const std::vector<std::string>& names)
+template <class Names>
+void OutputFolder::synchronise(const std::string& root, const Names& names)
 {
     errno = 0;
     for (const std::string& name : names)
@@ -209,61 +225,82 @@ void OutputFolder::synchronise(const std::string& root, const std::vector<std::s
 
 void OutputFolder::moveFiles(const std::string& input)
 {
+    const std::string target = OS::toNarrow(_replaced->path());
     for (const std::string& name : _files)
     {
-        if (isSameFile(_target + '/' + name, input))
+        if (isSameFile(target + '/' + name, input))
         {
             throw cannotWrite(_shown, shown(name) + " is the input");
         }
     }
-    OS::FileSystem& files = Platform::filesystem();
-    errno = 0;
     for (const std::string& folder : _folders)
     {
-        if (!files.createDirectory(OS::toWide(_target + '/' + folder)))
-        {
-            throw cannotWrite(_shown, shown(folder) + ": " + systemReason());
-        }
+        makeReplaced(folder);
     }
+    std::map<std::string, std::vector<std::string>> byFolder;
     for (const std::string& name : _files)
     {
-        if (files.replaceFile(OS::toWide(_path + '/' + name), OS::toWide(_target + '/' + name)) != 0)
-        {
-            throw cannotWrite(_shown, shown(name) + ": " + systemReason());
-        }
+        const std::size_t inner = name.rfind('/') + 1; // 0 in the folder itself
+        byFolder[name.substr(0, inner)].push_back(name.substr(inner));
     }
-    removeEarlier();
-}
-
-void OutputFolder::removeEarlier()
-{
-    OS::FileSystem& files = Platform::filesystem();
-    const std::set<std::string> kept(_files.begin(), _files.end());
-    for (const auto& [folder, isEarlier] : _adopted)
+    for (const auto& [folder, names] : byFolder)
     {
-        const std::string path = _target + '/' + folder;
-        std::list<std::wstring> inner, present;
-        (void)files.listDirectory(inner, present, OS::toWide(path));
-        for (const std::wstring& entry : present)
+        const OS::Folder from = reach(_new.folder(), folder), to = reach(*_replaced, folder);
+        for (const std::string& name : names)
         {
-            const std::string name = folder + '/' + OS::toNarrow(entry);
-            if (kept.count(name) == 0 && isEarlier(path, OS::toNarrow(entry)) &&
-                files.markForDeletion(OS::toWide(_target + '/' + name)) != 0)
+            if (!from.moveFile(name, to))
             {
-                throw cannotWrite(_shown, shown(name) + " of an earlier scene cannot be removed: " + systemReason());
+                throw cannotWrite(_shown, shown(folder + name) + ": " + systemReason());
             }
         }
     }
 }
 
-void OutputFolder::makeFolder(const std::string& path)
+/// Makes a folder in what is at the target; one that is there already may stay.
+void OutputFolder::makeReplaced(const std::string& path)
 {
     errno = 0;
-    if (!Platform::filesystem().createDirectory(OS::toWide(_path + '/' + path)))
+    const std::size_t name = path.rfind('/') + 1;
+    if (!path.empty() && !reach(*_replaced, path.substr(0, name)).makeInner(path.substr(name)))
     {
-        throw cannotWrite(_shown, systemReason());
+        throw cannotWrite(_shown, shown(path) + ": " + systemReason());
     }
-    _folders.push_back(path);
+    (void)reach(*_replaced, path);
+}
+
+void OutputFolder::removeEarlier()
+{
+    const std::set<std::string> kept(_files.begin(), _files.end());
+    for (const auto& [name, isEarlier] : _adopted)
+    {
+        const OS::Folder folder = reach(*_replaced, name);
+        std::list<std::wstring> inner, present;
+        (void)Platform::filesystem().listDirectory(inner, present, folder.path());
+        for (const std::wstring& wide : present)
+        {
+            const std::string entry = OS::toNarrow(wide), path = name + '/' + entry;
+            if (kept.count(path) == 0 && isEarlier(OS::toNarrow(folder.path()), entry) && !folder.removeFile(entry))
+            {
+                throw cannotWrite(_shown, shown(path) + " of an earlier scene cannot be removed: " + systemReason());
+            }
+        }
+    }
+}
+
+/// A folder below another one, to which no link leads.
+OS::Folder OutputFolder::reach(const OS::Folder& root, const std::string& path) const
+{
+    OS::Folder res(root.path());
+    std::istringstream names(path);
+    for (std::string name; res.isOpen() && std::getline(names, name, '/');)
+    {
+        res = res.inner(name);
+    }
+    if (!res.isOpen())
+    {
+        throw cannotWrite(_shown, shown(path) + ": " + (errno == ELOOP ? "it is a link" : systemReason()));
+    }
+    return res;
 }
 
 bool isSameFile(const std::string& left, const std::string& right)

@@ -3,9 +3,11 @@
 #include "Interrupt.h"
 
 #include "platform/FileStreams.h"
+#include "platform/Folder.h"
 #include "platform/NewFile.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,12 +42,13 @@ private:
     std::optional<HalfMade> _halfMade; ///< while the file has a name that is not its own
 };
 
-/// A folder of new files, built beside its target in the same way.
+/// A folder of new files, built beside its target in the same way, where nobody else can enter it.
 class OutputFolder
 {
 public:
     /// Throws Failure CannotWrite if the target is no directory, or holds something and `force` is not set. With
-    /// `force` files of the same names are replaced, and everything else in the target stays.
+    /// `force` files of the same names are replaced, and everything else in the target stays; what is behind a link in
+    /// the target is out of reach, so that installing fails where a folder is to be.
     OutputFolder(const std::string& target, bool force);
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
@@ -70,18 +73,21 @@ public:
     void install(const std::string& input);
 
 private:
-    void makeFolder(const std::string& path);
-    void synchronise(const std::string& root, const std::vector<std::string>& names);
+    template <class Names>
+    void synchronise(const std::string& root, const Names& names);
     void moveFiles(const std::string& input);
+    void makeReplaced(const std::string& path);
     void removeEarlier();
+    OS::Folder reach(const OS::Folder& root, const std::string& path) const;
 
     std::string _shown;
     std::string _target;
-    std::string _path; ///< where it is built
+    OS::NewFolder _new;
     HalfMade _halfMade;
-    bool _targetExists;
-    std::vector<std::string> _files;   ///< names that were handed out or adopted
-    std::vector<std::string> _folders; ///< what was made at _path, outer ones first
+    std::optional<OS::Folder> _replaced; ///< what is at the target
+    std::string _path;                   ///< where the folder is built
+    std::vector<std::string> _files;     ///< names that were handed out or adopted
+    std::set<std::string> _folders;      ///< what was made at _path, outer ones first
 
     struct Adopted
     {

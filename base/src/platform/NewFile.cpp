@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <tuple>
 
 #include <fcntl.h>
@@ -19,35 +18,6 @@ namespace
 {
 
 constexpr mode_t PRIVATE = 0600;
-constexpr mode_t PERMISSIONS = 07777;
-
-/// A path that leads to an open file, even if that has no name; empty if the system has no such paths.
-std::string pathOf(int descriptor)
-{
-    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
-    struct stat byPath = {}, byDescriptor = {};
-    const bool leads = stat(path.c_str(), &byPath) == 0 && fstat(descriptor, &byDescriptor) == 0 &&
-                       byPath.st_dev == byDescriptor.st_dev && byPath.st_ino == byDescriptor.st_ino;
-    return leads ? path : std::string();
-}
-
-/// The permissions of a new file that was private until now.
-mode_t maskedPermissions()
-{
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    while (status >> word && word != "Umask:")
-    {
-    }
-    unsigned mask = 0;
-    if (status >> std::oct >> mask)
-    {
-        return posix::READ_WRITE_FOR_ALL & ~static_cast<mode_t>(mask);
-    }
-    const mode_t other = umask(S_IRWXG | S_IRWXO); // the only other way to learn it is to set it
-    umask(other);
-    return posix::READ_WRITE_FOR_ALL & ~other;
-}
 
 } // namespace
 
@@ -63,7 +33,7 @@ NewFile::NewFile(const std::wstring& path)
     std::tie(_folder, _name) = posix::openFolderOf(target);
     if (_folder != -1 && isFreeOrRegular() && (openUnnamed() || openNamed()))
     {
-        const std::string leading = pathOf(_descriptor);
+        const std::string leading = posix::pathOf(_descriptor);
         _path = leading.empty() ? temporaryPath() : toWide(leading);
     }
 }
@@ -99,7 +69,7 @@ bool NewFile::isFreeOrRegular() const
 bool NewFile::openUnnamed()
 {
     const int descriptor = openat(_folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, posix::READ_WRITE_FOR_ALL);
-    if (descriptor != -1 && pathOf(descriptor).empty())
+    if (descriptor != -1 && posix::pathOf(descriptor).empty())
     {
         posix::closeQuietly(descriptor); // it could never be given a name
         return false;
@@ -127,7 +97,7 @@ bool NewFile::openNamed()
 
 bool NewFile::install()
 {
-    if (!isOpen() || (!_temporary.empty() && fchmod(_descriptor, maskedPermissions()) != 0))
+    if (!isOpen() || (!_temporary.empty() && fchmod(_descriptor, posix::withoutMask(posix::READ_WRITE_FOR_ALL)) != 0))
     {
         return false;
     }
@@ -166,11 +136,7 @@ bool NewFile::replace()
     {
         return false;
     }
-    if (fchown(_descriptor, replaced.st_uid, replaced.st_gid) != 0)
-    {
-        errno = 0; // an ordinary user may not give files away
-    }
-    if (fchmod(_descriptor, replaced.st_mode & PERMISSIONS) != 0)
+    if (!posix::takeOver(_descriptor, replaced))
     {
         return false;
     }
@@ -231,8 +197,7 @@ bool NewFile::synchronise() const
 
 bool NewFile::synchroniseName() const
 {
-    const bool isReadable = (fcntl(_folder, F_GETFL) & O_PATH) == 0;
-    return _installed && (!isReadable || fsync(_folder) == 0);
+    return _installed && posix::synchroniseFolder(_folder);
 }
 
 } // namespace OS

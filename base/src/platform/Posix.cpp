@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <fstream>
 #include <string_view>
 
 #include <fcntl.h>
@@ -89,17 +90,23 @@ void closeQuietly(int descriptor)
     errno = reason;
 }
 
+int openFolder(int from, const std::string& path, int flags)
+{
+    const int more = flags | O_DIRECTORY | O_CLOEXEC;
+    const int descriptor = openat(from, path.c_str(), O_RDONLY | more);
+    return descriptor == -1 && errno == EACCES ? openat(from, path.c_str(), O_PATH | more) : descriptor;
+}
+
 std::pair<int, std::string> openFolderOf(const std::string& path)
 {
     const std::size_t name = path.rfind('/') + 1; // 0 when there is no slash
-    const std::string folder = name == 0 ? "." : path.substr(0, name);
-    constexpr int FLAGS = O_DIRECTORY | O_CLOEXEC;
-    int descriptor = open(folder.c_str(), O_RDONLY | FLAGS);
-    if (descriptor == -1 && errno == EACCES)
-    {
-        descriptor = open(folder.c_str(), O_PATH | FLAGS);
-    }
-    return {descriptor, path.substr(name)};
+    return {openFolder(AT_FDCWD, name == 0 ? "." : path.substr(0, name)), path.substr(name)};
+}
+
+bool synchroniseFolder(int descriptor)
+{
+    const bool isReadable = (fcntl(descriptor, F_GETFL) & O_PATH) == 0;
+    return !isReadable || fsync(descriptor) == 0;
 }
 
 std::string followLinks(std::string path)
@@ -129,6 +136,42 @@ std::string temporaryName(const std::string& name)
     }
     suffix += ".tmp";
     return std::string(shortened(name, MAX_NAME - suffix.size())) + suffix;
+}
+
+std::string pathOf(int descriptor)
+{
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    struct stat byPath = {}, byDescriptor = {};
+    const bool leads = stat(path.c_str(), &byPath) == 0 && fstat(descriptor, &byDescriptor) == 0 &&
+                       byPath.st_dev == byDescriptor.st_dev && byPath.st_ino == byDescriptor.st_ino;
+    return leads ? path : std::string();
+}
+
+mode_t withoutMask(mode_t permissions)
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != "Umask:")
+    {
+    }
+    unsigned mask = 0;
+    if (status >> std::oct >> mask)
+    {
+        return permissions & ~static_cast<mode_t>(mask);
+    }
+    const mode_t other = umask(S_IRWXG | S_IRWXO); // the only other way to learn it is to set it
+    umask(other);
+    return permissions & ~other;
+}
+
+bool takeOver(int descriptor, const struct stat& replaced)
+{
+    constexpr mode_t PERMISSIONS = 07777;
+    if (fchown(descriptor, replaced.st_uid, replaced.st_gid) != 0)
+    {
+        errno = 0; // an ordinary user may not give files away
+    }
+    return fchmod(descriptor, replaced.st_mode & PERMISSIONS) == 0;
 }
 
 int renameByLink(const std::string& from, const std::string& to)

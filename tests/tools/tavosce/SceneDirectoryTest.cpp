@@ -282,6 +282,15 @@ TEST_F(SceneDirectoryVerbTest, anExportOverAnEarlierSceneLeavesNothingOfIt)
     EXPECT_EQ(contentsOf("c.sce"), contentsOf("b.sce"));
     write("none.sce", ContainerBytes().str());
     EXPECT_EQ(run("export @none.sce --scene-directory -o @empty").code, 0);
+
+    std::filesystem::rename(path("scene/tsg"), path("precious"));
+    std::filesystem::create_directory_symlink(path("precious"), path("scene/tsg"));
+    const auto linked = run("export @a.sce --scene-directory -o @scene --force");
+    EXPECT_EQ(linked.code, 6);
+    EXPECT_THAT(linked, Says(placed("@scene: cannot write: tsg: it is a link\n")));
+    EXPECT_TRUE(exists(path("precious/SceneNode_1.new.dataArray")));
+    EXPECT_EQ(run("import @scene -o @c.sce --force").code, 0) << "nothing has changed";
+    EXPECT_EQ(contentsOf("c.sce"), contentsOf("b.sce"));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <signal.h> // NOLINT(modernize-deprecated-headers): sigset_t is not in the standard one
+#include <sys/stat.h>
 #include <sys/types.h>
 
 /// What the sources of the platform library share. Failures are answers; `errno` tells the reason.
@@ -34,7 +35,14 @@ int openRegular(const std::wstring& path, int flags);
 /// Closes a descriptor and leaves the reason of an earlier failure in place.
 void closeQuietly(int descriptor);
 
-/// Opens the folder of a path, for reading if that is allowed; -1 on failure. The second is the last part of the path.
+/// Opens a folder, for reading if that is allowed; -1 on failure. A relative path begins at the folder `from`; more
+/// flags are those of open(2). The descriptor is the caller's and is not inherited by other programs.
+int openFolder(int from, const std::string& path, int flags = 0);
+
+/// Waits until the device has the names in an open folder. One that may not be read is passed over.
+bool synchroniseFolder(int descriptor);
+
+/// Opens the folder of a path in the same way. The second is the last part of the path.
 std::pair<int, std::string> openFolderOf(const std::string& path);
 
 /// Where a path leads if its last part is a link, or a link to links, even if nothing is there; else the path itself.
@@ -42,6 +50,15 @@ std::string followLinks(std::string path);
 
 /// A name beside `name` that nobody can foresee, and that file systems take.
 std::string temporaryName(const std::string& name);
+
+/// A path that leads to an open file or folder, even if that has no name; empty if the system has no such paths.
+std::string pathOf(int descriptor);
+
+/// Permissions less the process's mask.
+mode_t withoutMask(mode_t permissions);
+
+/// Gives a file the permissions and, where that is allowed, the owner of the one whose place it is to take.
+bool takeOver(int descriptor, const struct stat& replaced);
 
 /// The way of `renameFile` where the file system cannot rename without replacing: the file has both names for a moment.
 /// 0 on success; otherwise nothing has changed.
