@@ -141,7 +141,7 @@ TEST_F(SDBWriterTest, valuesBeyond32BitsAreRefusedAndTheRecordGoesOn)
 /// The most compressible data there is, of every type and kind.
 TEST_F(SDBWriterTest, whateverIsWrittenLoads)
 {
-    constexpr vtkIdType VALUES = 4000000;
+    constexpr vtkIdType VALUES = 4000000, CELLS = VALUES / 8;
     std::map<int, double> lastValues; ///< by type; bits are lost
     Scene scene;
     for (int type = 0; type <= VTK_UNSIGNED_LONG_LONG; ++type)
@@ -161,17 +161,29 @@ TEST_F(SDBWriterTest, whateverIsWrittenLoads)
     }
     scene.with(floats("empty", {}));
     auto polys = onePoint();
-    const vtkNew<vtkCellArray> vertices;
-    vertices->AllocateExact(VALUES / 4, VALUES / 4);
-    for (vtkIdType i = 0; i < VALUES / 4; ++i)
+    const std::pair<void (vtkPolyData::*)(vtkCellArray*), std::vector<vtkIdType>> kinds[] = {
+        {&vtkPolyData::SetVerts, {0}},
+        {&vtkPolyData::SetLines, {0, 0}},
+        {&vtkPolyData::SetPolys, {0, 0, 0}},
+        {&vtkPolyData::SetStrips, {0, 0, 0, 0}}};
+    for (const auto& [set, cell] : kinds)
     {
-        vertices->InsertNextCell({0});
+        const vtkNew<vtkCellArray> cells;
+        for (vtkIdType i = 0; i < CELLS; ++i)
+        {
+            cells->InsertNextCell(static_cast<vtkIdType>(cell.size()), cell.data());
+        }
+        (polys->*set)(cells);
     }
-    polys->SetVerts(vertices);
     const auto ids = vtkSmartPointer<vtkDataArray>::Take(vtkDataArray::CreateDataArray(VTK_ID_TYPE));
-    ids->SetNumberOfTuples(VALUES / 4);
+    ids->SetNumberOfTuples(4 * CELLS);
     ids->Fill(3);
-    polys->GetCellData()->AddArray(ids);
+    polys->GetCellData()->SetGlobalIds(ids);
+    polys->GetPointData()->SetScalars(floats(nullptr, {1}));
+    const auto table = tableOf({});
+    table->SetNumberOfTableValues(CELLS);
+    std::fill_n(table->GetTable()->GetPointer(0), 4 * CELLS, static_cast<unsigned char>(7));
+    polys->GetPointData()->GetScalars()->SetLookupTable(table);
     scene.with(polys);
     EXPECT_EQ(add(writer, scene), 0);
     const auto loaded = load(0);
@@ -185,8 +197,12 @@ TEST_F(SDBWriterTest, whateverIsWrittenLoads)
     }
     EXPECT_EQ(loaded->arrays.at("point SceneNode_1/empty")->GetNumberOfTuples(), 0);
     ASSERT_EQ(loaded->polys.size(), 1U);
-    EXPECT_EQ(loaded->polys.begin()->second->GetNumberOfVerts(), VALUES / 4);
-    EXPECT_EQ(loaded->polys.begin()->second->GetCellData()->GetArray(0)->GetTuple1(VALUES / 4 - 1), 3);
+    vtkPolyData& mesh = *loaded->polys.begin()->second;
+    EXPECT_THAT((std::vector{mesh.GetNumberOfVerts(), mesh.GetNumberOfLines(), mesh.GetNumberOfPolys(),
+                             mesh.GetNumberOfStrips()}),
+                Each(CELLS));
+    EXPECT_EQ(mesh.GetCellData()->GetGlobalIds()->GetTuple1(4 * CELLS - 1), 3);
+    EXPECT_EQ(mesh.GetPointData()->GetScalars()->GetLookupTable()->GetNumberOfAvailableColors(), CELLS);
 }
 
 TEST_F(SDBWriterTest, dataOperationsOutsideTheirPassDoNothing)
