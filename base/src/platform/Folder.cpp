@@ -47,9 +47,15 @@ Folder::Folder(int descriptor, std::wstring path)
 
 Folder::~Folder()
 {
+    close();
+}
+
+void Folder::close()
+{
     if (isOpen())
     {
-        posix::closeQuietly(_descriptor);
+        posix::closeQuietly(std::exchange(_descriptor, -1));
+        _path.clear();
     }
 }
 

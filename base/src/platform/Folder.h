@@ -22,6 +22,8 @@ public:
 
     bool isOpen() const { return _descriptor != -1; }
 
+    void close();
+
     /// A path that leads to the folder as long as this object lives, for whoever is to read or fill it.
     const std::wstring& path() const { return _path; }
 

@@ -3,6 +3,8 @@
 #include "core/ClassVersions.h"
 #include "core/Error.h"
 #include "platform/FileStreams.h"
+#include "platform/FileSystem.h"
+#include "platform/Folder.h"
 #include "platform/NewFile.h"
 #include "platform/Platform.h"
 #include "scenegraph/SceneNode.h"
@@ -109,14 +111,16 @@ std::unique_ptr<std::ofstream> openForWriting(const OS::NewFile& file, OS::LineE
     return file.isOpen() ? OS::openForWriting(file.path(), lineEnds) : std::make_unique<std::ofstream>();
 }
 
-/// Lets go of a scene file, whichever way a save ends.
+/// Lets go of a scene file and the folder of its data, whichever way a save ends.
 class OpenScene
 {
 public:
     /// `member` refers to the stream meanwhile, and copies of its owner may.
-    OpenScene(std::shared_ptr<std::ofstream>& member, std::shared_ptr<std::ofstream> stream)
+    OpenScene(std::shared_ptr<std::ofstream>& member, std::shared_ptr<std::ofstream> stream,
+              std::shared_ptr<OS::Folder> folder)
         : _member(member)
         , _stream(std::move(stream))
+        , _folder(std::move(folder))
     {
         _member = _stream;
     }
@@ -125,6 +129,7 @@ public:
     {
         _stream->close();
         _member.reset();
+        _folder->close(); // of copies, too
     }
 
     OpenScene(const OpenScene&) = delete;
@@ -133,6 +138,7 @@ public:
 private:
     std::shared_ptr<std::ofstream>& _member;
     std::shared_ptr<std::ofstream> _stream;
+    std::shared_ptr<OS::Folder> _folder;
 };
 
 /// What the name of an array's file gets if another array has it.
@@ -195,6 +201,7 @@ SceneGraphWriter& SceneGraphWriter::operator=(SceneGraphWriter&& other) noexcept
     {
         _directory = std::move(other._directory);
         _dataDirectory = std::move(other._dataDirectory);
+        _dataFolder = other._dataFolder;
         _sceneStream = other._sceneStream; // whoever is writing a scene goes on
         _nodes = std::exchange(other._nodes, {});
         _arrayFiles = std::move(other._arrayFiles);
@@ -221,7 +228,9 @@ bool SceneGraphWriter::save(const std::string& directory, SceneNode& root)
         _failed = true;
         return false;
     }
-    const OpenScene scene(_sceneStream, stream);
+    _dataFolder =
+        std::make_shared<OS::Folder>(OS::Folder(OS::toWide(directory + "/")).inner(detail::DATA_DIRECTORY + 1));
+    const OpenScene scene(_sceneStream, stream, _dataFolder);
     writeScene(*stream);
     stream->close();
     _failed = !stream->good() || !file.replace() || _failed;
@@ -368,12 +377,13 @@ template <class Write>
 bool SceneGraphWriter::writeDataFile(const Owner& owner, const std::string& fileName, OS::LineEnds lineEnds,
                                      const Write& write)
 {
-    if (!Platform::filesystem().isFileName(OS::toWide(fileName)))
+    const std::shared_ptr<OS::Folder> folder = _dataFolder;
+    if (folder == nullptr || !folder->isOpen() || !Platform::filesystem().isFileName(OS::toWide(fileName)))
     {
         _failed = true;
         return false;
     }
-    OS::NewFile file(OS::toWide(_dataDirectory + "/" + fileName));
+    OS::NewFile file(folder->path() + L'/' + OS::toWide(fileName));
     const auto stream = openForWriting(file, lineEnds);
     if (!stream->is_open())
     {
@@ -403,6 +413,10 @@ void SceneGraphWriter::reportLoss(const std::string& what)
 /// loaded beside the new.
 void SceneGraphWriter::removeEarlierFiles()
 {
+    if (_dataFolder == nullptr || !_dataFolder->isOpen())
+    {
+        return;
+    }
     std::set<std::string> names;
     for (const auto& entry : _arrayFiles)
     {
@@ -410,11 +424,11 @@ void SceneGraphWriter::removeEarlierFiles()
     }
     std::list<std::wstring> directories;
     std::list<std::wstring> files;
-    (void)Platform::filesystem().listDirectory(directories, files, OS::toWide(_dataDirectory));
+    (void)Platform::filesystem().listDirectory(directories, files, _dataFolder->path());
     for (const std::wstring& file : files)
     {
         const std::string name = nameOfArrayFile(OS::toNarrow(file));
-        const std::wstring path = OS::toWide(_dataDirectory + "/") + file;
+        const std::wstring path = _dataFolder->path() + L'/' + file;
         if (_arrayFiles.count(name) == 0 && mayBeOfOneOf(names, name) && _written.count(ownerOf(path)) != 0)
         {
             (void)Platform::filesystem().markForDeletion(path);

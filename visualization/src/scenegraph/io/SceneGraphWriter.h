@@ -12,8 +12,9 @@
 
 namespace OS
 {
+class Folder;
 enum class LineEnds;
-}
+} // namespace OS
 
 /// Kind of a data file of a scene directory, stored in its header: never to be renumbered. Scene databases number their
 /// kinds differently. A file may hold any number here, hence the fixed type.
@@ -53,9 +54,9 @@ public:
     ~SceneGraphWriter() override;
 
     /// Writes everything that can be reached from `root` into a directory (UTF-8, or any bytes that the system takes),
-    /// which is made if it is missing. Each file takes its name when it is complete, in place of an earlier one. Where
-    /// the data of an earlier save is in a file of another name, that is removed at the end. All other files in the
-    /// directory stay, and are part of what is loaded from it.
+    /// which is made if it is missing; its folder "tsg" may be no link. Each file takes its name when it is complete,
+    /// in place of an earlier one. Where the data of an earlier save is in a file of another name, that is removed at
+    /// the end. All other files in the directory stay, and are part of what is loaded from it.
     ///   true  - the scene file is written; hasFailed() tells whether all data is there
     ///   false - the scene file cannot be created; nothing is written
     /// Raises InternalError, with nothing written, for a reference that is empty or no node; the nodes of this call are
@@ -99,6 +100,7 @@ private:
 
     std::string _directory;                      ///< of the last save
     std::string _dataDirectory;                  ///< below it
+    std::shared_ptr<OS::Folder> _dataFolder;     ///< that one; open inside of `save`, one object for all copies
     std::shared_ptr<std::ofstream> _sceneStream; ///< null outside of `save`; one object for all copies
     std::set<Node*> _nodes;                      ///< of all saves; borrowed
     std::map<std::string, Owner> _arrayFiles;    ///< of the last save, by name without extension

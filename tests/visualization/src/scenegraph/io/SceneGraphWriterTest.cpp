@@ -311,6 +311,10 @@ TEST_F(SceneGraphWriterTest, filesThatCannotBeWrittenAreTold)
     EXPECT_TRUE(fails(true)) << "no data directory";
     EXPECT_THAT(paths(), UnorderedElementsAre("dir", "dir/scene.tsg", "dir/tsg"));
     std::filesystem::remove(directory + "/tsg");
+    std::filesystem::create_directory_symlink(".", directory + "/tsg");
+    EXPECT_TRUE(fails(true)) << "a link, which may lead anywhere";
+    EXPECT_THAT(paths(), UnorderedElementsAre("dir", "dir/scene.tsg", "dir/tsg"));
+    std::filesystem::remove(directory + "/tsg");
 
     {
         const FileSizeLimit limit(4000);
