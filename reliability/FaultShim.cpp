@@ -43,10 +43,16 @@ std::string pathOf(int descriptor)
     return {target, length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-/// A path without what does not matter at its end.
+/// A path without what does not matter at its end, and without a descriptor at its beginning.
 std::string absolute(int folder, const char* path)
 {
+    constexpr char DESCRIPTORS[] = "/proc/self/fd/";
     std::string res = path != nullptr ? path : "";
+    const std::size_t inner = res.find('/', sizeof DESCRIPTORS - 1);
+    if (res.rfind(DESCRIPTORS, 0) == 0 && inner != std::string::npos)
+    {
+        res.replace(0, inner, pathOf(std::atoi(res.c_str() + sizeof DESCRIPTORS - 1)));
+    }
     if (res.empty() || res.front() != '/')
     {
         res.insert(0, pathOf(folder == AT_FDCWD ? -1 : folder) + '/');
@@ -391,12 +397,22 @@ extern "C"
 
     int mkdir(const char* path, mode_t mode) noexcept
     {
-        return watchedNames("folder", Need::Room, Shim::get().below(AT_FDCWD, path), SYS_mkdirat, AT_FDCWD, path, mode);
+        return mkdirat(AT_FDCWD, path, mode);
+    }
+
+    int mkdirat(int folder, const char* path, mode_t mode) noexcept
+    {
+        return watchedNames("folder", Need::Room, Shim::get().below(folder, path), SYS_mkdirat, folder, path, mode);
     }
 
     int rename(const char* from, const char* to) noexcept
     {
         return renameWith(AT_FDCWD, from, AT_FDCWD, to, 0);
+    }
+
+    int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
+    {
+        return renameWith(fromFolder, from, toFolder, to, 0);
     }
 
     int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) noexcept
