@@ -51,7 +51,7 @@ std::string absolute(int folder, const char* path)
     const std::size_t inner = res.find('/', sizeof DESCRIPTORS - 1);
     if (res.rfind(DESCRIPTORS, 0) == 0 && inner != std::string::npos)
     {
-        res.replace(0, inner, pathOf(std::atoi(res.c_str() + sizeof DESCRIPTORS - 1)));
+        res.replace(0, inner, pathOf(static_cast<int>(std::strtol(res.c_str() + sizeof DESCRIPTORS - 1, nullptr, 10))));
     }
     if (res.empty() || res.front() != '/')
     {

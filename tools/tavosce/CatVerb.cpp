@@ -40,7 +40,7 @@ struct OpenRecord
         : address(parseAddress(text))
         , file(address.file)
         , index(placeOrNewest(address, file.records().size()))
-        , contents(walkRecord(file.stream(), file.records()[index], file.size()))
+        , contents(file.contentsOf(index))
     {
     }
 

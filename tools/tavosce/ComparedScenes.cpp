@@ -34,7 +34,7 @@ public:
     ComparedRecord record(std::size_t index) override
     {
         const Properties& header = _file.records()[index];
-        RecordContents contents = walkRecord(_file.stream(), header, _file.size());
+        RecordContents contents = _file.contentsOf(index);
         if (!contents.fault.empty())
         {
             throw Failure(TooDamaged, _file.placeOf(index, contents.faultPosition), contents.fault);

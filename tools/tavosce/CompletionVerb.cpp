@@ -48,7 +48,7 @@ void printNodes(const std::string& text, std::ostream& out)
     const RecordAddress address = parseAddress(text);
     SceneFile file(address.file);
     const std::size_t index = placeOrNewest(address, file.records().size());
-    const RecordContents contents = walkRecord(file.stream(), file.records()[index], file.size());
+    const RecordContents contents = file.contentsOf(index);
     for (const StoredNode& node : contents.nodes)
     {
         if (canBeTyped(node.objectKey))

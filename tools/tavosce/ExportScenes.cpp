@@ -97,7 +97,7 @@ void exportScenes(const ExportTarget& target, bool skipUnsupported, const std::v
         const std::string folder = wanted.size() > 1 ? recordFolder(record) : "";
         try
         {
-            const RecordContents contents = walkRecord(file.stream(), header, file.size());
+            const RecordContents contents = file.contentsOf(record);
             writeScene(target, skipUnsupported, loader.load(record, contents, i, wanted.size()),
                        header.getString(sdb::detail::key::ROOT_NODE_KEY), file.placeOf(record), folder, output,
                        console.report);

@@ -40,7 +40,7 @@ std::vector<ExportedRecord> exportRecords(const std::vector<std::size_t>& record
     {
         throwIfInterrupted();
         const std::size_t record = records[i];
-        const RecordContents contents = walkRecord(file.stream(), file.records()[record], file.size());
+        const RecordContents contents = file.contentsOf(record);
         try
         {
             const tsg::SceneGraph graph = loader.load(record, contents, i, records.size());

@@ -57,7 +57,7 @@ Totals visitRecords(SceneFile& file, Report& report, Visit visit)
     for (std::size_t i = 0; i < file.records().size(); ++i)
     {
         throwIfInterrupted();
-        const RecordContents contents = walkRecord(file.stream(), file.records()[i], file.size());
+        const RecordContents contents = file.contentsOf(i);
         totals.add(contents);
         visit(i, contents);
         file.reportFault(report, i, contents);

@@ -225,10 +225,10 @@ void OutputFolder::synchronise(const std::string& root, const Names& names)
 
 void OutputFolder::moveFiles(const std::string& input)
 {
-    const std::string target = OS::toNarrow(_replaced->path());
+    const std::string target = OS::toNarrow(_replaced->path()) + '/';
     for (const std::string& name : _files)
     {
-        if (isSameFile(target + '/' + name, input))
+        if (isSameFile(target + name, input))
         {
             throw cannotWrite(_shown, shown(name) + " is the input");
         }
@@ -278,7 +278,7 @@ void OutputFolder::removeEarlier()
         (void)Platform::filesystem().listDirectory(inner, present, folder.path());
         for (const std::wstring& wide : present)
         {
-            const std::string entry = OS::toNarrow(wide), path = name + '/' + entry;
+            const std::string entry = OS::toNarrow(wide), path = std::string(name).append(1, '/').append(entry);
             if (kept.count(path) == 0 && isEarlier(OS::toNarrow(folder.path()), entry) && !folder.removeFile(entry))
             {
                 throw cannotWrite(_shown, shown(path) + " of an earlier scene cannot be removed: " + systemReason());

@@ -183,6 +183,10 @@ RecordLoader::RecordLoader(SceneFile& file, Report& report)
 tsg::SceneGraph RecordLoader::load(std::size_t record, const RecordContents& contents, std::size_t done,
                                    std::size_t total)
 {
+    if (!contents.isInPlace)
+    {
+        throw Failure(TooDamaged, _file.placeOf(record, contents.faultPosition), contents.fault);
+    }
     tsg::GraphBuilder builder(_registry);
     Delivery delivery(builder, contents);
     LoadProgress progress(_report.progress(), done, total);

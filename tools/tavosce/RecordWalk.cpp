@@ -52,7 +52,7 @@ public:
         Properties tag;
         if (readTag(tag) && tag != _header)
         {
-            stop("the record's header is not where it says");
+            stop(HEADER_ELSEWHERE);
         }
         _ownEnd = _position;
         _res.isInPlace = _stopped || sdb::detail::finishedEnd(_header, _position).has_value();
@@ -83,7 +83,7 @@ private:
         if (sdb::hexFromProp(_header, key::BINARY_DATA) != blocks)
         {
             _position = _res.begin;
-            stop("the record's header is not where it says");
+            stop(HEADER_ELSEWHERE);
         }
     }
 

@@ -47,6 +47,9 @@ struct Oddity
 /// True if a tag is of a kind that stands in records only.
 bool isTagOfRecord(const Properties& tag);
 
+/// The fault of a record whose header has another place, which may be a whole record's.
+constexpr const char* HEADER_ELSEWHERE = "the record's header is not where it says";
+
 /// What a record holds, as far as its tags can be read.
 struct RecordContents
 {

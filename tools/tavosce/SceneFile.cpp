@@ -9,6 +9,8 @@
 #include "scenegraph/io/SDB.h"
 #include "scenegraph/io/detail/TagKeys.h"
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <utility>
 
@@ -54,13 +56,21 @@ SceneFile::SceneFile(std::string path)
 {
     const LibraryLog log; // what the walk warns of is said by reportEnd
     readHeader();
+    std::vector<std::size_t> items; // the place of each record among them
     _walk = sdb::detail::walkFile(
-        _file.stream(), [this](const Properties& header) { _records.push_back(header); },
+        _file.stream(),
+        [&](const Properties& header)
+        {
+            items.push_back(_records.size() + _thumbnails.size());
+            _records.push_back(header);
+        },
         [this](const Properties& tag)
         {
             _newestThumbnails[tag.getInt(key::RECORD_INDEX)] = _thumbnails.size();
             _thumbnails.push_back(tag);
         });
+    std::transform(items.begin(), items.end(), std::back_inserter(_places),
+                   [this](std::size_t item) { return _walk.items.at(item); });
     _file.stream().clear();
 }
 
@@ -93,6 +103,20 @@ bool SceneFile::isWhole() const
 bool SceneFile::canBeAddedTo() const
 {
     return _walk.end == WalkEnd::EndOfFile || _walk.end == WalkEnd::UnfinishedItem;
+}
+
+RecordContents SceneFile::contentsOf(std::size_t record)
+{
+    const Properties& header = _records[record];
+    if (sdb::hexFromProp(header, key::FILE_POS) == _places[record])
+    {
+        return walkRecord(_file.stream(), header, _file.size());
+    }
+    RecordContents res;
+    res.begin = res.faultPosition = _places[record];
+    res.isInPlace = false;
+    res.fault = HEADER_ELSEWHERE;
+    return res;
 }
 
 const Properties* SceneFile::thumbnailOf(int record) const
@@ -150,7 +174,7 @@ void SceneFile::reportFault(Report& report, std::size_t record, const RecordCont
 
 std::string SceneFile::placeOf(std::size_t record) const
 {
-    return placeOf(record, sdb::hexFromProp(_records[record], key::FILE_POS));
+    return placeOf(record, _places[record]);
 }
 
 std::string SceneFile::placeOf(std::size_t record, std::uint64_t position) const

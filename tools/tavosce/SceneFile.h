@@ -44,6 +44,10 @@ public:
 
     const std::vector<Properties>& thumbnails() const { return _thumbnails; }
 
+    /// What a record holds. Of one whose header names another place than its own, as if it were another record, nothing
+    /// but that fault.
+    RecordContents contentsOf(std::size_t record);
+
     /// The newest thumbnail of a record, which is the one that counts; null if there is none.
     const Properties* thumbnailOf(int record) const;
 
@@ -79,6 +83,7 @@ private:
     std::string _release;
     int _formatVersion = 0;
     std::vector<Properties> _records;
+    std::vector<std::uint64_t> _places; ///< first byte of each record
     std::vector<Properties> _thumbnails;
     std::map<int, std::size_t> _newestThumbnails; ///< by record: the place in the list
     sdb::detail::WalkResult _walk;

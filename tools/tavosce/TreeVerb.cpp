@@ -193,7 +193,7 @@ void runTree(const TreeOptions& options, Console& console)
     const RecordAddress address = parseAddress(options.address);
     SceneFile file(address.file);
     const std::size_t index = placeOrNewest(address, file.records().size());
-    const RecordContents contents = walkRecord(file.stream(), file.records()[index], file.size());
+    const RecordContents contents = file.contentsOf(index);
     const RecordTree record(file.records()[index], contents);
     if (options.json)
     {

@@ -39,7 +39,7 @@ Folder::Folder(const std::wstring& path)
 {
 }
 
-Folder::Folder(int descriptor, std::wstring path)
+Folder::Folder(int descriptor, const std::wstring& path)
     : _descriptor(descriptor)
     , _path(descriptor == -1 ? std::wstring() : pathTo(descriptor, path))
 {

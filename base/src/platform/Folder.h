@@ -44,7 +44,7 @@ public:
     [[nodiscard]] bool synchronise() const;
 
 private:
-    Folder(int descriptor, std::wstring path);
+    Folder(int descriptor, const std::wstring& path);
 
     int _descriptor = -1;
     std::wstring _path;

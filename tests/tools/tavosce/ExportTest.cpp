@@ -7,6 +7,7 @@
 #include "scenegraph/OpaqueNode.h"
 #include "scenegraph/PolyDataNode.h"
 #include "scenegraph/SceneGraph.h"
+#include "support/ContainerBytes.h"
 #include "support/Scenes.h"
 #include "support/ToolRun.h"
 
@@ -237,6 +238,29 @@ TEST_F(ExportTest, damagedBlocksAreNamedAndOtherRecordsExported)
         EXPECT_EQ(run("export @d.sce:1 -o @one").code, code);
         EXPECT_EQ(exists(path("one")), code == 1);
     }
+}
+
+TEST_F(ExportTest, aHeaderThatNamesAnotherRecordsPlaceLoadsNothing)
+{
+    ContainerBytes file;
+    file.record("a", {{"T", std::string("\0abc", 4), {}, chars()}});
+    const std::uint64_t begin = ContainerBytes().str().size();
+    const Edit elsewhere = [begin](Properties& tag)
+    {
+        const std::uint64_t own = sdb::hexFromProp(tag, "FilePos");
+        position("Length", sdb::hexFromProp(tag, "Length") + own - begin)(tag);
+        position("FilePos", begin)(tag);
+    };
+    write("s.sce", file.record("b", {}, elsewhere).record("c").str());
+    for (const char* const line : {"export @s.sce -o @out", "export @s.sce:1 -o @scene --scene-directory"})
+    {
+        const auto run = this->run(line);
+        EXPECT_EQ(run.code, 5);
+        EXPECT_THAT(run.err, HasSubstr("record 1 \"b\" (byte 0x"));
+        EXPECT_THAT(run.err, HasSubstr("): the record's header is not where it says\n"));
+    }
+    EXPECT_TRUE(exists(path("out/record-0000")) && !exists(path("out/record-0001")) && exists(path("out/record-0002")));
+    EXPECT_EQ(info("s.sce")["records"].Size(), 3U);
 }
 
 TEST_F(ExportTest, recordsAreAddressedFromBothEnds)
